@@ -1,0 +1,34 @@
+#!/bin/sh
+# tools/check.sh: the whole test run: house checks, an optimised build with -Werror and its tests,
+# then an address/undefined-sanitizer build whose tests run once without and once with the memory
+# tracker. Installs what it needs when it is missing.
+# SPDX-License-Identifier: Apache-2.0
+set -eu
+cd "$(dirname "$0")/.."
+jobs=$(nproc 2>/dev/null || echo 2)
+
+need=""
+command -v cmake >/dev/null 2>&1 || need="$need cmake"
+command -v g++ >/dev/null 2>&1 || need="$need g++"
+command -v clang-format >/dev/null 2>&1 || need="$need clang-format"
+command -v pkg-config >/dev/null 2>&1 || need="$need pkg-config"
+command -v python3 >/dev/null 2>&1 || need="$need python3"
+[ -f /usr/include/zlib.h ] || need="$need zlib1g-dev"
+[ -d /usr/include/gtest ] || need="$need libgtest-dev"
+if [ -n "$need" ]; then
+  echo "installing:$need"
+  apt-get update -qq && DEBIAN_FRONTEND=noninteractive apt-get install -y -qq $need
+fi
+
+echo "== release build with -Werror"
+cmake -S . -B build/ci -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVLR_WERROR=ON > /dev/null
+cmake --build build/ci -j "$jobs"
+(cd build/ci && ctest -j "$jobs" --output-on-failure -LE "slow|determinism")
+
+echo "== address and undefined-behaviour sanitizers"
+cmake -S . -B build/ci-asan -DCMAKE_BUILD_TYPE=Debug -DVLR_SANITIZE=address,undefined > /dev/null
+cmake --build build/ci-asan -j "$jobs"
+(cd build/ci-asan && ctest -j "$jobs" --output-on-failure -L "unit|api|memfail|instance" -LE slow)
+
+echo "== the same tests with every block tracked"
+(cd build/ci-asan && VLR_TEST_TRACK=1 ctest -j "$jobs" --output-on-failure -L "unit|memfail" -LE slow)
