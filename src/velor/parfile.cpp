@@ -68,6 +68,7 @@ int32_t parfile_read(Task* task, const char* fname) {
     VLRP_echotask(task, VLR_STREAM_MSG, "Reading %s file - %s\n", "par", fname);
   const double start = VLR_sysenv_getwctime(task->sys);
   int32_t code = 0;
+  VLR_msg_openfile(task, fname);
   SysFile* f = VLR_sysenv_fopen(task->sys, fname, 0, 1, 0, 0, 0, 0, &code);
   if (f == nullptr) return VLR_RAISE(task, VLR_RES_WRN_OPEN_PARAM_FILE, fname);
   char line[kParLineLen + 1];
@@ -110,9 +111,9 @@ int32_t parfile_write(Task* task, const char* fname) {
     VLRP_echotask(task, VLR_STREAM_MSG, "Writing %s file:  %s\n", "par", fname);
   }
   const double start = VLR_sysenv_getwctime(task->sys);
-  int32_t code = 0;
-  SysFile* f = VLR_sysenv_fopen(task->sys, fname, 0, 0, 1, 0, 0, 0, &code);
-  if (f == nullptr) return VLR_RAISE(task, VLR_RES_ERR_FILE_OPEN, fname);
+  int32_t res = VLR_RES_OK;
+  SysFile* f = VLR_fopentask(task, fname, 0, 1, 0, 0, &res);
+  if (f == nullptr) return res;
   int32_t bad = 0;
   bad |= VLR_sysenv_fprintf(f, "BEGIN VELOR\n\n");
   for (int32_t k = 0; k < kNumIntParams; ++k) {

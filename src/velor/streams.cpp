@@ -33,8 +33,8 @@ void stream_now(char* buf, size_t size) {
 
 // Links a file to a stream of a set: closes the present one with its closing line (unless the
 // new one appends), opens the new one and writes its opening line. A null name only closes.
-int32_t linkafiletoastream(StreamSet* set, SysEnv* sys, int32_t stream, const char* name,
-                           int32_t append, Task* task, Env* env) {
+int32_t linkafiletoastream(StreamSet* set, int32_t stream, const char* name, int32_t append,
+                           Task* task, Env* env) {
   char now[64];
   stream_now(now, sizeof now);
   SysFile* old = VLR_stream_getfile(set, stream);
@@ -44,12 +44,10 @@ int32_t linkafiletoastream(StreamSet* set, SysEnv* sys, int32_t stream, const ch
   }
   VLR_stream_linkfile(set, stream, nullptr);
   if (name == nullptr) return VLR_RES_OK;
-  int32_t code = 0;
-  SysFile* f = VLR_sysenv_fopen(sys, name, 0, 0, 1, append, 0, 0, &code);
-  if (f == nullptr) {
-    return task != nullptr ? VLR_RAISE(task, VLR_RES_ERR_FILE_OPEN, name)
-                           : VLR_RAISEENV(env, VLR_RES_ERR_FILE_OPEN, name);
-  }
+  int32_t res = VLR_RES_OK;
+  SysFile* f = task != nullptr ? VLR_fopentask(task, name, 0, 1, append, 0, &res)
+                               : VLR_fopenenv(env, name, 0, 1, append, 0, &res);
+  if (f == nullptr) return res;
   VLR_sysenv_fprintf(f, append ? "\nFile reopened at %s" : "\nFile opened at %s", now);
   if (set->banner[0] != '\0') VLR_sysenv_fprintf(f, " by %s", set->banner);
   VLR_sysenv_fputs(f, "\n");
@@ -231,7 +229,7 @@ int32_t VLR_linkfiletotaskstream(VLRtask_t task, int32_t whichstream, const char
     if (whichstream < 0 || whichstream >= vlr::kNumStreams) {
       return VLR_RAISE(t, VLR_RES_ERR_INVALID_STREAM, whichstream);
     }
-    return vlr::linkafiletoastream(t->streams, t->sys, whichstream, filename, append, t, nullptr);
+    return vlr::linkafiletoastream(t->streams, whichstream, filename, append, t, nullptr);
   });
 }
 
@@ -244,8 +242,7 @@ int32_t VLR_linkfiletoenvstream(VLRenv_t henv, int32_t whichstream, const char* 
     if (whichstream < 0 || whichstream >= vlr::kNumStreams) {
       return VLR_RAISEENV(env, VLR_RES_ERR_INVALID_STREAM, whichstream);
     }
-    return vlr::linkafiletoastream(env->streams, env->sys, whichstream, filename, append, nullptr,
-                                   env);
+    return vlr::linkafiletoastream(env->streams, whichstream, filename, append, nullptr, env);
   });
 }
 

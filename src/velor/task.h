@@ -73,9 +73,10 @@ struct Task {
   double* pdinf;  // private information items
   int32_t* piinf;
   int64_t* pliinf;
-  int32_t num_optimize;   // optimise calls so far; the second and later log one level less
-  int32_t callback_stop;  // set when a callback asked to stop
-  double opt_start;       // wall clock at the start of the running optimise, -1 when idle
+  int32_t num_optimize;          // optimise calls so far; the second and later log one level less
+  int32_t callback_stop;         // set when a callback asked to stop
+  double stat_start, stat_time;  // wall clock of VLR_startstat and the span to VLR_stopstat
+  double opt_start;              // wall clock at the start of the running optimise, -1 when idle
   int32_t maxnumcon, maxnumvar, maxnumcone;  // capacities of the problem store
   int64_t maxnumanz, maxnumqnz;
 };
@@ -145,6 +146,29 @@ int32_t VLR_checkindexdbg(const char* file, int line, Task* task, int64_t index,
 int32_t VLR_checkindiciesdbg(const char* file, int line, Task* task, const int32_t* sub,
                              int64_t num, int64_t n, const char* what);
 int32_t VLR_int64to32dbg(Task* task, const char* file, int line, int32_t* out, int64_t value);
+
+// Log guards: a line of a subsystem at `level` is written when the smaller of level and
+// VLR_IPAR_LOG exceeds the cut, which is VLR_IPAR_LOG_CUT_SECOND_OPT from the second optimise on.
+bool VLR_dolog(const Task* task, int32_t level);
+int32_t VLR_getlogcut(const Task* task);
+int32_t VLR_tominor(int32_t level);  // half a level, for detail lines
+int32_t VLR_getlang(const Env* env, int32_t* language);
+// Message functions: each checks VLR_IPAR_LOG and its subsystem's level.
+void VLR_msg_openfile(Task* task, const char* name);
+void VLR_msg_log1(Task* task, int64_t stacksize_kb);
+// Opens a file of a task (logging "Open file") or an env with gzip level 9 when compressed; a
+// failure raises VLR_RES_ERR_FILE_OPEN (a null name VLR_RES_ERR_INVALID_FILE_NAME) into *res.
+SysFile* VLR_fopentask(Task* task, const char* name, int32_t read, int32_t write, int32_t append,
+                       int32_t compressed, int32_t* res);
+SysFile* VLR_fopenenv(Env* env, const char* name, int32_t read, int32_t write, int32_t append,
+                      int32_t compressed, int32_t* res);
+// The head of an optimiser's log: computer, platform, CPU and the problem's size.
+void VLR_loghead(Task* task, int32_t numcon, int32_t numvar, int32_t numintvar);
+// Statistics: time a run and append every information item to VLR_SPAR_STAT_FILE_NAME (CSV, or
+// XML for a name ending in ".xml").
+void VLR_startstat(Task* task);
+void VLR_stopstat(Task* task);
+int32_t VLR_appendstat(Task* task);
 
 // Two-way map between VLR_cputype values and the system layer's processor numbers.
 int32_t VLR_tocpuid(int32_t cputype);
