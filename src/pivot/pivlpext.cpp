@@ -28,10 +28,10 @@ int32_t pivlp_input(LuFactor* lu, const PivMat* a, const int32_t* bas, SysEnv* s
   return kLuOk;
 }
 
-}  // namespace
-
-int32_t VLR_pivlp_factor1(LuFactor* lu, const PivMat* a, const int32_t* bas, int32_t isize,
-                          int32_t* iwork, int32_t rsize, double* rwork) {
+// Factors bas, doubling the work area while the factor asks for more room. sys, which may be
+// null, takes the stop on a negative index.
+int32_t pivlp_factor(SysEnv* sys, LuFactor* lu, const PivMat* a, const int32_t* bas, int32_t isize,
+                     int32_t* iwork, int32_t rsize, double* rwork) {
   const int32_t m = a->m;
   int32_t r = VLR_lu_putnrow(lu, m);
   if (r == kLuOk) r = VLR_lu_putncol(lu, m);
@@ -48,12 +48,35 @@ int32_t VLR_pivlp_factor1(LuFactor* lu, const PivMat* a, const int32_t* bas, int
       if (r != kLuOk) return r;
     }
     VLR_lu_init(lu);
-    r = pivlp_input(lu, a, bas, nullptr);
+    r = pivlp_input(lu, a, bas, sys);
     if (r == kLuOk) r = VLR_lu_factor(lu, isize, iwork, rsize, rwork);
     if (r != kLuWorkAreaFull && r != kLuTooManyGarCols) return r;
     wsze = 2 * static_cast<int64_t>(VLR_lu_getwsze(lu));
   }
   return r;
+}
+
+}  // namespace
+
+int32_t VLR_pivlp_factor1(LuFactor* lu, const PivMat* a, const int32_t* bas, int32_t isize,
+                          int32_t* iwork, int32_t rsize, double* rwork) {
+  return pivlp_factor(nullptr, lu, a, bas, isize, iwork, rsize, rwork);
+}
+
+int32_t VLR_pivlp_factor2(SysEnv* sys, LuFactor* lu, int32_t m, int32_t n, const int64_t* beg,
+                          const int32_t* idx, const double* val, const int32_t* bas, int32_t isize,
+                          int32_t* iwork, int32_t rsize, double* rwork) {
+  const PivMat a{.m = m, .n = n, .beg = beg, .idx = idx, .val = val};
+  int32_t needi = 0, needr = 0;
+  VLR_lu_getfactorspace(m, m, &needi, &needr);
+  if (isize >= needi && rsize >= needr) {
+    return pivlp_factor(sys, lu, &a, bas, isize, iwork, rsize, rwork);
+  }
+  // The caller's work is too short: this call takes its own.
+  SysBuf<int32_t> ibuf(sys, VLR_HERE, needi);
+  SysBuf<double> rbuf(sys, VLR_HERE, needr);
+  if (!ibuf || !rbuf) return kLuNoSpace;
+  return pivlp_factor(sys, lu, &a, bas, needi, ibuf.get(), needr, rbuf.get());
 }
 
 int32_t VLR_pivlp_insart(LuFactor* lu, int32_t m, int32_t* bas, int32_t* map, int32_t isize,
