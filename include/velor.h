@@ -2152,6 +2152,554 @@ VLR_API int32_t VLR_readsummary(VLRtask_t task, int32_t whichstream);
 /// @param task the task. @param whichstream a VLR_streamtype.
 VLR_API int32_t VLR_optimizersummary(VLRtask_t task, int32_t whichstream);
 
+/* ---- Problem data ------------------------------------------------------------------------ */
+
+/// Nonlinear structure callback: reports the sparsity of the gradients and the Hessian of the
+/// Lagrangian (objective weight yo, constraint weights on ycsub). Must not throw or longjmp.
+typedef int32_t (*VLRnlgetspfunc)(void* nlhandle, int32_t* numgrdobjnz, int32_t* grdobjsub,
+                                  int32_t i, int32_t* convali, int32_t* grdconinz,
+                                  int32_t* grdconisub, int32_t yo, int32_t numycnz,
+                                  const int32_t* ycsub, int64_t maxnumhesnz, int64_t* numhesnz,
+                                  int32_t* hessubi, int32_t* hessubj);
+/// Nonlinear value callback: values of the objective and constraint terms, their gradients and
+/// the Hessian of the Lagrangian at xx. Must not throw or longjmp.
+typedef int32_t (*VLRnlgetvafunc)(void* nlhandle, const double* xx, double yo, const double* yc,
+                                  double* objval, int32_t* numgrdobjnz, int32_t* grdobjsub,
+                                  double* grdobjval, int32_t numi, const int32_t* subi,
+                                  double* conval, const int32_t* grdconptrb,
+                                  const int32_t* grdconptre, int32_t* grdconsub, double* grdconval,
+                                  double* grdlag, int64_t maxnumhesnz, int64_t* numhesnz,
+                                  int32_t* hessubi, int32_t* hessubj, double* hesval);
+
+/// Gives the number of constraints.
+/// @param task the task. @param numcon out.
+VLR_API int32_t VLR_getnumcon(VLRtask_t task, int32_t* numcon);
+/// Gives the number of variables.
+/// @param task the task. @param numvar out.
+VLR_API int32_t VLR_getnumvar(VLRtask_t task, int32_t* numvar);
+/// Gives the number of cones.
+/// @param task the task. @param numcone out.
+VLR_API int32_t VLR_getnumcone(VLRtask_t task, int32_t* numcone);
+/// Gives the number of variables marked integer.
+/// @param task the task. @param numintvar out.
+VLR_API int32_t VLR_getnumintvar(VLRtask_t task, int32_t* numintvar);
+/// Gives the constraint capacity.
+/// @param task the task. @param maxnumcon out.
+VLR_API int32_t VLR_getmaxnumcon(VLRtask_t task, int32_t* maxnumcon);
+/// Gives the variable capacity.
+/// @param task the task. @param maxnumvar out.
+VLR_API int32_t VLR_getmaxnumvar(VLRtask_t task, int32_t* maxnumvar);
+/// Gives the cone capacity.
+/// @param task the task. @param maxnumcone out.
+VLR_API int32_t VLR_getmaxnumcone(VLRtask_t task, int32_t* maxnumcone);
+/// Gives the number of non-zeros in A; VLR_RES_ERR_INT64_TO_INT32_CAST when it does not fit.
+/// @param task the task. @param numanz out.
+VLR_API int32_t VLR_getnumanz(VLRtask_t task, int32_t* numanz);
+/// Gives the number of non-zeros in A.
+/// @param task the task. @param numanz out.
+VLR_API int32_t VLR_getnumanz64(VLRtask_t task, int64_t* numanz);
+/// Gives the capacity of A's non-zero store.
+/// @param task the task. @param maxnumanz out.
+VLR_API int32_t VLR_getmaxnumanz(VLRtask_t task, int32_t* maxnumanz);
+/// Gives the capacity of A's non-zero store.
+/// @param task the task. @param maxnumanz out.
+VLR_API int32_t VLR_getmaxnumanz64(VLRtask_t task, int64_t* maxnumanz);
+/// Sets the constraint capacity; below the count gives VLR_RES_ERR_MAXNUMCON.
+/// @param task the task. @param maxnumcon the capacity.
+VLR_API int32_t VLR_putmaxnumcon(VLRtask_t task, int32_t maxnumcon);
+/// Sets the variable capacity; below the count gives VLR_RES_ERR_MAXNUMVAR.
+/// @param task the task. @param maxnumvar the capacity.
+VLR_API int32_t VLR_putmaxnumvar(VLRtask_t task, int32_t maxnumvar);
+/// Sets the capacity of A's non-zero store.
+/// @param task the task. @param maxnumanz the capacity, at least the present count.
+VLR_API int32_t VLR_putmaxnumanz(VLRtask_t task, int32_t maxnumanz);
+/// Sets the capacity of A's non-zero store.
+/// @param task the task. @param maxnumanz the capacity, at least the present count.
+VLR_API int32_t VLR_putmaxnumanz64(VLRtask_t task, int64_t maxnumanz);
+/// Appends constraints (free) or variables (fixed at 0), growing the capacity as needed.
+/// @param task the task. @param accmode VLR_ACC_CON or VLR_ACC_VAR. @param num how many, >= 0.
+VLR_API int32_t VLR_append(VLRtask_t task, int32_t accmode, int32_t num);
+/// Removes constraints or variables; the others move down in order, names and solutions too.
+/// @param task the task. @param accmode VLR_ACC_CON or VLR_ACC_VAR. @param num list length.
+/// @param sub the indices; borrows.
+VLR_API int32_t VLR_remove(VLRtask_t task, int32_t accmode, int32_t num, const int32_t* sub);
+/// Merges A's cached element writes into its store.
+/// @param task the task.
+VLR_API int32_t VLR_commitchanges(VLRtask_t task);
+/// Gives the problem type (a VLR_problemtype) from the terms present.
+/// @param task the task. @param probtype out.
+VLR_API int32_t VLR_getprobtype(VLRtask_t task, int32_t* probtype);
+/// Checks the data for NaN in c and in the present sides of the bounds.
+/// @param task the task.
+VLR_API int32_t VLR_checkdata(VLRtask_t task);
+
+/// Sets one bound; the key decides which sides count. Large values warn; a side beyond
+/// VLR_DPAR_DATA_TOL_BOUND_INF makes that side missing.
+/// @param task the task. @param accmode VLR_ACC_CON or VLR_ACC_VAR. @param i the item.
+/// @param bk a VLR_boundkey. @param bl, bu the sides (equal for VLR_BK_FX).
+VLR_API int32_t VLR_putbound(VLRtask_t task, int32_t accmode, int32_t i, int32_t bk, double bl,
+                             double bu);
+/// VLR_putbound for a list, stopping at the first failure.
+/// @param task the task. @param accmode the class. @param num list length.
+/// @param sub, bk, bl, bu the items and their bounds; borrows.
+VLR_API int32_t VLR_putboundlist(VLRtask_t task, int32_t accmode, int32_t num, const int32_t* sub,
+                                 const int32_t* bk, const double* bl, const double* bu);
+/// VLR_putbound for the items [first, last).
+/// @param task the task. @param accmode the class. @param first, last the range.
+/// @param bk, bl, bu the bounds; borrows.
+VLR_API int32_t VLR_putboundslice(VLRtask_t task, int32_t accmode, int32_t first, int32_t last,
+                                  const int32_t* bk, const double* bl, const double* bu);
+/// Gives one bound as read by its key (a missing side reads as -1e30 or +1e30).
+/// @param task the task. @param accmode the class. @param i the item.
+/// @param bk, bl, bu out; each may be null.
+VLR_API int32_t VLR_getbound(VLRtask_t task, int32_t accmode, int32_t i, int32_t* bk, double* bl,
+                             double* bu);
+/// Gives the bounds of the items [first, last).
+/// @param task the task. @param accmode the class. @param first, last the range.
+/// @param bk, bl, bu out arrays of last - first; each may be null.
+VLR_API int32_t VLR_getboundslice(VLRtask_t task, int32_t accmode, int32_t first, int32_t last,
+                                  int32_t* bk, double* bl, double* bu);
+/// Changes one side of a bound and keeps the other; the key follows.
+/// @param task the task. @param accmode the class. @param i the item.
+/// @param lower 1 for the lower side. @param finite 0 removes the side. @param value the side.
+VLR_API int32_t VLR_chgbound(VLRtask_t task, int32_t accmode, int32_t i, int32_t lower,
+                             int32_t finite, double value);
+/// Sets one objective coefficient.
+/// @param task the task. @param j the variable. @param cj the value.
+VLR_API int32_t VLR_putcj(VLRtask_t task, int32_t j, double cj);
+/// Sets a list of objective coefficients; all are checked before any is stored.
+/// @param task the task. @param num list length. @param subj, val the list; borrows.
+VLR_API int32_t VLR_putclist(VLRtask_t task, int32_t num, const int32_t* subj, const double* val);
+/// Gives the objective coefficients of all variables.
+/// @param task the task. @param c out: numvar values.
+VLR_API int32_t VLR_getc(VLRtask_t task, double* c);
+/// Gives the objective coefficients of [first, last).
+/// @param task the task. @param first, last the range. @param c out.
+VLR_API int32_t VLR_getcslice(VLRtask_t task, int32_t first, int32_t last, double* c);
+/// Sets the fixed term of the objective.
+/// @param task the task. @param cfix the value.
+VLR_API int32_t VLR_putcfix(VLRtask_t task, double cfix);
+/// Gives the fixed term of the objective.
+/// @param task the task. @param cfix out.
+VLR_API int32_t VLR_getcfix(VLRtask_t task, double* cfix);
+/// Sets the objective sense (a VLR_objsense).
+/// @param task the task. @param sense the sense.
+VLR_API int32_t VLR_putobjsense(VLRtask_t task, int32_t sense);
+/// Gives the objective sense.
+/// @param task the task. @param sense out.
+VLR_API int32_t VLR_getobjsense(VLRtask_t task, int32_t* sense);
+
+/// Sets one element of A; 0 removes it. Writes in any order cost no pass over A.
+/// @param task the task. @param i the constraint. @param j the variable. @param aij the value.
+VLR_API int32_t VLR_putaij(VLRtask_t task, int32_t i, int32_t j, double aij);
+/// VLR_putaij for a list, stopping at the first failure.
+/// @param task the task. @param num list length. @param subi, subj, valij the list; borrows.
+VLR_API int32_t VLR_putaijlist(VLRtask_t task, int32_t num, const int32_t* subi,
+                               const int32_t* subj, const double* valij);
+/// Gives one element of A.
+/// @param task the task. @param i, j the position. @param aij out.
+VLR_API int32_t VLR_getaij(VLRtask_t task, int32_t i, int32_t j, double* aij);
+/// Replaces a row or a column of A; repeated indices are summed.
+/// @param task the task. @param accmode VLR_ACC_CON for a row, VLR_ACC_VAR for a column.
+/// @param i the row or column. @param nzi list length. @param asub, aval the list; borrows.
+VLR_API int32_t VLR_putavec(VLRtask_t task, int32_t accmode, int32_t i, int32_t nzi,
+                            const int32_t* asub, const double* aval);
+/// VLR_putavec with a 64-bit length.
+/// @param task the task. @param accmode the class. @param i the vector. @param nzi length.
+/// @param asub, aval the list; borrows.
+VLR_API int32_t VLR_putavec64(VLRtask_t task, int32_t accmode, int32_t i, int64_t nzi,
+                              const int32_t* asub, const double* aval);
+/// Replaces several rows or columns: vector sub[k] is asub, aval over [ptrb[k], ptre[k]).
+/// @param task the task. @param accmode the class. @param num count. @param sub the vectors.
+/// @param ptrb, ptre, asub, aval the lists; borrows.
+VLR_API int32_t VLR_putaveclist(VLRtask_t task, int32_t accmode, int32_t num, const int32_t* sub,
+                                const int32_t* ptrb, const int32_t* ptre, const int32_t* asub,
+                                const double* aval);
+/// VLR_putaveclist with 64-bit positions.
+/// @param task the task. @param accmode the class. @param num count. @param sub the vectors.
+/// @param ptrb, ptre, asub, aval the lists; borrows.
+VLR_API int32_t VLR_putaveclist64(VLRtask_t task, int32_t accmode, int32_t num, const int32_t* sub,
+                                  const int64_t* ptrb, const int64_t* ptre, const int32_t* asub,
+                                  const double* aval);
+/// Gives a row or column of A.
+/// @param task the task. @param accmode the class. @param i the vector. @param nzi out: length.
+/// @param subi, vali out arrays of the length; each may be null.
+VLR_API int32_t VLR_getavec(VLRtask_t task, int32_t accmode, int32_t i, int32_t* nzi, int32_t* subi,
+                            double* vali);
+/// Gives the length of a row or column of A.
+/// @param task the task. @param accmode the class. @param i the vector. @param nzi out.
+VLR_API int32_t VLR_getavecnumnz(VLRtask_t task, int32_t accmode, int32_t i, int32_t* nzi);
+/// Copies the rows or columns [first, last) of A, filling sub and val from position
+/// maxnumnz - *surp on; *surp shrinks by what was written (VLR_RES_ERR_NEGATIVE_SURPLUS when
+/// it would not fit).
+/// @param task the task. @param accmode the class. @param first, last the range.
+/// @param maxnumnz capacity of sub and val. @param surp in-out. @param ptrb, ptre out.
+/// @param sub, val out.
+VLR_API int32_t VLR_getaslice(VLRtask_t task, int32_t accmode, int32_t first, int32_t last,
+                              int32_t maxnumnz, int32_t* surp, int32_t* ptrb, int32_t* ptre,
+                              int32_t* sub, double* val);
+/// VLR_getaslice with 64-bit positions.
+/// @param task the task. @param accmode the class. @param first, last the range.
+/// @param maxnumnz capacity. @param surp in-out. @param ptrb, ptre, sub, val out.
+VLR_API int32_t VLR_getaslice64(VLRtask_t task, int32_t accmode, int32_t first, int32_t last,
+                                int64_t maxnumnz, int64_t* surp, int64_t* ptrb, int64_t* ptre,
+                                int32_t* sub, double* val);
+/// Gives the number of non-zeros in the rows or columns [first, last).
+/// @param task the task. @param accmode the class. @param first, last the range.
+/// @param numnz out.
+VLR_API int32_t VLR_getaslicenumnz(VLRtask_t task, int32_t accmode, int32_t first, int32_t last,
+                                   int32_t* numnz);
+/// VLR_getaslicenumnz with a 64-bit count.
+/// @param task the task. @param accmode the class. @param first, last the range.
+/// @param numnz out.
+VLR_API int32_t VLR_getaslicenumnz64(VLRtask_t task, int32_t accmode, int32_t first, int32_t last,
+                                     int64_t* numnz);
+/// VLR_getaslice as triplets.
+/// @param task the task. @param accmode the class. @param first, last the range.
+/// @param maxnumnz capacity. @param surp in-out. @param subi, subj, val out.
+VLR_API int32_t VLR_getaslicetrip(VLRtask_t task, int32_t accmode, int32_t first, int32_t last,
+                                  int32_t maxnumnz, int32_t* surp, int32_t* subi, int32_t* subj,
+                                  double* val);
+/// Gives the number of non-zeros of A in rows [firsti, lasti) and columns [firstj, lastj).
+/// @param task the task. @param firsti, lasti, firstj, lastj the block. @param numnz out.
+VLR_API int32_t VLR_getapiecenumnz(VLRtask_t task, int32_t firsti, int32_t lasti, int32_t firstj,
+                                   int32_t lastj, int32_t* numnz);
+/// Appends variables with their objective coefficients, columns and bounds.
+/// @param task the task. @param num count. @param cval coefficients (may be null).
+/// @param aptrb, aptre, asub, aval the columns; borrows. @param bkx, blx, bux the bounds.
+VLR_API int32_t VLR_appendvars(VLRtask_t task, int32_t num, const double* cval,
+                               const int32_t* aptrb, const int32_t* aptre, const int32_t* asub,
+                               const double* aval, const int32_t* bkx, const double* blx,
+                               const double* bux);
+/// Appends constraints with their rows and bounds.
+/// @param task the task. @param num count. @param aptrb, aptre, asub, aval the rows; borrows.
+/// @param bkc, blc, buc the bounds.
+VLR_API int32_t VLR_appendcons(VLRtask_t task, int32_t num, const int32_t* aptrb,
+                               const int32_t* aptre, const int32_t* asub, const double* aval,
+                               const int32_t* bkc, const double* blc, const double* buc);
+/// Replaces the whole problem by a linear one given by columns. Every column is checked first;
+/// a refused call leaves the task as it was.
+/// @param task the task. @param maxnumcon, maxnumvar capacities. @param numcon, numvar sizes.
+/// @param c objective (null: zeros). @param cfix fixed term.
+/// @param aptrb, aptre, asub, aval A by columns; borrows.
+/// @param bkc, blc, buc, bkx, blx, bux bounds; borrows.
+VLR_API int32_t VLR_inputdata(VLRtask_t task, int32_t maxnumcon, int32_t maxnumvar, int32_t numcon,
+                              int32_t numvar, const double* c, double cfix, const int32_t* aptrb,
+                              const int32_t* aptre, const int32_t* asub, const double* aval,
+                              const int32_t* bkc, const double* blc, const double* buc,
+                              const int32_t* bkx, const double* blx, const double* bux);
+/// VLR_inputdata with 64-bit column positions.
+/// @param task the task. @param maxnumcon, maxnumvar, numcon, numvar sizes. @param c, cfix the
+///   objective. @param aptrb, aptre, asub, aval A. @param bkc, blc, buc, bkx, blx, bux bounds.
+VLR_API int32_t VLR_inputdata64(VLRtask_t task, int32_t maxnumcon, int32_t maxnumvar,
+                                int32_t numcon, int32_t numvar, const double* c, double cfix,
+                                const int64_t* aptrb, const int64_t* aptre, const int32_t* asub,
+                                const double* aval, const int32_t* bkc, const double* blc,
+                                const double* buc, const int32_t* bkx, const double* blx,
+                                const double* bux);
+
+/* ---- Names ---------------------------------------------------------------------------------- */
+
+/// Names an item; blank names and, among the class, duplicates are refused.
+/// @param task the task. @param whichitem a VLR_problemitem. @param i the item.
+/// @param name the name; copies.
+VLR_API int32_t VLR_putname(VLRtask_t task, int32_t whichitem, int32_t i, const char* name);
+/// Names the objective.
+/// @param task the task. @param objname the name; copies.
+VLR_API int32_t VLR_putobjname(VLRtask_t task, const char* objname);
+/// Gives an item's name, or its generic name ("x12", "c3", "k0") when it has none.
+/// @param task the task. @param whichitem a VLR_problemitem. @param i the item.
+/// @param maxlen capacity of name. @param len out: the length (may be null).
+/// @param name out: the name, cut to fit (VLR_RES_ERR_NAME_MAX_LEN then); may be null.
+VLR_API int32_t VLR_getname(VLRtask_t task, int32_t whichitem, int32_t i, int32_t maxlen,
+                            int32_t* len, char* name);
+/// VLR_getname with 64-bit sizes.
+/// @param task the task. @param whichitem the class. @param i the item. @param maxlen capacity.
+/// @param len out. @param name out.
+VLR_API int32_t VLR_getname64(VLRtask_t task, int32_t whichitem, int32_t i, int64_t maxlen,
+                              int64_t* len, char* name);
+/// Gives the length of an item's name (generic names included).
+/// @param task the task. @param whichitem the class. @param i the item. @param len out.
+VLR_API int32_t VLR_getnamelen64(VLRtask_t task, int32_t whichitem, int32_t i, int64_t* len);
+/// Gives a variable's name.
+/// @param task the task. @param j the variable. @param maxlen capacity. @param name out.
+VLR_API int32_t VLR_getvarname(VLRtask_t task, int32_t j, int32_t maxlen, char* name);
+/// Gives a variable's name.
+/// @param task the task. @param j the variable. @param maxlen capacity. @param name out.
+VLR_API int32_t VLR_getvarname64(VLRtask_t task, int32_t j, int64_t maxlen, char* name);
+/// Gives a constraint's name.
+/// @param task the task. @param i the constraint. @param maxlen capacity. @param name out.
+VLR_API int32_t VLR_getconname(VLRtask_t task, int32_t i, int32_t maxlen, char* name);
+/// Gives a constraint's name.
+/// @param task the task. @param i the constraint. @param maxlen capacity. @param name out.
+VLR_API int32_t VLR_getconname64(VLRtask_t task, int32_t i, int64_t maxlen, char* name);
+/// Gives the objective's name ("" when none).
+/// @param task the task. @param maxlen capacity. @param len out (may be null). @param objname out.
+VLR_API int32_t VLR_getobjname(VLRtask_t task, int32_t maxlen, int32_t* len, char* objname);
+/// Gives the objective's name.
+/// @param task the task. @param maxlen capacity. @param len out. @param objname out.
+VLR_API int32_t VLR_getobjname64(VLRtask_t task, int64_t maxlen, int64_t* len, char* objname);
+/// Gives the task's name.
+/// @param task the task. @param maxlen capacity. @param len out. @param taskname out.
+VLR_API int32_t VLR_gettaskname64(VLRtask_t task, int64_t maxlen, int64_t* len, char* taskname);
+/// Finds the item with a name.
+/// @param task the task. @param whichitem the class. @param name the name; borrows.
+/// @param asgn out: 1 when found. @param index out: the item (0 when not found).
+VLR_API int32_t VLR_getnameindex(VLRtask_t task, int32_t whichitem, const char* name, int32_t* asgn,
+                                 int32_t* index);
+/// Gives the length of the longest name, generic names included.
+/// @param task the task. @param maxlen out.
+VLR_API int32_t VLR_getmaxnamelen(VLRtask_t task, int32_t* maxlen);
+
+/* ---- Solutions ------------------------------------------------------------------------------ */
+
+/// Stores a solution given by the caller; null arrays leave the item as it was. For the basic
+/// solution a count of VLR_SK_BAS keys other than numcon warns.
+/// @param task the task. @param whichsol a VLR_soltype. @param skc, skx, skn status keys.
+/// @param xc, xx, y, slc, suc, slx, sux, snx the items; copies.
+VLR_API int32_t VLR_putsolution(VLRtask_t task, int32_t whichsol, const int32_t* skc,
+                                const int32_t* skx, const int32_t* skn, const double* xc,
+                                const double* xx, const double* y, const double* slc,
+                                const double* suc, const double* slx, const double* sux,
+                                const double* snx);
+/// Gives a defined solution; each out may be null, and items the type lacks are left alone.
+/// @param task the task. @param whichsol the solution. @param prosta, solsta out.
+/// @param skc, skx, skn, xc, xx, y, slc, suc, slx, sux, snx out arrays.
+VLR_API int32_t VLR_getsolution(VLRtask_t task, int32_t whichsol, int32_t* prosta, int32_t* solsta,
+                                int32_t* skc, int32_t* skx, int32_t* skn, double* xc, double* xx,
+                                double* y, double* slc, double* suc, double* slx, double* sux,
+                                double* snx);
+/// Gives the entries [first, last) of one item of a solution.
+/// @param task the task. @param whichsol the solution. @param solitem a VLR_solitem.
+/// @param first, last the range. @param values out.
+VLR_API int32_t VLR_getsolutionslice(VLRtask_t task, int32_t whichsol, int32_t solitem,
+                                     int32_t first, int32_t last, double* values);
+/// Gives the status keys [first, last) of constraints or variables.
+/// @param task the task. @param accmode the class. @param whichsol the solution.
+/// @param first, last the range. @param sk out.
+VLR_API int32_t VLR_getsolutionstatuskeyslice(VLRtask_t task, int32_t accmode, int32_t whichsol,
+                                              int32_t first, int32_t last, int32_t* sk);
+/// Gives the problem and solution status of a solution.
+/// @param task the task. @param whichsol the solution. @param prosta, solsta out; may be null.
+VLR_API int32_t VLR_getsolutionstatus(VLRtask_t task, int32_t whichsol, int32_t* prosta,
+                                      int32_t* solsta);
+/// Sets the entries of one constraint or variable in a defined solution.
+/// @param task the task. @param accmode the class. @param i the item. @param whichsol the
+///   solution. @param sk key. @param x value. @param sl, su multipliers. @param sn cone dual.
+VLR_API int32_t VLR_putsolutioni(VLRtask_t task, int32_t accmode, int32_t i, int32_t whichsol,
+                                 int32_t sk, double x, double sl, double su, double sn);
+/// Sets the dual value y of one constraint.
+/// @param task the task. @param i the constraint. @param whichsol the solution. @param y value.
+VLR_API int32_t VLR_putsolutionyi(VLRtask_t task, int32_t i, int32_t whichsol, double y);
+/// Gives the entries of one constraint or variable.
+/// @param task the task. @param accmode the class. @param i the item. @param whichsol the
+///   solution. @param sk, x, sl, su, sn out; each may be null.
+VLR_API int32_t VLR_getsolutioni(VLRtask_t task, int32_t accmode, int32_t i, int32_t whichsol,
+                                 int32_t* sk, double* x, double* sl, double* su, double* sn);
+/// Gives slx - sux for the variables [first, last).
+/// @param task the task. @param whichsol the solution. @param first, last the range.
+/// @param redcosts out.
+VLR_API int32_t VLR_getreducedcosts(VLRtask_t task, int32_t whichsol, int32_t first, int32_t last,
+                                    double* redcosts);
+/// Tells whether a solution is defined.
+/// @param task the task. @param whichsol the solution. @param isdef out: 1 or 0.
+VLR_API int32_t VLR_solutiondef(VLRtask_t task, int32_t whichsol, int32_t* isdef);
+/// Marks a solution undefined; its arrays stay.
+/// @param task the task. @param whichsol the solution.
+VLR_API int32_t VLR_undefsolution(VLRtask_t task, int32_t whichsol);
+/// Frees a solution.
+/// @param task the task. @param whichsol the solution.
+VLR_API int32_t VLR_deletesolution(VLRtask_t task, int32_t whichsol);
+/// Makes a solution defined with unknown statuses, keys VLR_SK_UNK and all values 0.
+/// @param task the task. @param whichsol the solution.
+VLR_API int32_t VLR_makesolutionstatusunknown(VLRtask_t task, int32_t whichsol);
+/// Sets the problem status of a defined solution.
+/// @param task the task. @param whichsol the solution. @param prosta a VLR_prosta.
+VLR_API int32_t VLR_putprosta(VLRtask_t task, int32_t whichsol, int32_t prosta);
+/// Sets the solution status of a defined solution.
+/// @param task the task. @param whichsol the solution. @param solsta a VLR_solsta.
+VLR_API int32_t VLR_putsolsta(VLRtask_t task, int32_t whichsol, int32_t solsta);
+/// Gives the primal objective value of a solution (a certificate leaves out cfix).
+/// @param task the task. @param whichsol the solution. @param primalobj out (-1e30 on error).
+VLR_API int32_t VLR_getprimalobj(VLRtask_t task, int32_t whichsol, double* primalobj);
+/// Gives the dual objective value of a solution.
+/// @param task the task. @param whichsol the solution. @param dualobj out (+1e30 on error).
+VLR_API int32_t VLR_getdualobj(VLRtask_t task, int32_t whichsol, double* dualobj);
+/// Gives the statuses, objective values and largest violations of a solution: bounds (pbi),
+/// cones (pcni), equations (peqi), integrality (inti) and their dual counterparts.
+/// @param task the task. @param whichsol the solution. @param prosta, solsta, primalobj, maxpbi,
+///   maxpcni, maxpeqi, maxinti, dualobj, maxdbi, maxdcni, maxdeqi out; each may be null.
+VLR_API int32_t VLR_getsolutioninf(VLRtask_t task, int32_t whichsol, int32_t* prosta,
+                                   int32_t* solsta, double* primalobj, double* maxpbi,
+                                   double* maxpcni, double* maxpeqi, double* maxinti,
+                                   double* dualobj, double* maxdbi, double* maxdcni,
+                                   double* maxdeqi);
+/// Primal bound violations of listed constraints or variables.
+/// @param task the task. @param whichsol the solution. @param accmode the class.
+/// @param sub, len the list; borrows. @param pbi out. @param normalize 1: relative to the bound.
+VLR_API int32_t VLR_getpbi(VLRtask_t task, int32_t whichsol, int32_t accmode, const int32_t* sub,
+                           int32_t len, double* pbi, int32_t normalize);
+/// Violations |xc - Ax| of listed constraints.
+/// @param task the task. @param whichsol the solution. @param sub, len the list.
+/// @param peqi out. @param normalize 1: relative to |xc|.
+VLR_API int32_t VLR_getpeqi(VLRtask_t task, int32_t whichsol, const int32_t* sub, int32_t len,
+                            double* peqi, int32_t normalize);
+/// Primal cone violations of listed cones.
+/// @param task the task. @param whichsol the solution. @param sub, len the list. @param pcni out.
+VLR_API int32_t VLR_getpcni(VLRtask_t task, int32_t whichsol, const int32_t* sub, int32_t len,
+                            double* pcni);
+/// Distances to the nearest integer of listed integer variables (0 for continuous ones).
+/// @param task the task. @param whichsol the solution. @param sub, len the list. @param inti out.
+VLR_API int32_t VLR_getinti(VLRtask_t task, int32_t whichsol, const int32_t* sub, int32_t len,
+                            double* inti);
+/// Dual bound violations (sign of the multipliers) of listed constraints or variables.
+/// @param task the task. @param whichsol the solution. @param accmode the class.
+/// @param sub, len the list. @param dbi out. @param normalize accepted for symmetry.
+VLR_API int32_t VLR_getdbi(VLRtask_t task, int32_t whichsol, int32_t accmode, const int32_t* sub,
+                           int32_t len, double* dbi, int32_t normalize);
+/// Dual equation residuals of listed constraints or variables.
+/// @param task the task. @param whichsol the solution. @param accmode the class.
+/// @param sub, len the list. @param deqi out. @param normalize 1: relative to |c_j|.
+VLR_API int32_t VLR_getdeqi(VLRtask_t task, int32_t whichsol, int32_t accmode, const int32_t* sub,
+                            int32_t len, double* deqi, int32_t normalize);
+/// Dual cone violations of listed cones (interior solution only).
+/// @param task the task. @param whichsol the solution. @param sub, len the list. @param dcni out.
+VLR_API int32_t VLR_getdcni(VLRtask_t task, int32_t whichsol, const int32_t* sub, int32_t len,
+                            double* dcni);
+/// Stores the measures of VLR_getsolutioninf in the VLR_DINF_SOL_ and VLR_IINF_SOL_ items.
+/// @param task the task. @param whichsol the solution.
+VLR_API int32_t VLR_updatesolutioninfo(VLRtask_t task, int32_t whichsol);
+
+/* ---- Quadratic terms, cones and integer data ------------------------------------------------ */
+
+/// Replaces the objective's Q (lower triangle; the term is 0.5 x'Qx). Repeats are summed.
+/// @param task the task. @param numqonz count. @param qosubi, qosubj, qoval elements; copies.
+VLR_API int32_t VLR_putqobj(VLRtask_t task, int32_t numqonz, const int32_t* qosubi,
+                            const int32_t* qosubj, const double* qoval);
+/// Sets one element of the objective's Q; (j, i) counts as (i, j), and a tiny value removes it.
+/// @param task the task. @param i, j the position. @param qoij the value.
+VLR_API int32_t VLR_putqobjij(VLRtask_t task, int32_t i, int32_t j, double qoij);
+/// Gives one element of the objective's Q.
+/// @param task the task. @param i, j the position. @param qoij out.
+VLR_API int32_t VLR_getqobjij(VLRtask_t task, int32_t i, int32_t j, double* qoij);
+/// Replaces constraint k's Q (lower triangle).
+/// @param task the task. @param k the constraint. @param numqcnz count.
+/// @param qcsubi, qcsubj, qcval elements; copies.
+VLR_API int32_t VLR_putqconk(VLRtask_t task, int32_t k, int32_t numqcnz, const int32_t* qcsubi,
+                             const int32_t* qcsubj, const double* qcval);
+/// Replaces every constraint's Q; element e belongs to constraint qcsubk[e].
+/// @param task the task. @param numqcnz count. @param qcsubk, qcsubi, qcsubj, qcval; copies.
+VLR_API int32_t VLR_putqcon(VLRtask_t task, int32_t numqcnz, const int32_t* qcsubk,
+                            const int32_t* qcsubi, const int32_t* qcsubj, const double* qcval);
+/// Gives the objective's Q; with all arrays null only the count.
+/// @param task the task. @param maxnumqonz capacity. @param numqonz out.
+/// @param qosubi, qosubj, qoval out.
+VLR_API int32_t VLR_getqobj(VLRtask_t task, int32_t maxnumqonz, int32_t* numqonz, int32_t* qosubi,
+                            int32_t* qosubj, double* qoval);
+/// VLR_getqobj with 64-bit sizes.
+/// @param task the task. @param maxnumqonz capacity. @param numqonz, qosubi, qosubj, qoval out.
+VLR_API int32_t VLR_getqobj64(VLRtask_t task, int64_t maxnumqonz, int64_t* numqonz, int32_t* qosubi,
+                              int32_t* qosubj, double* qoval);
+/// Gives constraint k's Q.
+/// @param task the task. @param k the constraint. @param maxnumqcnz capacity.
+/// @param numqcnz, qcsubi, qcsubj, qcval out.
+VLR_API int32_t VLR_getqconk(VLRtask_t task, int32_t k, int32_t maxnumqcnz, int32_t* numqcnz,
+                             int32_t* qcsubi, int32_t* qcsubj, double* qcval);
+/// VLR_getqconk with 64-bit sizes.
+/// @param task the task. @param k the constraint. @param maxnumqcnz capacity.
+/// @param numqcnz, qcsubi, qcsubj, qcval out.
+VLR_API int32_t VLR_getqconk64(VLRtask_t task, int32_t k, int64_t maxnumqcnz, int64_t* numqcnz,
+                               int32_t* qcsubi, int32_t* qcsubj, double* qcval);
+/// Gives the number of elements of the objective's Q.
+/// @param task the task. @param numqonz out.
+VLR_API int32_t VLR_getnumqobjnz(VLRtask_t task, int32_t* numqonz);
+/// Gives the number of elements of the objective's Q.
+/// @param task the task. @param numqonz out.
+VLR_API int32_t VLR_getnumqobjnz64(VLRtask_t task, int64_t* numqonz);
+/// Gives the number of elements of constraint k's Q.
+/// @param task the task. @param k the constraint. @param numqcnz out.
+VLR_API int32_t VLR_getnumqconknz(VLRtask_t task, int32_t k, int32_t* numqcnz);
+/// Gives the number of elements of constraint k's Q.
+/// @param task the task. @param k the constraint. @param numqcnz out.
+VLR_API int32_t VLR_getnumqconknz64(VLRtask_t task, int32_t k, int64_t* numqcnz);
+/// Sets the capacity of the Q pool; below its use gives VLR_RES_ERR_MAXNUMQNZ.
+/// @param task the task. @param maxnumqnz the capacity.
+VLR_API int32_t VLR_putmaxnumqnz(VLRtask_t task, int32_t maxnumqnz);
+/// Sets the capacity of the Q pool.
+/// @param task the task. @param maxnumqnz the capacity.
+VLR_API int32_t VLR_putmaxnumqnz64(VLRtask_t task, int64_t maxnumqnz);
+/// Gives the capacity of the Q pool.
+/// @param task the task. @param maxnumqnz out.
+VLR_API int32_t VLR_getmaxnumqnz(VLRtask_t task, int32_t* maxnumqnz);
+/// Gives the capacity of the Q pool.
+/// @param task the task. @param maxnumqnz out.
+VLR_API int32_t VLR_getmaxnumqnz64(VLRtask_t task, int64_t* maxnumqnz);
+/// Sets the cone capacity (at most maxnumvar); below the count gives VLR_RES_ERR_MAXNUMCONE.
+/// @param task the task. @param maxnumcone the capacity.
+VLR_API int32_t VLR_putmaxnumcone(VLRtask_t task, int32_t maxnumcone);
+/// Appends a cone; a variable may belong to one cone only.
+/// @param task the task. @param conetype a VLR_conetype. @param conepar stored as given.
+/// @param nummem count. @param submem the members; copies.
+VLR_API int32_t VLR_appendcone(VLRtask_t task, int32_t conetype, double conepar, int32_t nummem,
+                               const int32_t* submem);
+/// Replaces cone k.
+/// @param task the task. @param k the cone. @param conetype the type. @param conepar parameter.
+/// @param nummem count. @param submem the members; copies.
+VLR_API int32_t VLR_putcone(VLRtask_t task, int32_t k, int32_t conetype, double conepar,
+                            int32_t nummem, const int32_t* submem);
+/// Removes cone k; the later cones move down.
+/// @param task the task. @param k the cone.
+VLR_API int32_t VLR_removecone(VLRtask_t task, int32_t k);
+/// Gives cone k.
+/// @param task the task. @param k the cone. @param conetype, conepar, nummem out (may be null).
+/// @param submem out: the members (may be null).
+VLR_API int32_t VLR_getcone(VLRtask_t task, int32_t k, int32_t* conetype, double* conepar,
+                            int32_t* nummem, int32_t* submem);
+/// Gives the type, parameter and size of cone k.
+/// @param task the task. @param k the cone. @param conetype, conepar, nummem out (may be null).
+VLR_API int32_t VLR_getconeinfo(VLRtask_t task, int32_t k, int32_t* conetype, double* conepar,
+                                int32_t* nummem);
+/// Gives the size of cone k.
+/// @param task the task. @param k the cone. @param nummem out.
+VLR_API int32_t VLR_getnumconemem(VLRtask_t task, int32_t k, int32_t* nummem);
+/// Marks a variable continuous or integer (a VLR_variabletype).
+/// @param task the task. @param j the variable. @param vartype the type.
+VLR_API int32_t VLR_putvartype(VLRtask_t task, int32_t j, int32_t vartype);
+/// VLR_putvartype for a list, read from its last element backwards.
+/// @param task the task. @param num count. @param subj, vartype the list; borrows.
+VLR_API int32_t VLR_putvartypelist(VLRtask_t task, int32_t num, const int32_t* subj,
+                                   const int32_t* vartype);
+/// Gives a variable's type.
+/// @param task the task. @param j the variable. @param vartype out.
+VLR_API int32_t VLR_getvartype(VLRtask_t task, int32_t j, int32_t* vartype);
+/// Gives the types of listed variables.
+/// @param task the task. @param num count. @param subj the list. @param vartype out.
+VLR_API int32_t VLR_getvartypelist(VLRtask_t task, int32_t num, const int32_t* subj,
+                                   int32_t* vartype);
+/// Sets a variable's branching priority (>= 0) and direction (a VLR_branchdir).
+/// @param task the task. @param j the variable. @param priority, direction the values.
+VLR_API int32_t VLR_putvarbranchorder(VLRtask_t task, int32_t j, int32_t priority,
+                                      int32_t direction);
+/// Gives a variable's branching priority and direction.
+/// @param task the task. @param j the variable. @param priority, direction out (may be null).
+VLR_API int32_t VLR_getvarbranchorder(VLRtask_t task, int32_t j, int32_t* priority,
+                                      int32_t* direction);
+/// Gives a variable's branching priority.
+/// @param task the task. @param j the variable. @param priority out.
+VLR_API int32_t VLR_getvarbranchpri(VLRtask_t task, int32_t j, int32_t* priority);
+/// Gives a variable's branching direction.
+/// @param task the task. @param j the variable. @param direction out.
+VLR_API int32_t VLR_getvarbranchdir(VLRtask_t task, int32_t j, int32_t* direction);
+/// Sets the nonlinear callbacks (null functions remove them). A task with them cannot be cloned.
+/// @param task the task. @param nlhandle passed to both; borrows (must outlive the task's use).
+/// @param nlgetsp the structure callback. @param nlgetva the value callback.
+VLR_API int32_t VLR_putnlfunc(VLRtask_t task, void* nlhandle, VLRnlgetspfunc nlgetsp,
+                              VLRnlgetvafunc nlgetva);
+/// Gives the nonlinear callbacks.
+/// @param task the task. @param nlhandle, nlgetsp, nlgetva out (may be null).
+VLR_API int32_t VLR_getnlfunc(VLRtask_t task, void** nlhandle, VLRnlgetspfunc* nlgetsp,
+                              VLRnlgetvafunc* nlgetva);
+
 #ifdef __cplusplus
 }
 #endif

@@ -3,6 +3,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cstring>
 
+#include "velor/probdata.h"
 #include "velor/tables.h"
 #include "velor/task.h"
 
@@ -136,7 +137,8 @@ int32_t VLR_appendstat(Task* task) {
   const char* key = task->sparam[VLR_SPAR_STAT_KEY];
   if (xml) {
     VLR_sysenv_fprintf(f, "  <record name=\"%s\" key=\"%s\">\n", name, key);
-    VLR_sysenv_fprintf(f, "    <field name=\"task_numcon\"> %d </field>\n", task->maxnumcon);
+    VLR_sysenv_fprintf(f, "    <field name=\"task_numcon\"> %d </field>\n",
+                       task->data != nullptr ? task->data->numcon : 0);
   }
   char value[64];
   for (int32_t k = 0; k < kNumDouInf; ++k) {

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "velor/probdata.h"
 #include "velor/tables.h"
 
 namespace vlr {
@@ -64,9 +65,8 @@ void task_freeparams(Task* task) {
 
 // Frees the problem store and its scratch buffers.
 void VLR_deletetaskdata(Task* task) {
+  VLR_deleteprobdata(task);
   VLR_markbuffersfordelete(task);
-  task->maxnumcon = task->maxnumvar = task->maxnumcone = 0;
-  task->maxnumanz = task->maxnumqnz = 0;
 }
 
 // Frees a task record in any partial state, then its SysEnv; the leak check's code comes back.
@@ -94,12 +94,9 @@ int32_t task_destroy(Task* task) {
 int32_t task_resize(Task* task, int32_t maxnumcon, int32_t maxnumvar, int32_t maxnumcone,
                     int64_t maxnumanz, int64_t maxnumqnz) {
   VLR_deletetaskdata(task);
-  task->maxnumcon = maxnumcon;
-  task->maxnumvar = maxnumvar;
-  task->maxnumcone = maxnumcone;
-  task->maxnumanz = maxnumanz;
-  task->maxnumqnz = maxnumqnz;
-  return VLR_RES_OK;
+  const int32_t r = VLR_makeprobdata(task, maxnumcon, maxnumvar, maxnumcone, maxnumanz, maxnumqnz);
+  if (r != VLR_RES_OK) VLR_deletetaskdata(task);  // the next call on the task makes an empty one
+  return r;
 }
 
 }  // namespace
@@ -217,28 +214,6 @@ int32_t VLR_resizetask64(VLRtask_t task, int32_t maxnumcon, int32_t maxnumvar, i
 int32_t VLR_resizetask(VLRtask_t task, int32_t maxnumcon, int32_t maxnumvar, int32_t maxnumcone,
                        int32_t maxnumanz, int32_t maxnumqnz) {
   return VLR_resizetask64(task, maxnumcon, maxnumvar, maxnumcone, maxnumanz, maxnumqnz);
-}
-
-int32_t VLR_clonetask(VLRtask_t task, VLRtask_t* clonedtask) {
-  return vlr::api_guard([&]() -> int32_t {
-    const int32_t r0 = VLR_checktask(task);
-    if (r0 != VLR_RES_OK) return r0;
-    Task* t = vlr::VLR_taskcast(task);
-    if (clonedtask == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "clonedtask");
-    if (*clonedtask == task) return VLR_RAISE(t, VLR_RES_ERR_IDENTICAL_TASKS);
-    *clonedtask = nullptr;
-    VLRtask_t clone = nullptr;
-    int32_t r = VLR_maketask(vlr::VLR_envhandle(t->env), t->maxnumcon, t->maxnumvar, &clone);
-    if (r != VLR_RES_OK) return VLR_RAISE(t, r);
-    if (t->name != nullptr) r = VLR_puttaskname(clone, t->name);
-    if (r == VLR_RES_OK) r = VLR_copyparam(clone, task);
-    if (r != VLR_RES_OK) {
-      VLR_deletetask(&clone);
-      return VLR_RAISE(t, r);
-    }
-    *clonedtask = clone;
-    return VLR_RES_OK;
-  });
 }
 
 int32_t VLR_getenv(VLRtask_t task, VLRenv_t* env) {

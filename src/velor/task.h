@@ -16,6 +16,8 @@ struct VLRtask_s {};
 namespace vlr {
 
 struct ScratchPool;
+struct TaskData;  // the problem (velor/probdata.h)
+struct SolStore;  // the three solutions (velor/probdata.h)
 
 constexpr int32_t kVersionMajor = 6;
 constexpr int32_t kVersionMinor = 0;
@@ -77,8 +79,8 @@ struct Task {
   int32_t callback_stop;         // set when a callback asked to stop
   double stat_start, stat_time;  // wall clock of VLR_startstat and the span to VLR_stopstat
   double opt_start;              // wall clock at the start of the running optimise, -1 when idle
-  int32_t maxnumcon, maxnumvar, maxnumcone;  // capacities of the problem store
-  int64_t maxnumanz, maxnumqnz;
+  TaskData* data;                // the problem; null after a failed resize until the next call
+  SolStore* sols;                // the solutions; null entries until made
 };
 
 // "VELOR version 6.0.0.148" into buf.
