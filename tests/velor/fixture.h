@@ -70,6 +70,21 @@ inline std::string LastError(VLRtask_t task, int32_t* code = nullptr) {
   return msg;
 }
 
+// An allocator for VLR_makeenv that fails when g_left reaches 0 (-1: never) and counts the blocks
+// it has handed out and not had back.
+inline int64_t g_left = -1;
+inline int64_t g_live = 0;
+inline void* FailingMalloc(void*, size_t size) {
+  if (g_left == 0) return nullptr;
+  if (g_left > 0) --g_left;
+  ++g_live;
+  return std::malloc(size);
+}
+inline void CountingFree(void*, void* block) {
+  --g_live;
+  std::free(block);
+}
+
 inline std::string TmpPath(const char* name) {
   return std::string(VLR_TEST_TMP) + "/" + name;
 }

@@ -7,20 +7,10 @@
 
 namespace {
 
-int64_t g_left = -1;  // allocations before a pretend failure; -1: never fail
-int64_t g_live = 0;   // blocks handed out and not yet freed
-
-void* FailingMalloc(void*, size_t size) {
-  if (g_left == 0) return nullptr;
-  if (g_left > 0) --g_left;
-  ++g_live;
-  return std::malloc(size);
-}
-
-void CountingFree(void*, void* block) {
-  --g_live;
-  std::free(block);
-}
+using vlrtest::CountingFree;
+using vlrtest::FailingMalloc;
+using vlrtest::g_left;
+using vlrtest::g_live;
 
 TEST(MemfailTest, MakeenvFailsCleanlyAtEveryAllocation) {
   for (int64_t k = 0;; ++k) {

@@ -393,20 +393,10 @@ TEST_F(TaskdataTest, ProblemTypeAndNanCheck) {
 
 // ---- Allocation failures ------------------------------------------------------------------------
 
-int64_t g_left = -1;
-int64_t g_live = 0;
-
-void* FailingMalloc(void*, size_t size) {
-  if (g_left == 0) return nullptr;
-  if (g_left > 0) --g_left;
-  ++g_live;
-  return std::malloc(size);
-}
-
-void CountingFree(void*, void* block) {
-  --g_live;
-  std::free(block);
-}
+using vlrtest::CountingFree;
+using vlrtest::FailingMalloc;
+using vlrtest::g_left;
+using vlrtest::g_live;
 
 TEST(TaskdataMemfail, InputdataAndAppendsFailCleanly) {
   g_left = -1;
