@@ -2151,6 +2151,10 @@ VLR_API int32_t VLR_readsummary(VLRtask_t task, int32_t whichstream);
 /// Writes the times and iteration counts of the optimisers of the last run on a stream.
 /// @param task the task. @param whichstream a VLR_streamtype.
 VLR_API int32_t VLR_optimizersummary(VLRtask_t task, int32_t whichstream);
+/// Writes, for every defined solution, its problem and solution status, and the primal and dual
+/// objective with the largest equation, bound and cone violations, on a stream.
+/// @param task the task. @param whichstream a VLR_streamtype.
+VLR_API int32_t VLR_solutionsummary(VLRtask_t task, int32_t whichstream);
 
 /* ---- Problem data ------------------------------------------------------------------------ */
 

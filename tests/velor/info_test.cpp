@@ -72,3 +72,42 @@ TEST(InfoTest, CallbackRegistrationReadsBack) {
 }
 
 }  // namespace
+
+namespace {
+
+// min x0 + 2 x1  s.t.  x0 + x1 >= 1,  x >= 0: optimal at x = (1, 0), y = 1.
+TEST(InfoTest, SolutionSummaryShowsStatusesObjectivesAndViolations) {
+  auto env = vlrtest::MakeEnv();
+  auto task = vlrtest::MakeTask(env.get());
+  VLRtask_t t = task.get();
+  const double c[2] = {1.0, 2.0};
+  const int32_t aptrb[2] = {0, 1}, aptre[2] = {1, 2}, asub[2] = {0, 0};
+  const double aval[2] = {1.0, 1.0};
+  const int32_t bkc[1] = {VLR_BK_LO}, bkx[2] = {VLR_BK_LO, VLR_BK_LO};
+  const double blc[1] = {1.0}, buc[1] = {1e30}, blx[2] = {0, 0}, bux[2] = {1e30, 1e30};
+  ASSERT_EQ(
+      VLR_inputdata(t, 1, 2, 1, 2, c, 0.0, aptrb, aptre, asub, aval, bkc, blc, buc, bkx, blx, bux),
+      VLR_RES_OK);
+  const int32_t skc[1] = {VLR_SK_LOW}, skx[2] = {VLR_SK_BAS, VLR_SK_LOW};
+  const double xc[1] = {1.0}, xx[2] = {1.0, 0.0}, y[1] = {1.0}, slc[1] = {1.0}, suc[1] = {0.0};
+  const double slx[2] = {0.0, 1.0}, sux[2] = {0.0, 0.0};
+  ASSERT_EQ(
+      VLR_putsolution(t, VLR_SOL_BAS, skc, skx, nullptr, xc, xx, y, slc, suc, slx, sux, nullptr),
+      VLR_RES_OK);
+  ASSERT_EQ(VLR_putprosta(t, VLR_SOL_BAS, VLR_PRO_STA_PRIM_AND_DUAL_FEAS), VLR_RES_OK);
+  ASSERT_EQ(VLR_putsolsta(t, VLR_SOL_BAS, VLR_SOL_STA_OPTIMAL), VLR_RES_OK);
+  vlrtest::Collector msg;
+  VLR_linkfunctotaskstream(t, VLR_STREAM_MSG, &msg, vlrtest::Collector::Func);
+  ASSERT_EQ(VLR_solutionsummary(t, VLR_STREAM_MSG), VLR_RES_OK);
+  const std::string text = msg.All();
+  EXPECT_NE(text.find("\nSolution summary\n  Basic solution\n"), std::string::npos);
+  EXPECT_EQ(text.find("Interior-point solution"), std::string::npos);  // not defined
+  EXPECT_NE(text.find("    Problem status  : PRIMAL_AND_DUAL_FEASIBLE\n"), std::string::npos);
+  EXPECT_NE(text.find("    Solution status : OPTIMAL\n"), std::string::npos);
+  EXPECT_NE(text.find("    Primal - objective: 1.0000000000e+00"), std::string::npos);
+  EXPECT_NE(text.find("    Dual   - objective: 1.0000000000e+00"), std::string::npos);
+  EXPECT_EQ(text.find("cone inf."), std::string::npos);  // the basic form has no cone column
+  EXPECT_EQ(VLR_solutionsummary(t, 9), VLR_RES_ERR_INVALID_STREAM);
+}
+
+}  // namespace
