@@ -2156,6 +2156,17 @@ VLR_API int32_t VLR_optimizersummary(VLRtask_t task, int32_t whichstream);
 /// @param task the task. @param whichstream a VLR_streamtype.
 VLR_API int32_t VLR_solutionsummary(VLRtask_t task, int32_t whichstream);
 
+/* ---- Optimise ----------------------------------------------------------------------------- */
+
+/// Optimises the task's problem with the optimiser VLR_IPAR_OPTIMIZER chooses, and leaves
+/// statuses, solutions and information items in the task. A termination code (a stop on a limit
+/// or by the callback) comes back as the result.
+/// @param task the task.
+VLR_API int32_t VLR_optimize(VLRtask_t task);
+/// VLR_optimize that returns 0 for a termination and gives its code in trmcode.
+/// @param task the task. @param trmcode out: the termination code, or 0 (may be null).
+VLR_API int32_t VLR_optimizetrm(VLRtask_t task, int32_t* trmcode);
+
 /* ---- Problem data ------------------------------------------------------------------------ */
 
 /// Nonlinear structure callback: reports the sparsity of the gradients and the Hessian of the

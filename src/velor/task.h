@@ -172,6 +172,9 @@ void VLR_startstat(Task* task);
 void VLR_stopstat(Task* task);
 int32_t VLR_appendstat(Task* task);
 
+// The inner optimise: data check, reset, the choice of road and the optimiser time.
+int32_t VLR_optimizetask(Task* task);
+
 // Two-way map between VLR_cputype values and the system layer's processor numbers.
 int32_t VLR_tocpuid(int32_t cputype);
 int32_t VLR_tocputype(int32_t cpuid);

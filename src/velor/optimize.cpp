@@ -1,0 +1,130 @@
+// src/velor/optimize.cpp: the door to every optimiser: reset, choose a road by problem type and
+// parameters, run it, and leave statuses, times and the response in the task.
+// SPDX-License-Identifier: Apache-2.0
+#include "velor/privinf.h"
+#include "velor/probdata.h"
+#include "velor/task.h"
+
+namespace vlr {
+
+namespace {
+
+// The task's sense when it is defined, otherwise the parameter's.
+int32_t VLR_getoptobjsense(const Task* task) {
+  const int32_t sense = task->data != nullptr ? task->data->objsense : 0;
+  if (sense == VLR_OBJECTIVE_SENSE_MINIMIZE || sense == VLR_OBJECTIVE_SENSE_MAXIMIZE) return sense;
+  return task->iparam[VLR_IPAR_OBJECTIVE_SENSE];
+}
+
+int32_t VLR_inittaskbeforeoptimize(Task* task) {
+  const int32_t sense = VLR_getoptobjsense(task);
+  if (sense != VLR_OBJECTIVE_SENSE_MINIMIZE && sense != VLR_OBJECTIVE_SENSE_MAXIMIZE) {
+    return VLR_RAISE(task, VLR_RES_ERR_UNDEFINED_OBJECTIVE_SENSE);
+  }
+  VLR_resetinfitems(task);
+  task->callback_stop = 0;
+  VLRP_putintinf(task, VLR_IINF_OPT_NUMCON, task->data->numcon);
+  VLRP_putintinf(task, VLR_IINF_OPT_NUMVAR, task->data->numvar);
+  return VLR_RES_OK;
+}
+
+// The continuous road. The optimisers are not in the library yet: every choice ends in its
+// response code, with nothing written to the solutions.
+int32_t VLR_contoptimizer(Task* task) {
+  const int32_t optimizer = task->iparam[VLR_IPAR_OPTIMIZER];
+  const int32_t probtype = VLRP_getprobtype(task);
+  const bool simplex =
+      optimizer >= VLR_OPTIMIZER_PRIMAL_SIMPLEX && optimizer <= VLR_OPTIMIZER_FREE_SIMPLEX;
+  if (simplex && probtype != VLR_PROBTYPE_LO) {
+    return VLR_RAISE(task, VLR_RES_ERR_INV_OPTIMIZER, optimizer);
+  }
+  if (!simplex && probtype == VLR_PROBTYPE_MIXED) {
+    return VLR_RAISE(task, VLR_RES_ERR_MIXED_PROBLEM);
+  }
+  VLRP_putprivateintinf(task, kPiinfCurrentOptimizer, optimizer);
+  return VLR_RAISE(task, VLR_RES_ERR_INV_OPTIMIZER, optimizer);
+}
+
+// The mixed-integer road: the run-time library is not present in this build.
+int32_t VLR_globaloptimizer(Task* task) {
+  VLR_RAISE(task, VLR_RES_WRN_NO_GLOBAL_OPTIMIZER, "not loaded");
+  return VLR_RAISE(task, VLR_RES_ERR_MIO_NOT_LOADED);
+}
+
+int32_t VLR_startoptimizer(Task* task, int32_t code) {
+  task->opt_start = VLR_sysenv_getwctime(task->sys);
+  ++task->num_optimize;
+  task->callback_stop = 0;  // a stop asked for in an earlier run does not carry over
+  return VLR_checkcallbacks(task, code) != 0 ? VLR_RES_TRM_USER_CALLBACK : VLR_RES_OK;
+}
+
+void VLR_stopoptimizer(Task* task, int32_t* response, int32_t code) {
+  const int32_t stop = VLR_checkcallbacks(task, code);
+  if (*response == VLR_RES_OK && stop != 0) *response = VLR_RES_TRM_USER_CALLBACK;
+  VLRP_putintinf(task, VLR_IINF_OPTIMIZE_RESPONSE, *response);
+  task->opt_start = -1.0;
+}
+
+}  // namespace
+
+int32_t VLR_optimizetask(Task* task) {
+  const double start = VLR_sysenv_getwctime(task->sys);
+  int32_t r = VLR_RES_OK;
+  if (task->iparam[VLR_IPAR_DATA_CHECK] != 0) r = VLR_checkdata(VLR_taskhandle(task));
+  if (r == VLR_RES_OK && task->data == nullptr) r = VLR_RAISE(task, VLR_RES_ERR_INTERNAL, "data");
+  if (r == VLR_RES_OK) {
+    VLR_markbuffersfordelete(task);
+    r = VLR_inittaskbeforeoptimize(task);
+  }
+  if (r == VLR_RES_OK) {
+    const int32_t optimizer = task->iparam[VLR_IPAR_OPTIMIZER];
+    const int32_t probtype = VLRP_getprobtype(task);
+    if (optimizer == VLR_OPTIMIZER_CONCURRENT) {
+      VLR_checkcallbacks(task, VLR_CALLBACK_BEGIN_CONCURRENT);
+      r = VLR_RAISE(task, VLR_RES_ERR_INV_OPTIMIZER, optimizer);
+      VLR_checkcallbacks(task, VLR_CALLBACK_END_CONCURRENT);
+    } else if (optimizer == VLR_OPTIMIZER_NONCONVEX) {
+      r = VLR_globaloptimizer(task);
+    } else if (task->data->numintvar >= 1 && task->iparam[VLR_IPAR_MIO_MODE] != 0) {
+      r = VLR_globaloptimizer(task);
+    } else if ((probtype == VLR_PROBTYPE_QO || probtype == VLR_PROBTYPE_QCQO) &&
+               (optimizer == VLR_OPTIMIZER_CONIC ||
+                task->iparam[VLR_IPAR_QO_SEPARABLE_REFORMULATION] == 1)) {
+      r = VLR_RAISE(task, VLR_RES_ERR_INV_OPTIMIZER, optimizer);
+    } else {
+      r = VLR_contoptimizer(task);
+    }
+  }
+  // The time is stored also on failure.
+  VLRP_putdouinf(task, VLR_DINF_OPTIMIZER_TIME, VLR_sysenv_getwctime(task->sys) - start);
+  return r;
+}
+
+}  // namespace vlr
+
+using vlr::Task;
+
+int32_t VLR_optimize(VLRtask_t task) {
+  return vlr::api_guard([&]() -> int32_t {
+    const int32_t r0 = VLR_checktask(task);
+    if (r0 != VLR_RES_OK) return r0;
+    Task* t = vlr::VLR_taskcast(task);
+    int32_t r = vlr::VLR_startoptimizer(t, VLR_CALLBACK_BEGIN_OPTIMIZER);
+    if (r != VLR_RES_OK) return r;
+    r = vlr::VLR_optimizetask(t);
+    vlr::VLR_stopoptimizer(t, &r, VLR_CALLBACK_END_OPTIMIZER);
+    return r;
+  });
+}
+
+int32_t VLR_optimizetrm(VLRtask_t task, int32_t* trmcode) {
+  const int32_t r = VLR_optimize(task);
+  int32_t cls = VLR_RESPONSE_UNK;
+  VLR_getresponseclass(r, &cls);
+  if (cls == VLR_RESPONSE_TRM) {
+    if (trmcode != nullptr) *trmcode = r;
+    return VLR_RES_OK;
+  }
+  if (trmcode != nullptr) *trmcode = VLR_RES_OK;
+  return r;
+}
