@@ -2715,6 +2715,31 @@ VLR_API int32_t VLR_putnlfunc(VLRtask_t task, void* nlhandle, VLRnlgetspfunc nlg
 VLR_API int32_t VLR_getnlfunc(VLRtask_t task, void** nlhandle, VLRnlgetspfunc* nlgetsp,
                               VLRnlgetvafunc* nlgetva);
 
+/* ---- Data files ------------------------------------------------------------------------------ */
+/// Reads a problem file into the task, replacing its whole problem. The format comes from
+/// VLR_IPAR_READ_DATA_FORMAT or, when that is VLR_DATA_FORMAT_EXTENSION, from the rightmost known
+/// extension of the name ("mps", "fmps" for free MPS, "lp", "opf", "mbt", "xml"; none: MPS), so
+/// "model.mps.gz" is gzip MPS. A file whose name ends in ".gz" is read through gzip. On success the
+/// read statistics (VLR_IINF_RD_..., VLR_LIINF_RD_...) are set; on failure the task keeps what the
+/// reader had stored. Formats without a reader give VLR_RES_ERR_READ_FORMAT.
+/// @param task the task. @param filename the file; null or "" takes VLR_SPAR_DATA_FILE_NAME.
+/// Copies.
+VLR_API int32_t VLR_readdata(VLRtask_t task, const char* filename);
+/// Writes the task's problem to a file. The format comes from VLR_IPAR_WRITE_DATA_FORMAT or the
+/// name's extension (none: MPS). A name with the extension "gz" is written through gzip; otherwise
+/// VLR_IPAR_WRITE_DATA_COMPRESSED >= 1 appends ".gz" to the name and compresses. Unnamed items
+/// make the writer use generic names, with the warning VLR_RES_WRN_USING_GENERIC_NAMES.
+/// @param task the task. @param filename the file; null or "" takes VLR_SPAR_DATA_FILE_NAME.
+/// Copies.
+VLR_API int32_t VLR_writedata(VLRtask_t task, const char* filename);
+/// Writes a defined solution as text: task name, problem and solution status, objective name and
+/// values, then one line per constraint and per variable with index, name, status key, value,
+/// lower and upper limit ("NONE" for a missing side) and, except for VLR_SOL_ITG, the two duals.
+/// A name ending in ".gz" is written through gzip. An undefined solution gives
+/// VLR_RES_ERR_UNDEF_SOLUTION.
+/// @param task the task. @param whichsol a VLR_soltype. @param filename the file; copies.
+VLR_API int32_t VLR_writesolution(VLRtask_t task, int32_t whichsol, const char* filename);
+
 #ifdef __cplusplus
 }
 #endif

@@ -167,6 +167,20 @@ int32_t VLR_makenamemap(Task* task, int32_t whichitem) {
   return VLR_RES_OK;
 }
 
+int32_t VLR_reservenames(Task* task, int64_t bytes) {
+  TaskData* d = task->data;
+  const int64_t need = std::max<int64_t>(d->namepool_use, 1) + bytes;
+  if (need <= d->namepool_size) return VLR_RES_OK;
+  void* pool = d->namepool;
+  if (VLR_regrow(task, &pool, d->namepool_use, need, 1) != VLR_RES_OK) {
+    return VLR_RAISE(task, VLR_RES_ERR_SPACE);
+  }
+  d->namepool = static_cast<char*>(pool);
+  if (d->namepool_use == 0) d->namepool_use = 1;  // the empty name
+  d->namepool_size = need;
+  return VLR_RES_OK;
+}
+
 int32_t VLR_resizenames(Task* task, int32_t whichitem, int32_t count, int32_t newcap) {
   VLR_deletenamemap(task, whichitem);
   void* p = task->data->names[whichitem].off;

@@ -156,6 +156,9 @@ int32_t VLR_makenamemap(Task* task, int32_t whichitem);
 void VLR_deletenamemap(Task* task, int32_t whichitem);
 void VLR_swapname(Task* task, int32_t whichitem, int32_t i, int32_t j);
 int32_t VLR_getnameindexrec(Task* task, int32_t whichitem, const char* name, int32_t* index);
+// Grows the name pool to take `bytes` more name bytes without a later move; a reader that counted
+// its names calls it once. 0 or the space code.
+int32_t VLR_reservenames(Task* task, int64_t bytes);
 // Keeps the item's name offsets in step with a capacity change.
 int32_t VLR_resizenames(Task* task, int32_t whichitem, int32_t count, int32_t newcap);
 

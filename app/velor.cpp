@@ -1,0 +1,195 @@
+// app/velor.cpp: the command-line tool: read a problem file, set parameters, optimise, print the
+// summaries and write files on request.
+// SPDX-License-Identifier: Apache-2.0
+#include "velor.h"
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace {
+
+void PrintStream(void*, const char* text) {
+  std::fputs(text, stdout);
+}
+
+void Usage(FILE* out) {
+  std::fputs(
+      "usage: velor [options] FILE\n"
+      "Reads a problem file (MPS, free MPS, LP; gzip-compressed when named .gz), optimises it and\n"
+      "prints the solution summary.\n"
+      "\n"
+      "options:\n"
+      "  -p NAME=VALUE   set a parameter, e.g. -p VLR_IPAR_OPTIMIZER=VLR_OPTIMIZER_DUAL_SIMPLEX\n"
+      "  -p FILE         read a parameter file\n"
+      "  --free-mps      read MPS in free form (long names, fields separated by blanks)\n"
+      "  -o FILE         write the solution to FILE\n"
+      "  -w FILE         write the problem to FILE (.mps, .lp, .mps.gz, ...)\n"
+      "  -n              read (and write) only, do not optimise\n"
+      "  -q              quiet: no log, only errors and the summaries\n"
+      "  -h, --help      this text\n",
+      out);
+}
+
+struct Options {
+  std::vector<std::string> params;  // "NAME=VALUE" or a parameter file name
+  std::string file, solfile, writefile;
+  bool freemps = false, optimize = true, quiet = false;
+};
+
+// Returns 0 on success, 1 to stop with the usage, 2 after --help.
+int ParseArgs(int argc, char** argv, Options* opt) {
+  for (int k = 1; k < argc; ++k) {
+    const std::string a = argv[k];
+    const bool takes = a == "-p" || a == "-o" || a == "-w";
+    if (takes && k + 1 >= argc) {
+      std::fprintf(stderr, "velor: %s needs an argument\n", a.c_str());
+      return 1;
+    }
+    if (a == "-p") {
+      opt->params.emplace_back(argv[++k]);
+    } else if (a == "-o") {
+      opt->solfile = argv[++k];
+    } else if (a == "-w") {
+      opt->writefile = argv[++k];
+    } else if (a == "--free-mps") {
+      opt->freemps = true;
+    } else if (a == "-n") {
+      opt->optimize = false;
+    } else if (a == "-q") {
+      opt->quiet = true;
+    } else if (a == "-h" || a == "--help") {
+      return 2;
+    } else if (!a.empty() && a[0] == '-') {
+      std::fprintf(stderr, "velor: unknown option %s\n", a.c_str());
+      return 1;
+    } else if (opt->file.empty()) {
+      opt->file = a;
+    } else {
+      std::fprintf(stderr, "velor: one problem file only (%s and %s)\n", opt->file.c_str(),
+                   a.c_str());
+      return 1;
+    }
+  }
+  if (opt->file.empty()) {
+    std::fprintf(stderr, "velor: no problem file given\n");
+    return 1;
+  }
+  return 0;
+}
+
+std::string LastError(VLRtask_t task) {
+  char msg[VLR_MAX_STR_LEN] = {0};
+  int32_t code = 0;
+  VLR_getlasterror(task, &code, sizeof msg, nullptr, msg);
+  char name[VLR_MAX_STR_LEN] = {0};
+  VLR_getcodedesc(code, name, nullptr);
+  return std::string(name) + ": " + msg;
+}
+
+int32_t ApplyParams(VLRtask_t task, const Options& opt) {
+  for (const std::string& p : opt.params) {
+    const size_t eq = p.find('=');
+    int32_t r = VLR_RES_OK;
+    if (eq == std::string::npos) {
+      r = VLR_putstrparam(task, VLR_SPAR_PARAM_READ_FILE_NAME, p.c_str());
+      if (r == VLR_RES_OK) r = VLR_readparamfile(task);
+    } else {
+      r = VLR_putparam(task, p.substr(0, eq).c_str(), p.substr(eq + 1).c_str());
+    }
+    if (r != VLR_RES_OK) {
+      std::fprintf(stderr, "velor: parameter %s: %s\n", p.c_str(), LastError(task).c_str());
+      return r;
+    }
+  }
+  return VLR_RES_OK;
+}
+
+// Reads the file; a failed read of a file taken for fixed MPS says how to read it as free MPS.
+int32_t ReadProblem(VLRtask_t task, const Options& opt) {
+  const int32_t r = VLR_readdata(task, opt.file.c_str());
+  if (r == VLR_RES_OK) return r;
+  std::fprintf(stderr, "velor: cannot read %s: %s\n", opt.file.c_str(), LastError(task).c_str());
+  int32_t format = 0, mpsformat = 0;
+  VLR_getintparam(task, VLR_IPAR_READ_DATA_FORMAT, &format);
+  VLR_getintparam(task, VLR_IPAR_READ_MPS_FORMAT, &mpsformat);
+  const bool lp = opt.file.find(".lp") != std::string::npos;
+  if (!lp && mpsformat != VLR_MPS_FORMAT_FREE && format != VLR_DATA_FORMAT_FREE_MPS) {
+    std::fprintf(stderr,
+                 "velor: the file may be in free MPS form (long names, fields not in fixed "
+                 "columns); read it so with: velor --free-mps %s\n",
+                 opt.file.c_str());
+  }
+  return r;
+}
+
+int Run(const Options& opt) {
+  VLRenv_t env = nullptr;
+  VLRtask_t task = nullptr;
+  int32_t r = VLR_makeenv(&env, nullptr, nullptr, nullptr, nullptr);
+  if (r == VLR_RES_OK) r = VLR_initenv(env);
+  if (r == VLR_RES_OK) r = VLR_maketask(env, 0, 0, &task);
+  if (r != VLR_RES_OK) {
+    std::fprintf(stderr, "velor: cannot make a task (%d)\n", r);
+    VLR_deleteenv(&env);
+    return 1;
+  }
+  // Every message, warning and error reaches the log stream too; -q keeps the errors and the
+  // summaries (message stream) only.
+  if (opt.quiet) {
+    VLR_linkfunctotaskstream(task, VLR_STREAM_ERR, nullptr, PrintStream);
+    VLR_linkfunctotaskstream(task, VLR_STREAM_MSG, nullptr, PrintStream);
+  } else {
+    VLR_linkfunctotaskstream(task, VLR_STREAM_LOG, nullptr, PrintStream);
+  }
+  if (opt.freemps) r = VLR_putintparam(task, VLR_IPAR_READ_MPS_FORMAT, VLR_MPS_FORMAT_FREE);
+  if (r == VLR_RES_OK) r = ApplyParams(task, opt);
+  if (r == VLR_RES_OK) r = ReadProblem(task, opt);
+  if (r == VLR_RES_OK) VLR_readsummary(task, VLR_STREAM_MSG);
+  if (r == VLR_RES_OK && !opt.writefile.empty()) {
+    r = VLR_writedata(task, opt.writefile.c_str());
+    if (r != VLR_RES_OK) {
+      std::fprintf(stderr, "velor: cannot write %s: %s\n", opt.writefile.c_str(),
+                   LastError(task).c_str());
+    }
+  }
+  if (r == VLR_RES_OK && opt.optimize) {
+    int32_t trm = 0;
+    r = VLR_optimizetrm(task, &trm);
+    if (r != VLR_RES_OK) {
+      std::fprintf(stderr, "velor: optimise failed: %s\n", LastError(task).c_str());
+    } else {
+      if (trm != VLR_RES_OK) {
+        char name[VLR_MAX_STR_LEN], desc[VLR_MAX_STR_LEN];
+        VLR_getcodedesc(trm, name, desc);
+        std::printf("Terminated: %s: %s\n", name, desc);
+      }
+      VLR_optimizersummary(task, VLR_STREAM_MSG);
+      VLR_solutionsummary(task, VLR_STREAM_MSG);
+    }
+  }
+  if (r == VLR_RES_OK && !opt.solfile.empty()) {
+    r = VLR_writesolution(task, VLR_SOL_BAS, opt.solfile.c_str());
+    if (r != VLR_RES_OK) {
+      std::fprintf(stderr, "velor: cannot write %s: %s\n", opt.solfile.c_str(),
+                   LastError(task).c_str());
+    }
+  }
+  std::fflush(stdout);
+  VLR_deletetask(&task);
+  VLR_deleteenv(&env);
+  return r == VLR_RES_OK ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Options opt;
+  const int parsed = ParseArgs(argc, argv, &opt);
+  if (parsed != 0) {
+    Usage(parsed == 2 ? stdout : stderr);
+    return parsed == 2 ? 0 : 2;
+  }
+  return Run(opt);
+}
