@@ -85,8 +85,16 @@ inline void CountingFree(void*, void* block) {
   std::free(block);
 }
 
+// A scratch file name of the running test: CTest runs tests in parallel processes, so each test
+// gets names of its own.
 inline std::string TmpPath(const char* name) {
-  return std::string(VLR_TEST_TMP) + "/" + name;
+  const ::testing::TestInfo* info = ::testing::UnitTest::GetInstance()->current_test_info();
+  std::string prefix;
+  if (info != nullptr) prefix = std::string(info->test_suite_name()) + "." + info->name() + ".";
+  for (char& ch : prefix) {
+    if (ch == '/') ch = '_';  // parameterised test names hold slashes
+  }
+  return std::string(VLR_TEST_TMP) + "/" + prefix + name;
 }
 
 }  // namespace vlrtest
