@@ -1,7 +1,8 @@
 #!/bin/sh
 # tools/check.sh: the whole test run: house checks, an optimised build with -Werror and its tests,
 # then an address/undefined-sanitizer build whose tests run once without and once with the memory
-# tracker. Installs what it needs when it is missing.
+# tracker, and a short fuzzing run of each reader when clang is there. Installs what it needs when
+# it is missing.
 # SPDX-License-Identifier: Apache-2.0
 set -eu
 cd "$(dirname "$0")/.."
@@ -32,3 +33,12 @@ cmake --build build/ci-asan -j "$jobs"
 
 echo "== the same tests with every block tracked"
 (cd build/ci-asan && VLR_TEST_TRACK=1 ctest -j "$jobs" --output-on-failure -L "unit|memfail" -LE slow)
+
+# Each reader under libFuzzer with the address and undefined-behaviour sanitizers, for a short
+# time from the seeds in tests/data/fuzz; only clang builds the targets.
+if command -v clang++ >/dev/null 2>&1 && command -v clang >/dev/null 2>&1; then
+  echo "== fuzzing the readers"
+  CC=clang CXX=clang++ cmake -S . -B build/ci-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo > /dev/null
+  cmake --build build/ci-fuzz -j "$jobs" --target vlr_fuzz_mps vlr_fuzz_freemps vlr_fuzz_lp
+  (cd build/ci-fuzz && ctest -j "$jobs" --output-on-failure -L fuzz)
+fi

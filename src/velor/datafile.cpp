@@ -7,6 +7,7 @@
 #include <cctype>
 #include <cstring>
 
+#include "velor/lpfile.h"
 #include "velor/probdata.h"
 
 namespace vlr {
@@ -46,8 +47,7 @@ bool df_isgz(const char* name) {
   return gz == 0;
 }
 
-// Readers and writers of the formats; a null entry is a format this build cannot handle. The LP
-// reader and writer hook in here.
+// Readers and writers of the formats; a null entry is a format this build cannot handle.
 int32_t df_readmps(Task* task, SysFile* file) {
   return VLR_readmps(task, VLRP_getintparam(task, VLR_IPAR_READ_MPS_FORMAT), file);
 }
@@ -62,13 +62,16 @@ ReadFunc df_reader(int32_t format) {
       return df_readmps;
     case VLR_DATA_FORMAT_FREE_MPS:
       return df_readfreemps;
+    case VLR_DATA_FORMAT_LP:
+      return VLR_readlpfile;
     default:
-      return nullptr;  // LP, MBT, OPF: no reader yet; XML is never read
+      return nullptr;  // MBT, OPF: no reader yet; XML is never read
   }
 }
 WriteFunc df_writer(int32_t format) {
   switch (format) {
     case VLR_DATA_FORMAT_LP:
+      return VLR_writelpfile;
     case VLR_DATA_FORMAT_MBT:
     case VLR_DATA_FORMAT_OP:
     case VLR_DATA_FORMAT_XML:

@@ -499,9 +499,9 @@ TEST_F(MpsTest, CompressionByNameOrParameterAndFormatsWithoutReader) {
   const std::string tiny = Dump(task());
   ASSERT_EQ(VLR_readdata(task(), named.c_str()), VLR_RES_OK);
   EXPECT_EQ(Dump(task()), tiny);
-  // An XML file can be written by name but never read; LP has no reader yet.
+  // An XML file can be written by name but never read; a ".lp" name goes to the LP reader.
   EXPECT_EQ(ReadText(kTiny, "t.xml"), VLR_RES_ERR_READ_FORMAT);
-  EXPECT_EQ(ReadText(kTiny, "t.lp"), VLR_RES_ERR_READ_FORMAT);
+  EXPECT_EQ(ReadText(kTiny, "t.lp"), VLR_RES_ERR_LP_FILE_FORMAT);
   EXPECT_EQ(VLR_readdata(task(), TmpPath("does-not-exist.mps").c_str()), VLR_RES_ERR_FILE_OPEN);
   EXPECT_EQ(VLR_writedata(task(), ""), VLR_RES_ERR_FILE_OPEN);
   // Without an extension a file is MPS both ways.

@@ -1,5 +1,5 @@
 // tests/velor/netlib_read_test.cpp: every Netlib file reads with the published counts, and
-// writes back as MPS, plain and gzip, to the same problem.
+// writes back as MPS, plain and gzip, and as LP, to the same problem.
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
@@ -141,7 +141,7 @@ void ExpectSame(const Problem& a, const Problem& b, const std::string& what) {
 
 class NetlibRead : public ::testing::TestWithParam<std::string> {};
 
-TEST_P(NetlibRead, ReadsWithCountsAndRoundTripsThroughMps) {
+TEST_P(NetlibRead, ReadsWithCountsAndRoundTripsThroughMpsAndLp) {
   const std::string path = GetParam();
   if (path.empty()) GTEST_SKIP() << "no data in " << VLR_DATA_DIR;
   const fs::path p(path);
@@ -168,9 +168,9 @@ TEST_P(NetlibRead, ReadsWithCountsAndRoundTripsThroughMps) {
   const Problem orig = Take(task.get());
   ASSERT_EQ(VLR_putintparam(task.get(), VLR_IPAR_WRITE_PRECISION, 17), VLR_RES_OK);
   // Some files have blanks in names ("DEDO3 1R", "       1"): written as they are, in their
-  // columns, they read back in the fixed form; the quoting rule would refuse them.
+  // columns, they read back in the fixed form; the quoting rule would refuse them. LP quotes them.
   ASSERT_EQ(VLR_putintparam(task.get(), VLR_IPAR_WRITE_MPS_QUOTED_NAMES, 0), VLR_RES_OK);
-  for (const char* ext : {".mps", ".mps.gz"}) {
+  for (const char* ext : {".mps", ".mps.gz", ".lp"}) {
     const std::string out = vlrtest::TmpPath(("netlib_" + stem + ext).c_str());
     ASSERT_EQ(VLR_writedata(task.get(), out.c_str()), VLR_RES_OK) << vlrtest::LastError(task.get());
     auto back = vlrtest::MakeTask(env.get());
