@@ -66,7 +66,12 @@ SysFile* VLR_fopentask(Task* task, const char* name, int32_t read, int32_t write
   VLR_msg_openfile(task, name);
   int32_t code = 0;
   SysFile* f = VLR_sysenv_fopen(task->sys, name, 0, read, write, append, compressed, 9, &code);
-  *res = f != nullptr ? VLR_RES_OK : VLR_RAISE(task, VLR_RES_ERR_FILE_OPEN, name);
+  if (f != nullptr) {
+    *res = VLR_RES_OK;
+  } else {
+    *res = code == kSysNoSpace ? VLR_RAISE(task, VLR_RES_ERR_SPACE)
+                               : VLR_RAISE(task, VLR_RES_ERR_FILE_OPEN, name);
+  }
   return f;
 }
 
@@ -78,7 +83,12 @@ SysFile* VLR_fopenenv(Env* env, const char* name, int32_t read, int32_t write, i
   }
   int32_t code = 0;
   SysFile* f = VLR_sysenv_fopen(env->sys, name, 0, read, write, append, compressed, 9, &code);
-  *res = f != nullptr ? VLR_RES_OK : VLR_RAISEENV(env, VLR_RES_ERR_FILE_OPEN, name);
+  if (f != nullptr) {
+    *res = VLR_RES_OK;
+  } else {
+    *res = code == kSysNoSpace ? VLR_RAISEENV(env, VLR_RES_ERR_SPACE)
+                               : VLR_RAISEENV(env, VLR_RES_ERR_FILE_OPEN, name);
+  }
   return f;
 }
 
