@@ -9,17 +9,12 @@
 
 namespace {
 
+using vlrtest::ReadFile;
+
 using vlrtest::Collector;
 using vlrtest::LastError;
 using vlrtest::MakeEnv;
 using vlrtest::MakeTask;
-
-std::string ReadFile(const std::string& path) {
-  std::ifstream in(path);
-  std::stringstream ss;
-  ss << in.rdbuf();
-  return ss.str();
-}
 
 TEST(EnvTest, HandleChecksReturnBareCodes) {
   EXPECT_EQ(VLR_checkenv(nullptr), VLR_RES_ERR_NULL_ENV);

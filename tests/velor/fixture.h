@@ -5,7 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <fstream>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -83,6 +85,17 @@ inline void* FailingMalloc(void*, size_t size) {
 inline void CountingFree(void*, void* block) {
   --g_live;
   std::free(block);
+}
+
+// Whole files as bytes, for tests that write inputs and read outputs.
+inline void WriteFile(const std::string& path, const std::string& text) {
+  std::ofstream(path, std::ios::binary) << text;
+}
+inline std::string ReadFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream ss;
+  ss << in.rdbuf();
+  return ss.str();
 }
 
 // A scratch file name of the running test: CTest runs tests in parallel processes, so each test

@@ -15,21 +15,13 @@
 
 namespace {
 
+using vlrtest::ReadFile;
+using vlrtest::WriteFile;
+
 using vlrtest::Collector;
 using vlrtest::Dump;
 using vlrtest::LastError;
 using vlrtest::TmpPath;
-
-void WriteFile(const std::string& path, const std::string& text) {
-  std::ofstream(path, std::ios::binary) << text;
-}
-
-std::string ReadFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream ss;
-  ss << in.rdbuf();
-  return ss.str();
-}
 
 // Free MPS with every thing the LP format carries: ranges, all bound kinds, integers, a constant
 // objective term, Q in the objective and in a constraint, and names that need quotes in LP.

@@ -17,6 +17,9 @@
 
 namespace {
 
+using vlrtest::ReadFile;
+using vlrtest::WriteFile;
+
 using vlrtest::Collector;
 using vlrtest::Dump;
 using vlrtest::LastError;
@@ -49,17 +52,6 @@ const std::string kTiny = kRowsCols + "RHS\n" + F("", "RHS", "COST", "5", "LIM1"
                           F("", "RNG", "LIM1", "2.5", "LIM2", "3") + F("", "RNG", "MYEQN", "-2") +
                           "BOUNDS\n" + F("UP", "BND", "X1", "4") + F("MI", "BND", "X2") +
                           F("UP", "BND", "X2", "1") + "ENDATA\n";
-
-void WriteFile(const std::string& path, const std::string& text) {
-  std::ofstream(path, std::ios::binary) << text;
-}
-
-std::string ReadFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream ss;
-  ss << in.rdbuf();
-  return ss.str();
-}
 
 class MpsTest : public ::testing::Test {
  protected:

@@ -9,12 +9,7 @@
 
 namespace {
 
-std::string ReadFile(const std::string& path) {
-  std::ifstream in(path);
-  std::stringstream ss;
-  ss << in.rdbuf();
-  return ss.str();
-}
+using vlrtest::ReadFile;
 
 TEST(MsgTest, SecondOptimizeLogsOneLevelLess) {
   auto env = vlrtest::MakeEnv();
