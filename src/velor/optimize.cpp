@@ -28,8 +28,8 @@ int32_t VLR_inittaskbeforeoptimize(Task* task) {
   return VLR_RES_OK;
 }
 
-// The continuous road. The optimisers are not in the library yet: every choice ends in its
-// response code, with nothing written to the solutions.
+// The continuous road. Only the simplex optimisers exist in this build: a linear problem with
+// the free choice takes the free simplex; the interior-point and conic roads end in their code.
 int32_t VLR_contoptimizer(Task* task) {
   const int32_t optimizer = task->iparam[VLR_IPAR_OPTIMIZER];
   const int32_t probtype = VLRP_getprobtype(task);
@@ -38,7 +38,11 @@ int32_t VLR_contoptimizer(Task* task) {
   if (simplex && probtype != VLR_PROBTYPE_LO) {
     return VLR_RAISE(task, VLR_RES_ERR_INV_OPTIMIZER, optimizer);
   }
-  if (!simplex && probtype == VLR_PROBTYPE_MIXED) {
+  if (simplex || (optimizer == VLR_OPTIMIZER_FREE && probtype == VLR_PROBTYPE_LO &&
+                  task->data->numcone == 0)) {
+    return VLR_simplexoptimizer(task);
+  }
+  if (probtype == VLR_PROBTYPE_MIXED) {
     return VLR_RAISE(task, VLR_RES_ERR_MIXED_PROBLEM);
   }
   VLRP_putprivateintinf(task, kPiinfCurrentOptimizer, optimizer);

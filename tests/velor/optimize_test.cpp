@@ -1,6 +1,11 @@
-// tests/velor/optimize_test.cpp: the optimise entry: callbacks, the response item, the roads that
-// are not in the library yet, and the termination mapping of VLR_optimizetrm.
+// tests/velor/optimize_test.cpp: the optimise entry: callbacks, the response item, the choice of
+// road and the termination mapping of VLR_optimizetrm; tiny linear problems with optima known by
+// hand, through both simplex roads.
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
 #include "fixture.h"
 
 namespace {
@@ -33,12 +38,12 @@ class OptimizeTest : public ::testing::Test {
   vlrtest::TaskPtr task_ = vlrtest::MakeTask(env_.get());
 };
 
-TEST_F(OptimizeTest, RoadsNotBuiltEndInTheirCodesWithCallbacksAndTheResponseItem) {
+TEST_F(OptimizeTest, SimplexRunsBetweenTheCallbacksAndLeavesTheResponseItem) {
   Calls calls;
   ASSERT_EQ(VLR_putcallbackfunc(t(), Calls::Func, &calls), VLR_RES_OK);
   ASSERT_EQ(VLR_putintparam(t(), VLR_IPAR_OPTIMIZER, VLR_OPTIMIZER_DUAL_SIMPLEX), VLR_RES_OK);
   const int32_t r = VLR_optimize(t());
-  EXPECT_EQ(r, VLR_RES_ERR_INV_OPTIMIZER);
+  EXPECT_EQ(r, VLR_RES_OK);
   ASSERT_GE(calls.codes.size(), 2u);
   EXPECT_EQ(calls.codes.front(), VLR_CALLBACK_BEGIN_OPTIMIZER);
   EXPECT_EQ(calls.codes.back(), VLR_CALLBACK_END_OPTIMIZER);
@@ -56,7 +61,10 @@ TEST_F(OptimizeTest, IntegerMarksGoToTheMixedIntegerRoadUnlessIgnored) {
   ASSERT_EQ(VLR_putvartype(t(), 0, VLR_VAR_TYPE_INT), VLR_RES_OK);
   EXPECT_EQ(VLR_optimize(t()), VLR_RES_ERR_MIO_NOT_LOADED);
   ASSERT_EQ(VLR_putintparam(t(), VLR_IPAR_MIO_MODE, VLR_MIO_MODE_IGNORED), VLR_RES_OK);
-  EXPECT_EQ(VLR_optimize(t()), VLR_RES_ERR_INV_OPTIMIZER);  // the continuous road
+  EXPECT_EQ(VLR_optimize(t()), VLR_RES_OK);  // the continuous road: the simplex for an LP
+  int32_t def = 0;
+  ASSERT_EQ(VLR_solutiondef(t(), VLR_SOL_BAS, &def), VLR_RES_OK);
+  EXPECT_EQ(def, 1);
 }
 
 TEST_F(OptimizeTest, StopAtTheStartAndUndefinedSense) {
@@ -74,6 +82,341 @@ TEST_F(OptimizeTest, StopAtTheStartAndUndefinedSense) {
   EXPECT_EQ(VLR_optimizetrm(t(), &trm), VLR_RES_ERR_UNDEFINED_OBJECTIVE_SENSE);
   EXPECT_EQ(trm, 0);
   EXPECT_EQ(VLR_optimize(nullptr), VLR_RES_ERR_NULL_TASK);
+}
+
+// A tiny LP by columns, loaded through VLR_inputdata.
+struct Tiny {
+  std::vector<double> c;
+  double cfix = 0;
+  std::vector<std::vector<std::pair<int32_t, double>>> cols;
+  std::vector<int32_t> bkc, bkx;
+  std::vector<double> blc, buc, blx, bux;
+};
+
+constexpr double kInf = 1e30;
+
+void Load(VLRtask_t task, const Tiny& lp) {
+  std::vector<int32_t> ptrb, ptre, sub;
+  std::vector<double> val;
+  for (const auto& col : lp.cols) {
+    ptrb.push_back(int32_t(sub.size()));
+    for (const auto& [i, a] : col) {
+      sub.push_back(i);
+      val.push_back(a);
+    }
+    ptre.push_back(int32_t(sub.size()));
+  }
+  sub.push_back(0);  // keeps data() non-null for an empty A
+  val.push_back(0);
+  const auto m = int32_t(lp.bkc.size()), n = int32_t(lp.bkx.size());
+  ASSERT_EQ(VLR_inputdata(task, m, n, m, n, lp.c.data(), lp.cfix, ptrb.data(), ptre.data(),
+                          sub.data(), val.data(), lp.bkc.data(), lp.blc.data(), lp.buc.data(),
+                          lp.bkx.data(), lp.blx.data(), lp.bux.data()),
+            VLR_RES_OK)
+      << vlrtest::LastError(task);
+  VLR_putintparam(task, VLR_IPAR_LOG, 0);
+}
+
+struct Result {
+  int32_t r = -1, trm = -1, prosta = -1, solsta = -1;
+  double obj = 0;
+  std::vector<double> xc, xx, y, slc, suc, slx, sux;
+};
+
+Result Solve(VLRtask_t task, int32_t optimizer) {
+  Result out;
+  EXPECT_EQ(VLR_putintparam(task, VLR_IPAR_OPTIMIZER, optimizer), VLR_RES_OK);
+  out.r = VLR_optimizetrm(task, &out.trm);
+  int32_t m = 0, n = 0, def = 0;
+  VLR_getnumcon(task, &m);
+  VLR_getnumvar(task, &n);
+  VLR_solutiondef(task, VLR_SOL_BAS, &def);
+  if (out.r != VLR_RES_OK || def == 0) return out;
+  for (auto* v : {&out.xc, &out.y, &out.slc, &out.suc})
+    v->resize(size_t(m) + 1);
+  for (auto* v : {&out.xx, &out.slx, &out.sux})
+    v->resize(size_t(n) + 1);
+  EXPECT_EQ(VLR_getsolution(task, VLR_SOL_BAS, &out.prosta, &out.solsta, nullptr, nullptr, nullptr,
+                            out.xc.data(), out.xx.data(), out.y.data(), out.slc.data(),
+                            out.suc.data(), out.slx.data(), out.sux.data(), nullptr),
+            VLR_RES_OK);
+  VLR_getprimalobj(task, VLR_SOL_BAS, &out.obj);
+  return out;
+}
+
+void ExpectValues(const std::vector<double>& got, const std::vector<double>& want,
+                  const char* what) {
+  for (size_t k = 0; k < want.size(); ++k)
+    EXPECT_NEAR(got[k], want[k], 1e-9) << what << "[" << k << "]";
+}
+
+constexpr int32_t kSimplexRoads[] = {VLR_OPTIMIZER_DUAL_SIMPLEX, VLR_OPTIMIZER_FREE_SIMPLEX};
+
+class LpSolve : public ::testing::TestWithParam<int32_t> {
+ protected:
+  VLRtask_t t() { return task_.get(); }
+  vlrtest::EnvPtr env_ = vlrtest::MakeEnv();
+  vlrtest::TaskPtr task_ = vlrtest::MakeTask(env_.get());
+};
+
+// 3x + 2y over x + y <= 4, x + 3y <= 6, 0 <= x <= 3.5, y >= 0.
+// Maximum 11.5 at (3.5, 0.5): row 0 and x's upper bound hold, 3,2 = 2 (1,1) + 1 (1,0); in the
+// maximising sign the multipliers are y = (2, 0), suc = (-2, 0), sux = (-1, 0).
+// Minimum 0 at (0, 0): every multiplier on the lower bounds, slx = (3, 2).
+TEST_P(LpSolve, MaximiseAndMinimiseWithTheUsersObjectiveKept) {
+  Tiny lp;
+  lp.c = {3, 2};
+  lp.cols = {{{0, 1}, {1, 1}}, {{0, 1}, {1, 3}}};
+  lp.bkc = {VLR_BK_UP, VLR_BK_UP};
+  lp.blc = {-kInf, -kInf};
+  lp.buc = {4, 6};
+  lp.bkx = {VLR_BK_RA, VLR_BK_LO};
+  lp.blx = {0, 0};
+  lp.bux = {3.5, kInf};
+  ASSERT_NO_FATAL_FAILURE(Load(t(), lp));
+  ASSERT_EQ(VLR_putobjsense(t(), VLR_OBJECTIVE_SENSE_MAXIMIZE), VLR_RES_OK);
+  Result s = Solve(t(), GetParam());
+  ASSERT_EQ(s.r, VLR_RES_OK) << vlrtest::LastError(t());
+  ASSERT_EQ(s.solsta, VLR_SOL_STA_OPTIMAL);
+  EXPECT_NEAR(s.obj, 11.5, 1e-9);
+  ExpectValues(s.xx, {3.5, 0.5}, "xx");
+  ExpectValues(s.xc, {4, 5}, "xc");
+  ExpectValues(s.y, {2, 0}, "y");
+  ExpectValues(s.suc, {-2, 0}, "suc");
+  ExpectValues(s.sux, {-1, 0}, "sux");
+  double dobj = 0;
+  ASSERT_EQ(VLR_getdualobj(t(), VLR_SOL_BAS, &dobj), VLR_RES_OK);
+  EXPECT_NEAR(dobj, 11.5, 1e-9);
+  double c[2] = {0, 0};  // the sign flip for maximising is undone
+  ASSERT_EQ(VLR_getc(t(), c), VLR_RES_OK);
+  EXPECT_EQ(c[0], 3.0);
+  EXPECT_EQ(c[1], 2.0);
+
+  ASSERT_EQ(VLR_putobjsense(t(), VLR_OBJECTIVE_SENSE_MINIMIZE), VLR_RES_OK);
+  s = Solve(t(), GetParam());
+  ASSERT_EQ(s.r, VLR_RES_OK) << vlrtest::LastError(t());
+  ASSERT_EQ(s.solsta, VLR_SOL_STA_OPTIMAL);
+  EXPECT_NEAR(s.obj, 0.0, 1e-9);
+  ExpectValues(s.xx, {0, 0}, "xx");
+  ExpectValues(s.slx, {3, 2}, "slx");
+}
+
+// Every key on rows and columns:
+//   min x0 + x1 - x2 + x4
+//   r0 free   x0 + x1 + x2 + x3 + x4
+//   r1 >= 2   x1 + x2
+//   r2 <= 6   x2 + x3
+//   r3 = 1    x0 - x4
+//   r4 in [0, 10]  x1 - x4
+//   x0 free, x1 >= 1, x2 <= 5, x3 = 2, x4 in [-1, 3].
+// With x0 = 1 + x4 the cost is 1 + 2 x4 + x1 - x2: x4 = -1, x1 = 1, x2 = min(5, 6 - x3) = 4, so
+// x = (0, 1, 4, 2, -1), cost -4, unique. Multipliers: x0 free gives y3 = 1; x2 gives y2 = -1
+// (suc2 = 1); x1 gives slx1 = 1; x4 gives slx4 = 1 + y3 = 2; x3 nets slx3 - sux3 = 1.
+TEST_P(LpSolve, EveryBoundKeyOnRowsAndColumns) {
+  Tiny lp;
+  lp.c = {1, 1, -1, 0, 1};
+  lp.cols = {{{0, 1}, {3, 1}},
+             {{0, 1}, {1, 1}, {4, 1}},
+             {{0, 1}, {1, 1}, {2, 1}},
+             {{0, 1}, {2, 1}},
+             {{0, 1}, {3, -1}, {4, -1}}};
+  lp.bkc = {VLR_BK_FR, VLR_BK_LO, VLR_BK_UP, VLR_BK_FX, VLR_BK_RA};
+  lp.blc = {-kInf, 2, -kInf, 1, 0};
+  lp.buc = {kInf, kInf, 6, 1, 10};
+  lp.bkx = {VLR_BK_FR, VLR_BK_LO, VLR_BK_UP, VLR_BK_FX, VLR_BK_RA};
+  lp.blx = {-kInf, 1, -kInf, 2, -1};
+  lp.bux = {kInf, kInf, 5, 2, 3};
+  ASSERT_NO_FATAL_FAILURE(Load(t(), lp));
+  const Result s = Solve(t(), GetParam());
+  ASSERT_EQ(s.r, VLR_RES_OK) << vlrtest::LastError(t());
+  ASSERT_EQ(s.solsta, VLR_SOL_STA_OPTIMAL);
+  EXPECT_EQ(s.prosta, VLR_PRO_STA_PRIM_AND_DUAL_FEAS);
+  EXPECT_NEAR(s.obj, -4.0, 1e-9);
+  ExpectValues(s.xx, {0, 1, 4, 2, -1}, "xx");
+  ExpectValues(s.xc, {6, 5, 6, 1, 2}, "xc");
+  ExpectValues(s.y, {0, 0, -1, 1, 0}, "y");
+  ExpectValues(s.slx, {0, 1, 0}, "slx");
+  EXPECT_NEAR(s.slx[4], 2.0, 1e-9);
+  EXPECT_NEAR(s.slx[3] - s.sux[3], 1.0, 1e-9);
+  EXPECT_NEAR(s.suc[2], 1.0, 1e-9);
+  EXPECT_NEAR(s.slc[3] - s.suc[3], 1.0, 1e-9);
+}
+
+// Free columns only: min x0 + 2 x1 over x0 + x1 >= 1, -1 <= x0 - x1 <= 1. With s = x0 + x1 and
+// d = x0 - x1 the cost is 1.5 s - 0.5 d: s = 1, d = 1, x = (1, 0), cost 1; y = (1.5, -0.5).
+TEST_P(LpSolve, FreeColumnsAreBasic) {
+  Tiny lp;
+  lp.c = {1, 2};
+  lp.cols = {{{0, 1}, {1, 1}}, {{0, 1}, {1, -1}}};
+  lp.bkc = {VLR_BK_LO, VLR_BK_RA};
+  lp.blc = {1, -1};
+  lp.buc = {kInf, 1};
+  lp.bkx = {VLR_BK_FR, VLR_BK_FR};
+  lp.blx = {-kInf, -kInf};
+  lp.bux = {kInf, kInf};
+  ASSERT_NO_FATAL_FAILURE(Load(t(), lp));
+  const Result s = Solve(t(), GetParam());
+  ASSERT_EQ(s.r, VLR_RES_OK) << vlrtest::LastError(t());
+  ASSERT_EQ(s.solsta, VLR_SOL_STA_OPTIMAL);
+  EXPECT_NEAR(s.obj, 1.0, 1e-9);
+  ExpectValues(s.xx, {1, 0}, "xx");
+  ExpectValues(s.y, {1.5, -0.5}, "y");
+  ExpectValues(s.slc, {1.5, 0}, "slc");
+  ExpectValues(s.suc, {0, 0.5}, "suc");
+  int32_t sk[2] = {-1, -1};
+  ASSERT_EQ(VLR_getsolutionstatuskeyslice(t(), VLR_ACC_VAR, VLR_SOL_BAS, 0, 2, sk), VLR_RES_OK);
+  EXPECT_EQ(sk[0], VLR_SK_BAS);
+  EXPECT_EQ(sk[1], VLR_SK_BAS);
+}
+
+// No rows: each column goes to the bound its cost favours. min x0 - x1 with x0 in [2, 5],
+// x1 <= 4 and x2 free at no cost: x = (2, 4, .), cost 2 - 4 + cfix 0.5 = -1.5. Then a cost on a
+// column without the bound it needs makes the problem unbounded.
+TEST_P(LpSolve, NoRowsIsSolvedByInspection) {
+  Tiny lp;
+  lp.c = {1, -1, 0};
+  lp.cfix = 0.5;
+  lp.cols = {{}, {}, {}};
+  lp.bkx = {VLR_BK_RA, VLR_BK_UP, VLR_BK_FR};
+  lp.blx = {2, -kInf, -kInf};
+  lp.bux = {5, 4, kInf};
+  ASSERT_NO_FATAL_FAILURE(Load(t(), lp));
+  Result s = Solve(t(), GetParam());
+  ASSERT_EQ(s.r, VLR_RES_OK) << vlrtest::LastError(t());
+  ASSERT_EQ(s.solsta, VLR_SOL_STA_OPTIMAL);
+  EXPECT_NEAR(s.obj, -1.5, 1e-12);
+  ExpectValues(s.xx, {2, 4}, "xx");
+  ExpectValues(s.slx, {1, 0, 0}, "slx");
+  ExpectValues(s.sux, {0, 1, 0}, "sux");
+
+  ASSERT_EQ(VLR_putcj(t(), 2, -1.0), VLR_RES_OK);  // x2 free: nothing stops it
+  s = Solve(t(), GetParam());
+  ASSERT_EQ(s.r, VLR_RES_OK) << vlrtest::LastError(t());
+  EXPECT_EQ(s.solsta, VLR_SOL_STA_DUAL_INFEAS_CER);
+}
+
+// Nothing at all: optimal at once, the objective is the constant.
+TEST_P(LpSolve, EmptyProblemIsOptimalAtItsConstant) {
+  ASSERT_EQ(VLR_putcfix(t(), 3.5), VLR_RES_OK);
+  const Result s = Solve(t(), GetParam());
+  ASSERT_EQ(s.r, VLR_RES_OK) << vlrtest::LastError(t());
+  ASSERT_EQ(s.solsta, VLR_SOL_STA_OPTIMAL);
+  EXPECT_EQ(s.obj, 3.5);
+}
+
+// x0 + x1 >= 3 with 0 <= x0, x1 <= 1. The certificate is y = 1 with sux = (1, 1): 3 - 1 - 1 > 0.
+// Any positive multiple proves it, so the test checks the ratios and the Farkas conditions.
+TEST_P(LpSolve, InfeasibleEndsInACertificate) {
+  Tiny lp;
+  lp.c = {1, 1};
+  lp.cols = {{{0, 1}}, {{0, 1}}};
+  lp.bkc = {VLR_BK_LO};
+  lp.blc = {3};
+  lp.buc = {kInf};
+  lp.bkx = {VLR_BK_RA, VLR_BK_RA};
+  lp.blx = {0, 0};
+  lp.bux = {1, 1};
+  ASSERT_NO_FATAL_FAILURE(Load(t(), lp));
+  const Result s = Solve(t(), GetParam());
+  ASSERT_EQ(s.r, VLR_RES_OK) << vlrtest::LastError(t());
+  ASSERT_EQ(s.solsta, VLR_SOL_STA_PRIM_INFEAS_CER);
+  EXPECT_EQ(s.prosta, VLR_PRO_STA_PRIM_INFEAS);
+  const double y = s.y[0];
+  ASSERT_GT(y, 0.0);
+  EXPECT_NEAR(s.slc[0], y, 1e-9 * y);
+  EXPECT_NEAR(s.suc[0], 0.0, 1e-9 * y);
+  for (size_t j = 0; j < 2; ++j) {
+    EXPECT_NEAR(s.sux[j], y, 1e-9 * y);  // A'y + slx - sux = 0
+    EXPECT_NEAR(s.slx[j], 0.0, 1e-9 * y);
+  }
+  double dobj = 0;  // the certificate's side: 3 slc - sux0 - sux1 = y > 0
+  ASSERT_EQ(VLR_getdualobj(t(), VLR_SOL_BAS, &dobj), VLR_RES_OK);
+  EXPECT_NEAR(dobj, y, 1e-9 * y);
+}
+
+// min -x0 over x0 - x1 <= 1, x >= 0: along (1, 1) the cost falls without end. Never "optimal";
+// a certificate, when given, is a ray d >= 0 with d0 - d1 <= 0 and -d0 < 0.
+TEST_P(LpSolve, UnboundedIsNeverOptimal) {
+  Tiny lp;
+  lp.c = {-1, 0};
+  lp.cols = {{{0, 1}}, {{0, -1}}};
+  lp.bkc = {VLR_BK_UP};
+  lp.blc = {-kInf};
+  lp.buc = {1};
+  lp.bkx = {VLR_BK_LO, VLR_BK_LO};
+  lp.blx = {0, 0};
+  lp.bux = {kInf, kInf};
+  ASSERT_NO_FATAL_FAILURE(Load(t(), lp));
+  const Result s = Solve(t(), GetParam());
+  ASSERT_EQ(s.r, VLR_RES_OK) << vlrtest::LastError(t());
+  EXPECT_NE(s.solsta, VLR_SOL_STA_OPTIMAL);
+  EXPECT_EQ(s.solsta, VLR_SOL_STA_DUAL_INFEAS_CER);
+  if (s.solsta == VLR_SOL_STA_DUAL_INFEAS_CER) {
+    const double size = std::max(std::fabs(s.xx[0]), std::fabs(s.xx[1]));
+    ASSERT_GT(size, 0.0);
+    EXPECT_GE(s.xx[0], -1e-9 * size);
+    EXPECT_GE(s.xx[1], -1e-9 * size);
+    EXPECT_LE(s.xx[0] - s.xx[1], 1e-9 * size);
+    EXPECT_LT(-s.xx[0], -1e-9 * size);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Simplex, LpSolve, ::testing::ValuesIn(kSimplexRoads),
+                         [](const ::testing::TestParamInfo<int32_t>& road) {
+                           return road.param == VLR_OPTIMIZER_DUAL_SIMPLEX ? "dual" : "free";
+                         });
+
+// min x0 over x0 <= 4, x0 >= 0 (the fixture's problem): 0 at x0 = 0.
+TEST_F(OptimizeTest, FreeChoiceOnAnLpTakesTheSimplexRoad) {
+  ASSERT_EQ(VLR_putintparam(t(), VLR_IPAR_OPTIMIZER, VLR_OPTIMIZER_FREE), VLR_RES_OK);
+  ASSERT_EQ(VLR_optimize(t()), VLR_RES_OK) << vlrtest::LastError(t());
+  int32_t solsta = -1;
+  ASSERT_EQ(VLR_getsolutionstatus(t(), VLR_SOL_BAS, nullptr, &solsta), VLR_RES_OK);
+  EXPECT_EQ(solsta, VLR_SOL_STA_OPTIMAL);
+  double x = -1;
+  ASSERT_EQ(VLR_getsolutionslice(t(), VLR_SOL_BAS, VLR_SOL_ITEM_XX, 0, 1, &x), VLR_RES_OK);
+  EXPECT_EQ(x, 0.0);
+}
+
+// The roads that may not be there end in a response code; nothing claims to be optimal unless
+// the run did solve it, the data stay as they were and the response item records the code.
+TEST_F(OptimizeTest, OtherRoadsReturnTheirCodesCleanly) {
+  for (int32_t opt : {VLR_OPTIMIZER_INTPNT, VLR_OPTIMIZER_CONIC, VLR_OPTIMIZER_CONCURRENT}) {
+    ASSERT_EQ(VLR_deletesolution(t(), VLR_SOL_BAS), VLR_RES_OK);
+    ASSERT_EQ(VLR_deletesolution(t(), VLR_SOL_ITR), VLR_RES_OK);
+    ASSERT_EQ(VLR_putintparam(t(), VLR_IPAR_OPTIMIZER, opt), VLR_RES_OK);
+    const int32_t r = VLR_optimize(t());
+    EXPECT_TRUE(r == VLR_RES_OK || r == VLR_RES_ERR_INV_OPTIMIZER) << opt << ": " << r;
+    int32_t item = -1;
+    ASSERT_EQ(VLR_getintinf(t(), VLR_IINF_OPTIMIZE_RESPONSE, &item), VLR_RES_OK);
+    EXPECT_EQ(item, r);
+    for (int32_t whichsol : {VLR_SOL_ITR, VLR_SOL_BAS}) {
+      int32_t def = 0, solsta = -1;
+      ASSERT_EQ(VLR_solutiondef(t(), whichsol, &def), VLR_RES_OK);
+      if (def == 0) continue;
+      ASSERT_EQ(VLR_getsolutionstatus(t(), whichsol, nullptr, &solsta), VLR_RES_OK);
+      EXPECT_TRUE(r == VLR_RES_OK || solsta != VLR_SOL_STA_OPTIMAL) << opt;
+      if (r == VLR_RES_OK && solsta == VLR_SOL_STA_OPTIMAL) {
+        double obj = -1;
+        ASSERT_EQ(VLR_getprimalobj(t(), whichsol, &obj), VLR_RES_OK);
+        EXPECT_NEAR(obj, 0.0, 1e-8) << opt;
+      }
+    }
+    double c0 = 0;
+    ASSERT_EQ(VLR_getc(t(), &c0), VLR_RES_OK);
+    EXPECT_EQ(c0, 1.0);
+  }
+}
+
+TEST_F(OptimizeTest, QuadraticObjectiveRefusesThePrimalSimplex) {
+  const int32_t qi[1] = {0}, qj[1] = {0};
+  const double qv[1] = {2.0};
+  ASSERT_EQ(VLR_putqobj(t(), 1, qi, qj, qv), VLR_RES_OK);
+  ASSERT_EQ(VLR_putintparam(t(), VLR_IPAR_OPTIMIZER, VLR_OPTIMIZER_PRIMAL_SIMPLEX), VLR_RES_OK);
+  EXPECT_EQ(VLR_optimize(t()), VLR_RES_ERR_INV_OPTIMIZER);
+  int32_t def = 1;
+  ASSERT_EQ(VLR_solutiondef(t(), VLR_SOL_BAS, &def), VLR_RES_OK);
+  EXPECT_EQ(def, 0);
 }
 
 }  // namespace

@@ -1,0 +1,526 @@
+// src/simplex/bsimplex.cpp: the basis of the pivoting optimisers: its LU, the solves with it,
+// and the values, duals and reduced costs computed from scratch.
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <cmath>
+#include <cstdarg>
+#include <cstdio>
+#include <limits>
+
+#include "simplex/simdat.h"
+
+namespace vlr {
+
+namespace {
+
+constexpr double kInf = std::numeric_limits<double>::infinity();
+constexpr double kDropTol = 1e-14;  // entries of solves at or below this are dropped
+
+// Column supply of the LU: position j holds head[j]; a slack gives -1 at its row.
+int32_t simplex_lugeta(void* handle, int32_t room, int32_t j, int32_t* nz, int32_t* rows,
+                       double* values) {
+  const auto* e = static_cast<const SimEngine*>(handle);
+  const int32_t k = e->head[static_cast<size_t>(j)];
+  if (k < e->m) {
+    if (room < 1) return 0;
+    rows[0] = k;
+    values[0] = -1.0;
+    *nz = 1;
+    return 1;
+  }
+  const int32_t c = k - e->m;
+  const int64_t b = e->abeg[c];
+  const auto len = static_cast<int32_t>(e->abeg[c + 1] - b);
+  if (len > room) return 0;
+  for (int32_t t = 0; t < len; ++t) {
+    rows[t] = e->aidx[b + t];
+    values[t] = e->aval[b + t];
+  }
+  *nz = len;
+  return 1;
+}
+
+}  // namespace
+
+SimEngine::SimEngine(SysEnv* s)
+    : sys(s),
+      arbeg(MemAllocator<int64_t>(s)),
+      aridx(MemAllocator<int32_t>(s)),
+      arval(MemAllocator<double>(s)),
+      cost(MemAllocator<double>(s)),
+      costorg(MemAllocator<double>(s)),
+      lb(MemAllocator<double>(s)),
+      ub(MemAllocator<double>(s)),
+      lborg(MemAllocator<double>(s)),
+      uborg(MemAllocator<double>(s)),
+      head(MemAllocator<int32_t>(s)),
+      pos(MemAllocator<int32_t>(s)),
+      nstat(MemAllocator<int8_t>(s)),
+      x(MemAllocator<double>(s)),
+      d(MemAllocator<double>(s)),
+      y(MemAllocator<double>(s)),
+      w(MemAllocator<double>(s)),
+      ray(MemAllocator<double>(s)),
+      iwork(MemAllocator<int32_t>(s)),
+      marker(MemAllocator<int32_t>(s)),
+      rwork(MemAllocator<double>(s)),
+      rho(s),
+      col(s),
+      tau(s),
+      in(s),
+      spike(s),
+      flip(s),
+      alpha(MemAllocator<double>(s)),
+      alphaidx(MemAllocator<int32_t>(s)),
+      alphamark(MemAllocator<int8_t>(s)),
+      cand(MemAllocator<int32_t>(s)),
+      candratio(MemAllocator<double>(s)),
+      flips(MemAllocator<int32_t>(s)) {}
+
+SimEngine::~SimEngine() {
+  VLR_lu_delete(&lu);
+}
+
+double SimEngine::random01() {
+  // xorshift64*: the engine's own sequence, so that runs repeat exactly.
+  rng ^= rng >> 12;
+  rng ^= rng << 25;
+  rng ^= rng >> 27;
+  const uint64_t r = rng * 0x2545f4914f6cdd1dULL;
+  return static_cast<double>(r >> 11) * (1.0 / 9007199254740992.0);
+}
+
+int32_t SimEngine::setup(const SimLp& lp) {
+  m = lp.m;
+  n = lp.n;
+  nt = m + n;
+  abeg = lp.abeg;
+  aidx = lp.aidx;
+  aval = lp.aval;
+  const auto snt = static_cast<size_t>(nt);
+  const auto sm = static_cast<size_t>(m);
+  // Row-wise copy by a counting pass.
+  arbeg.assign(sm + 1, 0);
+  for (int64_t k = 0; k < abeg[n]; ++k)
+    ++arbeg[static_cast<size_t>(aidx[k]) + 1];
+  for (size_t i = 0; i < sm; ++i)
+    arbeg[i + 1] += arbeg[i];
+  aridx.assign(static_cast<size_t>(abeg[n]), 0);
+  arval.assign(static_cast<size_t>(abeg[n]), 0.0);
+  {
+    SimVec<int64_t> fill(arbeg.begin(), arbeg.end() - 1, MemAllocator<int64_t>(sys));
+    for (int32_t j = 0; j < n; ++j) {
+      for (int64_t k = abeg[j]; k < abeg[j + 1]; ++k) {
+        const auto t = static_cast<size_t>(fill[static_cast<size_t>(aidx[k])]++);
+        aridx[t] = j;
+        arval[t] = aval[k];
+      }
+    }
+  }
+  cost.assign(snt, 0.0);
+  costorg.assign(snt, 0.0);
+  for (int32_t j = 0; j < n; ++j)
+    cost[static_cast<size_t>(m + j)] = costorg[static_cast<size_t>(m + j)] = lp.c[j];
+  lborg.assign(snt, -kInf);
+  uborg.assign(snt, kInf);
+  for (size_t k = 0; k < snt; ++k) {
+    const int32_t key = lp.bk[k];
+    if (key == 0 || key == 2 || key == 4) lborg[k] = lp.bl[k];
+    if (key == 1 || key == 2 || key == 4) uborg[k] = lp.bu[k];
+    if (key == 2) uborg[k] = lborg[k];
+  }
+  lb = lborg;
+  ub = uborg;
+  head.assign(sm, 0);
+  pos.assign(snt, -1);
+  nstat.assign(snt, kNbLower);
+  x.assign(snt, 0.0);
+  d.assign(snt, 0.0);
+  y.assign(sm, 0.0);
+  w.assign(sm, 1.0);
+  alpha.assign(snt, 0.0);
+  alphaidx.assign(snt, 0);
+  alphamark.assign(snt, 0);
+  cand.assign(snt, 0);
+  candratio.assign(snt, 0.0);
+  flips.assign(snt, 0);
+  for (SimHVec* v : {&rho, &col, &tau, &in, &spike, &flip})
+    v->setup(std::max(m, 1));
+  if (m > 0) {
+    int32_t is = 0, rs = 0, is2 = 0, rs2 = 0;
+    VLR_lu_getfactorspace(m, m, &is, &rs);
+    VLR_lu_getsolvespace(m, &is2, &rs2);
+    iwork.assign(static_cast<size_t>(std::max({is, is2, 3 * m + 3})), 0);
+    rwork.assign(static_cast<size_t>(std::max({rs, rs2, 2 * m + 2})), 0.0);
+    marker.assign(sm + 1, 0);
+    if (VLR_lu_make(sys, m, m, &lu) != kLuOk) return kSimNoSpace;
+    VLR_lu_puttol(lu, 2, par->lurelpiv);
+    if (par->refactorfreq > 0) VLR_lu_puttrh(lu, 1, par->refactorfreq);
+    VLR_lu_putgeta(lu, this, simplex_lugeta);
+  }
+  tolx = par->tolx;
+  tols = par->tols;
+  tolpiv = par->tolpiv;
+  return kSimOk;
+}
+
+int8_t SimEngine::boundstatus(int32_t k, double dk) const {
+  const auto s = static_cast<size_t>(k);
+  const bool hl = lb[s] > -kInf, hu = ub[s] < kInf;
+  if (hl && hu) {
+    if (lb[s] == ub[s]) return kNbFixed;
+    return dk >= 0.0 ? kNbLower : kNbUpper;
+  }
+  if (hl) return kNbLower;
+  if (hu) return kNbUpper;
+  return kNbZero;
+}
+
+void SimEngine::setnonbasic(int32_t k, int8_t st) {
+  const auto s = static_cast<size_t>(k);
+  nstat[s] = st;
+  pos[s] = -1;
+  switch (st) {
+    case kNbLower:
+    case kNbFixed:
+      x[s] = lb[s];
+      break;
+    case kNbUpper:
+      x[s] = ub[s];
+      break;
+    default:
+      x[s] = 0.0;
+      break;
+  }
+}
+
+void SimEngine::slackbasis() {
+  for (int32_t i = 0; i < m; ++i) {
+    head[static_cast<size_t>(i)] = i;
+    pos[static_cast<size_t>(i)] = i;
+    nstat[static_cast<size_t>(i)] = kNbBasic;
+  }
+  for (int32_t j = m; j < nt; ++j)
+    setnonbasic(j, boundstatus(j, cost[static_cast<size_t>(j)]));
+  std::fill(w.begin(), w.end(), 1.0);
+}
+
+void SimEngine::keybasis(const int32_t* sk) {
+  int32_t nb = 0;
+  for (int32_t k = 0; k < nt; ++k) {
+    const auto s = static_cast<size_t>(k);
+    if (sk[s] == 1 && nb < m) {  // VLR_SK_BAS
+      head[static_cast<size_t>(nb)] = k;
+      pos[s] = nb++;
+      nstat[s] = kNbBasic;
+      continue;
+    }
+    int8_t st = boundstatus(k, 0.0);
+    if (st == kNbLower || st == kNbUpper) {
+      const bool boxed = lb[s] > -kInf && ub[s] < kInf;
+      if (sk[s] == 4 && ub[s] < kInf)
+        st = kNbUpper;  // VLR_SK_UPR
+      else if (sk[s] == 3 && lb[s] > -kInf)
+        st = kNbLower;  // VLR_SK_LOW
+      else if (boxed)
+        st = std::fabs(lb[s]) <= std::fabs(ub[s]) ? kNbLower : kNbUpper;
+    }
+    setnonbasic(k, st);
+  }
+  // Too few basic variables: fill with slacks of rows not yet covered by a basic slack. The
+  // factor repairs what remains singular.
+  for (int32_t i = 0; i < m && nb < m; ++i) {
+    if (pos[static_cast<size_t>(i)] >= 0) continue;
+    head[static_cast<size_t>(nb)] = i;
+    pos[static_cast<size_t>(i)] = nb++;
+    nstat[static_cast<size_t>(i)] = kNbBasic;
+  }
+  std::fill(w.begin(), w.end(), 1.0);
+}
+
+int32_t SimEngine::factor() {
+  if (m == 0) return kSimOk;
+  int64_t nz = 0;
+  for (int32_t p = 0; p < m; ++p) {
+    const int32_t k = head[static_cast<size_t>(p)];
+    nz += k < m ? 1 : abeg[k - m + 1] - abeg[k - m];
+  }
+  const auto want = static_cast<int32_t>(
+      std::min<int64_t>(std::max<int64_t>(4 * nz, 3 * static_cast<int64_t>(m) + 1), 2000000000));
+  if (VLR_lu_getwsze(lu) < want) {
+    if (VLR_lu_newwsze(lu, want) != kLuOk) return kSimNoSpace;
+  }
+  int32_t r = kLuOk;
+  for (int32_t t = 0; t < 30; ++t) {
+    VLR_lu_init(lu);
+    r = VLR_lu_factor(lu, static_cast<int32_t>(iwork.size()), iwork.data(),
+                      static_cast<int32_t>(rwork.size()), rwork.data());
+    if (r != kLuWorkAreaFull && r != kLuTooManyGarCols) break;
+    int32_t prop = 0;
+    VLR_lu_getwszeproposal(lu, &prop);
+    prop = std::max(prop, 2 * VLR_lu_getwsze(lu));
+    if (VLR_lu_newwsze(lu, prop) != kLuOk) return kSimNoSpace;
+  }
+  if (r == kLuNoSpace) return kSimNoSpace;
+  if (r == kLuWorkAreaFull || r == kLuTooManyGarCols) return kSimLuSpace;
+  if (r == kLuStopped) return kSimInterrupted;
+  if (r != kLuOk) return kSimLuFault;
+  ++info->numfactor;
+  updates = 0;
+  if (VLR_lu_getrank(lu) < m) {
+    // A short rank: each unpivoted position takes the slack of an unpivoted row; the
+    // displaced variable goes to a bound.
+    SimVec<int32_t> map(static_cast<size_t>(m), 0, MemAllocator<int32_t>(sys));
+    r = VLR_lu_insart(lu, map.data(), static_cast<int32_t>(iwork.size()), iwork.data(), -1.0);
+    if (r != kLuOk) return kSimLuFault;
+    int32_t count = 0;
+    for (int32_t p = 0; p < m; ++p) {
+      const int32_t i = map[static_cast<size_t>(p)];
+      if (i >= m) continue;
+      const int32_t old = head[static_cast<size_t>(p)];
+      if (pos[static_cast<size_t>(old)] == p) {
+        setnonbasic(old, boundstatus(old, d[static_cast<size_t>(old)]));
+        d[static_cast<size_t>(old)] = 0.0;
+      }
+    }
+    for (int32_t p = 0; p < m; ++p) {
+      const int32_t i = map[static_cast<size_t>(p)];
+      if (i >= m) continue;
+      head[static_cast<size_t>(p)] = i;
+      pos[static_cast<size_t>(i)] = p;
+      nstat[static_cast<size_t>(i)] = kNbBasic;
+      d[static_cast<size_t>(i)] = 0.0;
+      w[static_cast<size_t>(p)] = 1.0;
+      ++count;
+    }
+    info->numartificial += count;
+    log("Inserted %d artificials into the basis.\n", count);
+  }
+  return kSimOk;
+}
+
+void SimEngine::loadcolumn(int32_t k, SimHVec* v) const {
+  if (k < m) {
+    v->val[static_cast<size_t>(k)] = -1.0;
+    v->idx[0] = k;
+    v->nz = 1;
+    return;
+  }
+  const int32_t c = k - m;
+  int32_t nz = 0;
+  for (int64_t t = abeg[c]; t < abeg[c + 1]; ++t) {
+    v->val[static_cast<size_t>(aidx[t])] = aval[t];
+    v->idx[static_cast<size_t>(nz++)] = aidx[t];
+  }
+  v->nz = nz;
+}
+
+void SimEngine::computexb() {
+  if (m == 0) return;
+  double* rhs = in.val.data();
+  for (int32_t k = 0; k < nt; ++k) {
+    const double v = x[static_cast<size_t>(k)];
+    if (pos[static_cast<size_t>(k)] >= 0 || v == 0.0) continue;
+    if (k < m) {
+      rhs[k] -= v;
+    } else {
+      for (int64_t t = abeg[k - m]; t < abeg[k - m + 1]; ++t)
+        rhs[aidx[t]] += aval[t] * v;
+    }
+  }
+  double* out = col.val.data();
+  VLR_lu_ftran(lu, rhs, out);
+  for (int32_t p = 0; p < m; ++p) {
+    x[static_cast<size_t>(head[static_cast<size_t>(p)])] = -out[p];
+    out[p] = 0.0;
+    rhs[p] = 0.0;
+  }
+  in.nz = 0;
+  col.nz = 0;
+}
+
+void SimEngine::computedual() {
+  if (m > 0) {
+    double* cbv = in.val.data();
+    for (int32_t p = 0; p < m; ++p)
+      cbv[p] = cost[static_cast<size_t>(head[static_cast<size_t>(p)])];
+    double* out = rho.val.data();
+    VLR_lu_btran(lu, cbv, out);
+    for (int32_t i = 0; i < m; ++i) {
+      y[static_cast<size_t>(i)] = out[i];
+      out[i] = 0.0;
+      cbv[i] = 0.0;
+    }
+    in.nz = 0;
+    rho.nz = 0;
+  }
+  for (int32_t i = 0; i < m; ++i)
+    d[static_cast<size_t>(i)] = cost[static_cast<size_t>(i)] + y[static_cast<size_t>(i)];
+  for (int32_t j = 0; j < n; ++j) {
+    double s = cost[static_cast<size_t>(m + j)];
+    for (int64_t t = abeg[j]; t < abeg[j + 1]; ++t)
+      s -= aval[t] * y[static_cast<size_t>(aidx[t])];
+    d[static_cast<size_t>(m + j)] = s;
+  }
+  for (int32_t p = 0; p < m; ++p)
+    d[static_cast<size_t>(head[static_cast<size_t>(p)])] = 0.0;
+}
+
+void SimEngine::btranrow(int32_t p) {
+  rho.clear();
+  in.val[static_cast<size_t>(p)] = 1.0;
+  in.idx[0] = p;
+  VLR_lu_btrans(lu, 1, in.val.data(), in.idx.data(), &rho.nz, rho.val.data(), rho.idx.data(),
+                marker.data(), static_cast<int32_t>(iwork.size()), iwork.data(), kDropTol,
+                kDropTol);
+  in.nz = 0;
+}
+
+void SimEngine::ftrancol(int32_t q) {
+  col.clear();
+  spike.clear();
+  loadcolumn(q, &in);
+  VLR_lu_ftranl(lu, &in.nz, in.val.data(), in.idx.data(), marker.data(),
+                static_cast<int32_t>(iwork.size()), iwork.data());
+  for (int32_t t = 0; t < in.nz; ++t) {
+    const int32_t i = in.idx[static_cast<size_t>(t)];
+    spike.val[static_cast<size_t>(i)] = in.val[static_cast<size_t>(i)];
+    spike.idx[static_cast<size_t>(t)] = i;
+  }
+  spike.nz = in.nz;
+  VLR_lu_ftranus(lu, in.nz, in.val.data(), in.idx.data(), &col.nz, col.val.data(), col.idx.data(),
+                 static_cast<int32_t>(iwork.size()), iwork.data(),
+                 static_cast<int32_t>(marker.size()), marker.data(), kDropTol, kDropTol);
+  in.nz = 0;
+}
+
+void SimEngine::ftrantau() {
+  tau.clear();
+  for (int32_t t = 0; t < rho.nz; ++t) {
+    const int32_t i = rho.idx[static_cast<size_t>(t)];
+    in.val[static_cast<size_t>(i)] = rho.val[static_cast<size_t>(i)];
+    in.idx[static_cast<size_t>(t)] = i;
+  }
+  in.nz = rho.nz;
+  VLR_lu_ftrans(lu, in.nz, in.val.data(), in.idx.data(), &tau.nz, tau.val.data(), tau.idx.data(),
+                static_cast<int32_t>(iwork.size()), iwork.data(),
+                static_cast<int32_t>(marker.size()), marker.data(), kDropTol, kDropTol);
+  in.nz = 0;
+}
+
+void SimEngine::formrow() {
+  for (int32_t t = 0; t < alphanz; ++t) {
+    const auto k = static_cast<size_t>(alphaidx[static_cast<size_t>(t)]);
+    alpha[k] = 0.0;
+    alphamark[k] = 0;
+  }
+  alphanz = 0;
+  for (int32_t t = 0; t < rho.nz; ++t) {
+    const int32_t i = rho.idx[static_cast<size_t>(t)];
+    if (pos[static_cast<size_t>(i)] >= 0) continue;
+    alpha[static_cast<size_t>(i)] = -rho.val[static_cast<size_t>(i)];
+    alphamark[static_cast<size_t>(i)] = 1;
+    alphaidx[static_cast<size_t>(alphanz++)] = i;
+  }
+  if (static_cast<double>(rho.nz) < 0.1 * m) {
+    for (int32_t t = 0; t < rho.nz; ++t) {
+      const int32_t i = rho.idx[static_cast<size_t>(t)];
+      const double r = rho.val[static_cast<size_t>(i)];
+      for (int64_t s = arbeg[static_cast<size_t>(i)]; s < arbeg[static_cast<size_t>(i) + 1]; ++s) {
+        const auto k = static_cast<size_t>(m + aridx[static_cast<size_t>(s)]);
+        if (pos[k] >= 0) continue;
+        if (alphamark[k] == 0) {
+          alphamark[k] = 1;
+          alphaidx[static_cast<size_t>(alphanz++)] = static_cast<int32_t>(k);
+        }
+        alpha[k] += r * arval[static_cast<size_t>(s)];
+      }
+    }
+  } else {
+    const double* r = rho.val.data();
+    for (int32_t j = 0; j < n; ++j) {
+      const auto k = static_cast<size_t>(m + j);
+      if (pos[k] >= 0) continue;
+      double s = 0.0;
+      for (int64_t t = abeg[j]; t < abeg[j + 1]; ++t)
+        s += r[aidx[t]] * aval[t];
+      if (s != 0.0) {
+        alpha[k] = s;
+        alphamark[k] = 1;
+        alphaidx[static_cast<size_t>(alphanz++)] = static_cast<int32_t>(k);
+      }
+    }
+  }
+}
+
+int32_t SimEngine::updatelu(int32_t p) {
+  const int32_t r = VLR_lu_supdl(lu, p, p, &spike.nz, spike.val.data(), spike.idx.data(),
+                                 static_cast<int32_t>(iwork.size()), iwork.data(),
+                                 static_cast<int32_t>(marker.size()), marker.data(),
+                                 static_cast<int32_t>(rwork.size()), rwork.data());
+  if (r == kLuOk || r == kLuRefactorSoon) ++updates;
+  return r;
+}
+
+double SimEngine::primalinf(int32_t* count) const {
+  double sum = 0.0;
+  int32_t c = 0;
+  for (int32_t p = 0; p < m; ++p) {
+    const auto k = static_cast<size_t>(head[static_cast<size_t>(p)]);
+    const double v =
+        x[k] < lb[k] - tolx ? lb[k] - x[k] : (x[k] > ub[k] + tolx ? x[k] - ub[k] : 0.0);
+    if (v > 0.0) {
+      sum += v;
+      ++c;
+    }
+  }
+  if (count != nullptr) *count = c;
+  return sum;
+}
+
+double SimEngine::dualinf(int32_t* count) const {
+  double sum = 0.0;
+  int32_t c = 0;
+  for (int32_t k = 0; k < nt; ++k) {
+    const auto s = static_cast<size_t>(k);
+    double v = 0.0;
+    switch (nstat[s]) {
+      case kNbLower:
+        v = -d[s];
+        break;
+      case kNbUpper:
+        v = d[s];
+        break;
+      case kNbZero:
+        v = std::fabs(d[s]);
+        break;
+      default:
+        break;
+    }
+    if (v > tols) {
+      sum += v;
+      ++c;
+    }
+  }
+  if (count != nullptr) *count = c;
+  return sum;
+}
+
+double SimEngine::objective() const {
+  double s = 0.0;
+  for (int32_t k = m; k < nt; ++k)
+    s += cost[static_cast<size_t>(k)] * x[static_cast<size_t>(k)];
+  return s;
+}
+
+void SimEngine::log(const char* format, ...) {
+  if (cb == nullptr || cb->log == nullptr || par->loglevel <= 0) return;
+  char buf[512];
+  va_list ap;
+  va_start(ap, format);
+  std::vsnprintf(buf, sizeof(buf), format, ap);
+  va_end(ap);
+  cb->log(cb->handle, buf);
+}
+
+}  // namespace vlr

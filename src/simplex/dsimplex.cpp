@@ -1,0 +1,444 @@
+// src/simplex/dsimplex.cpp: the dual simplex: dual steepest-edge pricing, a long-step ratio
+// test that swaps boxed variables to their other bound, cost perturbation against degeneracy,
+// and a first phase on a boxed auxiliary problem.
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+
+#include "simplex/simdat.h"
+
+namespace vlr {
+
+namespace {
+
+constexpr double kInf = std::numeric_limits<double>::infinity();
+constexpr double kMinWeight = 1e-4;
+constexpr int32_t kProgressEvery = 100;  // iterations between calls of the progress function
+
+}  // namespace
+
+bool SimEngine::progress() {
+  if (cb == nullptr || cb->progress == nullptr) return false;
+  return cb->progress(cb->handle, iterations(), objective(), objective()) != 0;
+}
+
+void SimEngine::logline(int32_t phase, bool force) {
+  if (par->loglevel <= 0) return;
+  const int64_t it = iterations();
+  if (!force && it - lastlog < par->logfreq) return;
+  lastlog = it;
+  int32_t pc = 0, dc = 0;
+  const double pinf = primalinf(&pc);
+  const double dinf = dualinf(&dc);
+  log("%-10lld %-6d %-14.6e %-6d %-14.6e %-22.12e\n", static_cast<long long>(it),
+      phase == 1 ? 1 : 2, pinf, pc, dinf, objective());
+}
+
+int32_t SimEngine::dualloop(int32_t phase) {
+  bool needfactor = false;
+  bool fresh = true;  // the factor has no updates since the last recomputation
+  int32_t badevents = 0;
+  int64_t sincecheck = 0;
+  for (;;) {
+    if (needfactor || (updates > 0 && VLR_lu_factornow(lu) != 0)) {
+      const int32_t r = factor();
+      if (r != kSimOk) {
+        info->response = r;
+        return kLoopStopped;
+      }
+      computexb();
+      // Recomputed duals drift from the updated ones; small wrong signs are cleaned by a
+      // shift of the cost, a boxed variable by a swap.
+      computedual();
+      bool swapped = false;
+      for (int32_t k = 0; k < nt; ++k) {
+        const auto s = static_cast<size_t>(k);
+        const int8_t st = nstat[s];
+        if (st == kNbBasic || st == kNbFixed) continue;
+        const double dk = d[s];
+        const bool bad = (st == kNbLower && dk < 0.0) || (st == kNbUpper && dk > 0.0) ||
+                         (st == kNbZero && dk != 0.0);
+        if (!bad) continue;
+        if (lb[s] > -kInf && ub[s] < kInf && std::fabs(dk) > tols) {
+          setnonbasic(k, st == kNbLower ? kNbUpper : kNbLower);
+          swapped = true;
+        } else {
+          cost[s] -= dk;
+          d[s] = 0.0;
+          costshifted = 1;
+        }
+      }
+      if (swapped) computexb();
+      needfactor = false;
+      fresh = true;
+    }
+    if (iterations() >= par->maxiter) {
+      info->response = kSimMaxIter;
+      return kLoopStopped;
+    }
+    if (++sincecheck >= kProgressEvery) {
+      sincecheck = 0;
+      if (progress()) {
+        info->response = kSimInterrupted;
+        return kLoopStopped;
+      }
+    }
+    logline(phase, false);
+
+    // Choose the leaving row: largest squared infeasibility over its weight.
+    int32_t p = -1;
+    double best = 0.0;
+    for (int32_t pp = 0; pp < m; ++pp) {
+      const auto k = static_cast<size_t>(head[static_cast<size_t>(pp)]);
+      double v = 0.0;
+      if (x[k] < lb[k] - tolx)
+        v = lb[k] - x[k];
+      else if (x[k] > ub[k] + tolx)
+        v = x[k] - ub[k];
+      if (v <= 0.0) continue;
+      const double merit = v * v / w[static_cast<size_t>(pp)];
+      if (merit > best) {
+        best = merit;
+        p = pp;
+      }
+    }
+    if (p < 0) {
+      if (!fresh) {  // confirm on a fresh factor
+        needfactor = true;
+        continue;
+      }
+      return kLoopOptimal;
+    }
+    const int32_t leave = head[static_cast<size_t>(p)];
+    const auto sl = static_cast<size_t>(leave);
+    const bool tolower = x[sl] < lb[sl];
+    const double target = tolower ? lb[sl] : ub[sl];
+    const double delta = x[sl] - target;
+    const double sgn = delta > 0.0 ? 1.0 : -1.0;
+
+    btranrow(p);
+    {
+      double wp = 0.0;
+      for (int32_t t = 0; t < rho.nz; ++t) {
+        const double r = rho.val[static_cast<size_t>(rho.idx[static_cast<size_t>(t)])];
+        wp += r * r;
+      }
+      w[static_cast<size_t>(p)] = std::max(wp, kMinWeight);
+    }
+    formrow();
+
+    // Candidates: non-basic variables whose reduced cost bounds the dual step.
+    int32_t nc = 0;
+    double maxalpha = 0.0;
+    for (int32_t t = 0; t < alphanz; ++t) {
+      const int32_t k = alphaidx[static_cast<size_t>(t)];
+      const auto s = static_cast<size_t>(k);
+      if (pos[s] >= 0) continue;
+      const double as = sgn * alpha[s];
+      double dk = 0.0;
+      switch (nstat[s]) {
+        case kNbLower:
+          if (as <= tolpiv) continue;
+          dk = d[s];
+          break;
+        case kNbUpper:
+          if (as >= -tolpiv) continue;
+          dk = -d[s];
+          break;
+        case kNbZero:
+          if (std::fabs(as) <= tolpiv) continue;
+          dk = as > 0.0 ? d[s] : -d[s];
+          break;
+        default:
+          continue;
+      }
+      cand[static_cast<size_t>(nc)] = k;
+      candratio[static_cast<size_t>(nc)] = dk;
+      ++nc;
+      maxalpha = std::max(maxalpha, std::fabs(as));
+    }
+
+    // Long step: pass break points in Harris groups; boxed variables passed swap bounds while
+    // the slope of the dual objective stays positive.
+    int32_t q = -1;
+    numflips = 0;
+    double slope = std::fabs(delta);
+    int32_t left = nc;
+    while (left > 0) {
+      double bound = kInf;
+      for (int32_t c = 0; c < left; ++c) {
+        const auto k = static_cast<size_t>(cand[static_cast<size_t>(c)]);
+        const double a = std::fabs(alpha[k]);
+        bound = std::min(bound, (candratio[static_cast<size_t>(c)] + tols) / a);
+      }
+      // Move the group (ratio within the bound) to the front.
+      int32_t g = 0;
+      double gslope = 0.0;
+      double gbest = 0.0;
+      int32_t gq = -1;
+      for (int32_t c = 0; c < left; ++c) {
+        const auto k = static_cast<size_t>(cand[static_cast<size_t>(c)]);
+        const double a = std::fabs(alpha[k]);
+        if (candratio[static_cast<size_t>(c)] / a > bound) continue;
+        std::swap(cand[static_cast<size_t>(c)], cand[static_cast<size_t>(g)]);
+        std::swap(candratio[static_cast<size_t>(c)], candratio[static_cast<size_t>(g)]);
+        ++g;
+        gslope += a * (ub[k] - lb[k]);  // inf for a variable that is not boxed
+        if (a > gbest) {
+          gbest = a;
+          gq = static_cast<int32_t>(k);
+        }
+      }
+      if (slope - gslope > 0.0 && g < left) {
+        // Every variable of the group swaps; go on with the rest.
+        for (int32_t c = 0; c < g; ++c)
+          flips[static_cast<size_t>(numflips++)] = cand[static_cast<size_t>(c)];
+        slope -= gslope;
+        for (int32_t c = g; c < left; ++c) {
+          cand[static_cast<size_t>(c - g)] = cand[static_cast<size_t>(c)];
+          candratio[static_cast<size_t>(c - g)] = candratio[static_cast<size_t>(c)];
+        }
+        left -= g;
+        continue;
+      }
+      if (slope - gslope > tolx) {
+        // All candidates swap and the row stays infeasible: the dual is unbounded.
+        left = 0;
+        break;
+      }
+      q = gq;
+      break;
+    }
+
+    if (q < 0) {
+      if (!fresh) {
+        needfactor = true;
+        continue;
+      }
+      // The dual is unbounded along this row: keep the row as the certificate.
+      certsgn = sgn;
+      return kLoopInfeasible;
+    }
+    const auto sq = static_cast<size_t>(q);
+
+    ftrancol(q);
+    const double alphac = col.val[static_cast<size_t>(p)];
+    const double alphar = alpha[sq];
+    if (std::fabs(alphac - alphar) > 1e-7 * (1.0 + std::fabs(alphac)) ||
+        std::fabs(alphac) < tolpiv) {
+      ++badevents;
+      ++info->numsetbacks;
+      spike.clear();
+      if (badevents > par->maxsetbacks) {
+        log("Too many (%d) bad events\n", badevents);
+        info->response = kSimSetbacks;
+        return kLoopStopped;
+      }
+      if (!fresh) {
+        needfactor = true;
+        continue;
+      }
+      // On a fresh factor the row and the column disagree: tighten the LU and refactor.
+      VLR_lu_putpivotmethod(lu, 2);
+      VLR_lu_puttol(lu, 2, std::min(0.5, VLR_lu_gettol(lu, 2) * 10.0));
+      needfactor = true;
+      continue;
+    }
+
+    // The dual step; a reduced cost that lies on the wrong side within the tolerance is
+    // shifted to zero so that the step never goes backwards.
+    double thetad = d[sq] / alphar;
+    if (thetad * sgn < 0.0) {
+      cost[sq] -= d[sq];
+      d[sq] = 0.0;
+      thetad = 0.0;
+      costshifted = 1;
+    }
+
+    // Swaps of the passed boxed variables: xB -= B^-1 (sum of a(k) dx(k)).
+    if (numflips > 0) {
+      flip.clear();
+      for (int32_t f = 0; f < numflips; ++f) {
+        const int32_t k = flips[static_cast<size_t>(f)];
+        const auto s = static_cast<size_t>(k);
+        const double dx = nstat[s] == kNbLower ? ub[s] - lb[s] : lb[s] - ub[s];
+        setnonbasic(k, nstat[s] == kNbLower ? kNbUpper : kNbLower);
+        if (k < m) {
+          if (flip.val[s] == 0.0) flip.idx[static_cast<size_t>(flip.nz++)] = k;
+          flip.val[s] -= dx;
+        } else {
+          for (int64_t t = abeg[k - m]; t < abeg[k - m + 1]; ++t) {
+            const auto i = static_cast<size_t>(aidx[t]);
+            if (flip.val[i] == 0.0) flip.idx[static_cast<size_t>(flip.nz++)] = aidx[t];
+            flip.val[i] += aval[t] * dx;
+            if (flip.val[i] == 0.0) flip.val[i] = 1e-300;  // keep the pattern honest
+          }
+        }
+      }
+      tau.clear();
+      for (int32_t t = 0; t < flip.nz; ++t) {
+        const int32_t i = flip.idx[static_cast<size_t>(t)];
+        in.val[static_cast<size_t>(i)] = flip.val[static_cast<size_t>(i)];
+        in.idx[static_cast<size_t>(t)] = i;
+      }
+      in.nz = flip.nz;
+      flip.clear();
+      VLR_lu_ftrans(lu, in.nz, in.val.data(), in.idx.data(), &tau.nz, tau.val.data(),
+                    tau.idx.data(), static_cast<int32_t>(iwork.size()), iwork.data(),
+                    static_cast<int32_t>(marker.size()), marker.data(), 1e-14, 1e-14);
+      in.nz = 0;
+      for (int32_t t = 0; t < tau.nz; ++t) {
+        const int32_t pp = tau.idx[static_cast<size_t>(t)];
+        x[static_cast<size_t>(head[static_cast<size_t>(pp)])] -= tau.val[static_cast<size_t>(pp)];
+      }
+    }
+
+    ftrantau();
+
+    // Primal step: the leaving variable goes to its bound, the entering one takes its place.
+    const double thetap = (x[sl] - target) / alphac;
+    for (int32_t t = 0; t < col.nz; ++t) {
+      const int32_t pp = col.idx[static_cast<size_t>(t)];
+      x[static_cast<size_t>(head[static_cast<size_t>(pp)])] -=
+          thetap * col.val[static_cast<size_t>(pp)];
+    }
+    x[sq] += thetap;
+
+    // Dual step over the pivot row.
+    if (thetad != 0.0) {
+      for (int32_t t = 0; t < alphanz; ++t) {
+        const auto k = static_cast<size_t>(alphaidx[static_cast<size_t>(t)]);
+        if (pos[k] < 0) d[k] -= thetad * alpha[k];
+      }
+    } else {
+      ++info->degiter;
+    }
+    d[sq] = 0.0;
+
+    // Dual steepest-edge weights.
+    {
+      const double wp = w[static_cast<size_t>(p)];
+      for (int32_t t = 0; t < col.nz; ++t) {
+        const int32_t pp = col.idx[static_cast<size_t>(t)];
+        if (pp == p) continue;
+        const double r = col.val[static_cast<size_t>(pp)] / alphac;
+        double& wi = w[static_cast<size_t>(pp)];
+        wi = std::max(wi + r * (r * wp - 2.0 * tau.val[static_cast<size_t>(pp)]), kMinWeight);
+      }
+      w[static_cast<size_t>(p)] = std::max(wp / (alphac * alphac), kMinWeight);
+    }
+
+    // The exchange.
+    const int32_t lr = updatelu(p);
+    head[static_cast<size_t>(p)] = q;
+    pos[sq] = p;
+    nstat[sq] = kNbBasic;
+    setnonbasic(leave, lb[sl] == ub[sl] ? kNbFixed : (tolower ? kNbLower : kNbUpper));
+    x[sl] = target;
+    d[sl] = -thetad;
+    ++info->iter[par->slot];
+    if (phase == 1) ++info->infiter;
+    fresh = false;
+    if (lr == kLuNoSpace) {
+      info->response = kSimNoSpace;
+      return kLoopStopped;
+    }
+    if (lr != kLuOk && lr != kLuRefactorSoon) needfactor = true;
+    if (lr == kLuRefactorSoon) needfactor = true;
+  }
+}
+
+int32_t SimEngine::dualphaseone() {
+  computedual();
+  int32_t bad = 0;
+  for (int32_t k = 0; k < nt; ++k) {
+    const auto s = static_cast<size_t>(k);
+    if (nstat[s] == kNbBasic) continue;
+    const bool hl = lb[s] > -kInf, hu = ub[s] < kInf;
+    const double dk = d[s];
+    if (hl && hu) {
+      if (lb[s] == ub[s]) continue;
+      if (nstat[s] == kNbLower && dk < -tols)
+        setnonbasic(k, kNbUpper);
+      else if (nstat[s] == kNbUpper && dk > tols)
+        setnonbasic(k, kNbLower);
+      continue;
+    }
+    if ((!hl && !hu && std::fabs(dk) > tols) || (hl && !hu && dk < -tols) ||
+        (!hl && hu && dk > tols)) {
+      ++bad;
+    }
+  }
+  if (bad == 0) {
+    computexb();
+    return 0;
+  }
+  log("Dual phase one: %d reduced costs with the wrong sign.\n", bad);
+  // The auxiliary problem: every variable boxed in a small box around zero; its optimal basis
+  // is dual feasible for the problem when the dual infeasibility can be removed.
+  for (int32_t k = 0; k < nt; ++k) {
+    const auto s = static_cast<size_t>(k);
+    const bool hl = lborg[s] > -kInf, hu = uborg[s] < kInf;
+    if (hl && hu)
+      lb[s] = ub[s] = 0.0;
+    else if (hl)
+      lb[s] = 0.0, ub[s] = 1.0;
+    else if (hu)
+      lb[s] = -1.0, ub[s] = 0.0;
+    else
+      lb[s] = -1000.0, ub[s] = 1000.0;
+    if (nstat[s] != kNbBasic) setnonbasic(k, boundstatus(k, d[s]));
+  }
+  computexb();
+  const int32_t end = dualloop(1);
+  // The auxiliary solution lies in the recession cone of the bounds; with a negative cost it
+  // is a ray along which the objective falls without end.
+  ray = x;
+  lb = lborg;
+  ub = uborg;
+  if (end == kLoopStopped) return 2;
+  // Back to the true bounds, each non-basic variable at the bound its reduced cost wants.
+  computedual();
+  bad = 0;
+  for (int32_t k = 0; k < nt; ++k) {
+    const auto s = static_cast<size_t>(k);
+    if (nstat[s] == kNbBasic) continue;
+    const int8_t st = boundstatus(k, d[s]);
+    setnonbasic(k, st);
+    if ((st == kNbLower && d[s] < -tols) || (st == kNbUpper && d[s] > tols) ||
+        (st == kNbZero && std::fabs(d[s]) > tols)) {
+      ++bad;
+    }
+  }
+  computexb();
+  if (bad > 0) log("Dual phase one left %d reduced costs with the wrong sign.\n", bad);
+  return bad == 0 ? 0 : 1;
+}
+
+void SimEngine::perturbcost() {
+  double cmax = 0.0;
+  for (int32_t k = m; k < nt; ++k)
+    cmax = std::max(cmax, std::fabs(costorg[static_cast<size_t>(k)]));
+  // Larger costs take larger moves, but the move stays small against the cost itself.
+  const double scale = cmax > 100.0 ? std::sqrt(std::sqrt(cmax)) : 1.0;
+  const double base = 5e-7 * scale;
+  for (int32_t k = 0; k < nt; ++k) {
+    const auto s = static_cast<size_t>(k);
+    if (nstat[s] == kNbBasic || nstat[s] == kNbFixed || nstat[s] == kNbZero) continue;
+    const double r = random01();
+    const double amount =
+        k < m ? 1e-7 * (1.0 + r) : base * (1.0 + std::fabs(costorg[s])) * (1.0 + r);
+    cost[s] += nstat[s] == kNbLower ? amount : -amount;
+    d[s] += nstat[s] == kNbLower ? amount : -amount;
+  }
+  info->perturbed = 1;
+}
+
+void SimEngine::removeperturbation() {
+  cost = costorg;
+  costshifted = 0;
+}
+
+}  // namespace vlr

@@ -1,0 +1,160 @@
+// src/simplex/simdat.h: the working state the pivoting optimisers share: the problem in its
+// working form, the basis with its LU, the values, duals and weights, and the sparse work.
+// Private to src/simplex.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "cpub/sysenv.h"
+#include "lu/lu.h"
+#include "simplex/simplex.h"
+
+namespace vlr {
+
+template <class T>
+using SimVec = std::vector<T, MemAllocator<T>>;
+
+// Status of a variable in the working basis.
+enum SimNbStat : int8_t {
+  kNbBasic = 0,
+  kNbLower = 1,  // non-basic at its lower bound (reduced cost >= 0 when dual feasible)
+  kNbUpper = 2,  // non-basic at its upper bound (reduced cost <= 0)
+  kNbZero = 3,   // non-basic free variable, held at zero (reduced cost 0)
+  kNbFixed = 4,  // non-basic with equal bounds (any reduced cost)
+};
+
+// A sparse vector over a dense array that is zero outside its pattern.
+struct SimHVec {
+  SimVec<double> val;
+  SimVec<int32_t> idx;
+  int32_t nz = 0;
+  explicit SimHVec(SysEnv* sys) : val(MemAllocator<double>(sys)), idx(MemAllocator<int32_t>(sys)) {}
+  void setup(int32_t size) {
+    val.assign(static_cast<size_t>(size), 0.0);
+    idx.assign(static_cast<size_t>(size) + 1, 0);
+    nz = 0;
+  }
+  void clear() {
+    for (int32_t k = 0; k < nz; ++k)
+      val[static_cast<size_t>(idx[static_cast<size_t>(k)])] = 0.0;
+    nz = 0;
+  }
+};
+
+// How a run of the dual loop ended.
+enum SimLoopEnd : int32_t {
+  kLoopOptimal = 0,     // primal feasible within tolerance (phase two: optimal)
+  kLoopInfeasible = 1,  // dual unbounded: the primal problem is infeasible, certificate in rho
+  kLoopStopped = 2,     // a limit, a stop or a failure: see info->response
+  kLoopUnbounded = 3,   // the first phase found the problem dual infeasible, a ray in `ray`
+};
+
+struct SimEngine {
+  SysEnv* sys = nullptr;
+  const SimParam* par = nullptr;
+  const SimCallbacks* cb = nullptr;
+  SimInfo* info = nullptr;
+
+  int32_t m = 0, n = 0, nt = 0;
+  const int64_t* abeg = nullptr;  // the working matrix by columns (borrowed)
+  const int32_t* aidx = nullptr;
+  const double* aval = nullptr;
+  SimVec<int64_t> arbeg;  // the same by rows
+  SimVec<int32_t> aridx;
+  SimVec<double> arval;
+
+  SimVec<double> cost;          // working cost (perturbed or shifted), nt
+  SimVec<double> costorg;       // cost of the problem, nt
+  SimVec<double> lb, ub;        // working bounds, nt (+-inf where absent)
+  SimVec<double> lborg, uborg;  // bounds of the problem
+
+  SimVec<int32_t> head;  // variable at each basis position, m
+  SimVec<int32_t> pos;   // position of each variable, -1 when non-basic
+  SimVec<int8_t> nstat;  // SimNbStat
+  SimVec<double> x;      // values of all variables
+  SimVec<double> d;      // reduced costs (0 on basic ones)
+  SimVec<double> y;      // duals of the rows
+  SimVec<double> w;      // dual steepest-edge weights by position
+  SimVec<double> ray;    // after a dual infeasible first phase: a primal ray, nt
+
+  LuFactor* lu = nullptr;
+  SimVec<int32_t> iwork, marker;
+  SimVec<double> rwork;
+  int32_t updates = 0;  // LU updates since the last factor
+
+  // Sparse work.
+  SimHVec rho, col, tau, in, spike, flip;
+  SimVec<double> alpha;  // pivot row over all variables
+  SimVec<int32_t> alphaidx;
+  SimVec<int8_t> alphamark;
+  int32_t alphanz = 0;
+  SimVec<int32_t> cand;  // ratio test candidates
+  SimVec<double> candratio;
+  SimVec<int32_t> flips;
+  int32_t numflips = 0;
+  uint64_t rng = 0x9e3779b97f4a7c15ULL;
+
+  double tolx = 1e-6, tols = 1e-6, tolpiv = 1e-7;
+  int32_t costshifted = 0;
+  double certsgn = 0.0;  // after kLoopInfeasible: the certificate is certsgn * rho
+  int64_t lastlog = 0;
+
+  explicit SimEngine(SysEnv* s);
+  ~SimEngine();
+  SimEngine(const SimEngine&) = delete;
+  SimEngine& operator=(const SimEngine&) = delete;
+
+  // Sets up the arrays for lp and the row-wise copy. kSimOk, or kSimNoSpace (containers that
+  // run out of memory throw bad_alloc, which the entry catches).
+  int32_t setup(const SimLp& lp);
+  double random01();  // a number in [0, 1) from the engine's own sequence (repeatable)
+  int64_t iterations() const { return info->iter[par->slot]; }
+
+  // ---- Basis (bsimplex.cpp) ----
+  // Factors the basis in head; on a short rank puts slacks in and moves the displaced
+  // variables to a bound. Returns kSimOk or a response.
+  int32_t factor();
+  // x of the basic variables from the non-basic ones: B xB = -N xN.
+  void computexb();
+  // y and d from the working cost.
+  void computedual();
+  // The slack basis with every column at the bound its status wants.
+  void slackbasis();
+  // A basis from status keys (VLR_SK_*), repaired to m basic variables.
+  void keybasis(const int32_t* sk);
+  // Places a non-basic variable at the bound its status names.
+  void setnonbasic(int32_t k, int8_t st);
+  // Non-basic status that a variable takes by its bounds and, for a boxed one, by the sign of d.
+  int8_t boundstatus(int32_t k, double dk) const;
+  // Column of variable k into the sparse vector v (row space).
+  void loadcolumn(int32_t k, SimHVec* v) const;
+  // rho = B^-T e(p); col = B^-1 a(q) keeping the spike for the update; tau = B^-1 rho.
+  void btranrow(int32_t p);
+  void ftrancol(int32_t q);
+  void ftrantau();
+  // The pivot row alpha(k) = rho' col(k) over the non-basic variables.
+  void formrow();
+  // Replaces the variable at position p by q in the LU. Returns the LU status.
+  int32_t updatelu(int32_t p);
+  // Sums of primal and dual infeasibilities under the working data.
+  double primalinf(int32_t* count) const;
+  double dualinf(int32_t* count) const;
+  double objective() const;  // working cost times x
+
+  // ---- Dual simplex (dsimplex.cpp) ----
+  // Runs the dual loop on the working data from a dual feasible basis.
+  int32_t dualloop(int32_t phase);
+  // Makes the basis dual feasible: flips boxed variables, and runs the first phase on the
+  // boxed auxiliary problem when other variables have the wrong reduced cost. Returns 0 when
+  // dual feasible, 1 when the problem is dual infeasible, 2 on a stop.
+  int32_t dualphaseone();
+  void perturbcost();
+  void removeperturbation();
+  void log(const char* format, ...) VLR_PRINTF(2, 3);
+  void logline(int32_t phase, bool force);
+  bool progress();  // true: stop asked for
+};
+
+}  // namespace vlr

@@ -1,0 +1,521 @@
+// src/simplex/simplex.cpp: the frame around the pivoting optimisers: solve by inspection
+// without rows, scaling, the start basis, the run, unscaling, the clean-up of a solution that
+// fails the tolerances on the problem as given, and the statuses.
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <new>
+
+#include "simplex/simdat.h"
+#include "velor.h"
+
+namespace vlr {
+
+namespace {
+
+constexpr double kInf = std::numeric_limits<double>::infinity();
+
+int32_t simplex_sk(int8_t st) {
+  switch (st) {
+    case kNbBasic:
+      return VLR_SK_BAS;
+    case kNbLower:
+      return VLR_SK_LOW;
+    case kNbUpper:
+      return VLR_SK_UPR;
+    case kNbFixed:
+      return VLR_SK_FIX;
+    default:
+      return VLR_SK_SUPBAS;
+  }
+}
+
+double simplex_lower(const SimLp& lp, int32_t k) {
+  const int32_t key = lp.bk[k];
+  return key == VLR_BK_LO || key == VLR_BK_FX || key == VLR_BK_RA ? lp.bl[k] : -kInf;
+}
+
+double simplex_upper(const SimLp& lp, int32_t k) {
+  const int32_t key = lp.bk[k];
+  if (key == VLR_BK_FX) return lp.bl[k];
+  return key == VLR_BK_UP || key == VLR_BK_RA ? lp.bu[k] : kInf;
+}
+
+// No rows: each variable goes to the bound its cost favours.
+void simplex_inspection(const SimLp& lp, SimSol* sol, SimInfo* info) {
+  bool unbounded = false;
+  for (int32_t j = 0; j < lp.n; ++j) {
+    const double l = simplex_lower(lp, j), u = simplex_upper(lp, j), c = lp.c[j];
+    int32_t key = VLR_SK_LOW;
+    double v = 0.0;
+    if (l == u) {
+      key = VLR_SK_FIX;
+      v = l;
+    } else if (c > 0.0 || (c == 0.0 && l > -kInf)) {
+      if (l > -kInf)
+        v = l;
+      else if (c > 0.0)
+        unbounded = true;
+      key = l > -kInf ? VLR_SK_LOW : VLR_SK_SUPBAS;
+    } else {
+      if (u < kInf)
+        v = u, key = VLR_SK_UPR;
+      else if (c < 0.0)
+        unbounded = true;
+      else
+        key = VLR_SK_SUPBAS;
+    }
+    sol->sk[j] = key;
+    sol->x[j] = v;
+    sol->d[j] = c;
+  }
+  info->pobj = lp.cfix;
+  for (int32_t j = 0; j < lp.n; ++j)
+    info->pobj += lp.c[j] * sol->x[j];
+  info->dobj = info->pobj;
+  if (unbounded) {
+    // The ray: every unbounded variable moves the way its cost falls.
+    for (int32_t j = 0; j < lp.n; ++j) {
+      const double l = simplex_lower(lp, j), u = simplex_upper(lp, j), c = lp.c[j];
+      sol->x[j] = (c > 0.0 && l == -kInf) ? -1.0 : ((c < 0.0 && u == kInf) ? 1.0 : 0.0);
+    }
+    info->prosta = VLR_PRO_STA_DUAL_INFEAS;
+    info->solsta = VLR_SOL_STA_DUAL_INFEAS_CER;
+  } else {
+    info->prosta = VLR_PRO_STA_PRIM_AND_DUAL_FEAS;
+    info->solsta = VLR_SOL_STA_OPTIMAL;
+  }
+}
+
+// Row and column factors, powers of two: geometric passes, then the largest entry of each
+// column made about one.
+struct SimScaling {
+  SimVec<double> r, s;  // row and column factors
+  SimVec<int64_t> abeg;
+  SimVec<int32_t> aidx;
+  SimVec<double> aval, c, bl, bu;
+  SimLp lp;
+  explicit SimScaling(SysEnv* sys)
+      : r(MemAllocator<double>(sys)),
+        s(MemAllocator<double>(sys)),
+        abeg(MemAllocator<int64_t>(sys)),
+        aidx(MemAllocator<int32_t>(sys)),
+        aval(MemAllocator<double>(sys)),
+        c(MemAllocator<double>(sys)),
+        bl(MemAllocator<double>(sys)),
+        bu(MemAllocator<double>(sys)) {}
+};
+
+double simplex_pow2(double f) {
+  if (!(f > 0.0) || !std::isfinite(f)) return 1.0;
+  return std::ldexp(1.0, static_cast<int>(std::lround(std::log2(f))));
+}
+
+void simplex_computescaling(const SimLp& lp, int32_t passes, SimScaling* sc) {
+  const int32_t m = lp.m, n = lp.n;
+  sc->r.assign(static_cast<size_t>(m), 1.0);
+  sc->s.assign(static_cast<size_t>(n), 1.0);
+  SimVec<double> rmin(static_cast<size_t>(m), 0.0, sc->r.get_allocator());
+  SimVec<double> rmax(static_cast<size_t>(m), 0.0, sc->r.get_allocator());
+  for (int32_t pass = 0; pass < passes; ++pass) {
+    std::fill(rmin.begin(), rmin.end(), kInf);
+    std::fill(rmax.begin(), rmax.end(), 0.0);
+    for (int32_t j = 0; j < n; ++j) {
+      for (int64_t k = lp.abeg[j]; k < lp.abeg[j + 1]; ++k) {
+        const auto i = static_cast<size_t>(lp.aidx[k]);
+        const double v = std::fabs(lp.aval[k]) * sc->s[static_cast<size_t>(j)];
+        if (v == 0.0) continue;
+        rmin[i] = std::min(rmin[i], v);
+        rmax[i] = std::max(rmax[i], v);
+      }
+    }
+    for (int32_t i = 0; i < m; ++i) {
+      const auto si = static_cast<size_t>(i);
+      sc->r[si] = rmax[si] > 0.0 ? 1.0 / std::sqrt(rmin[si] * rmax[si]) : 1.0;
+    }
+    for (int32_t j = 0; j < n; ++j) {
+      double cmin = kInf, cmax = 0.0;
+      for (int64_t k = lp.abeg[j]; k < lp.abeg[j + 1]; ++k) {
+        const double v = std::fabs(lp.aval[k]) * sc->r[static_cast<size_t>(lp.aidx[k])];
+        if (v == 0.0) continue;
+        cmin = std::min(cmin, v);
+        cmax = std::max(cmax, v);
+      }
+      sc->s[static_cast<size_t>(j)] = cmax > 0.0 ? 1.0 / std::sqrt(cmin * cmax) : 1.0;
+    }
+  }
+  // Equilibrate the columns and round every factor to a power of two, so that scaling is
+  // exact in floating point.
+  for (int32_t i = 0; i < m; ++i)
+    sc->r[static_cast<size_t>(i)] = simplex_pow2(sc->r[static_cast<size_t>(i)]);
+  for (int32_t j = 0; j < n; ++j) {
+    double cmax = 0.0;
+    for (int64_t k = lp.abeg[j]; k < lp.abeg[j + 1]; ++k)
+      cmax = std::max(cmax, std::fabs(lp.aval[k]) * sc->r[static_cast<size_t>(lp.aidx[k])]);
+    sc->s[static_cast<size_t>(j)] = cmax > 0.0 ? simplex_pow2(1.0 / cmax) : 1.0;
+  }
+}
+
+void simplex_scale(const SimLp& lp, SimScaling* sc) {
+  const int32_t m = lp.m, n = lp.n;
+  const int64_t nz = lp.abeg[n];
+  sc->abeg.assign(lp.abeg, lp.abeg + n + 1);
+  sc->aidx.assign(lp.aidx, lp.aidx + nz);
+  sc->aval.resize(static_cast<size_t>(nz));
+  sc->c.resize(static_cast<size_t>(n));
+  sc->bl.resize(static_cast<size_t>(m + n));
+  sc->bu.resize(static_cast<size_t>(m + n));
+  for (int32_t j = 0; j < n; ++j) {
+    const double sj = sc->s[static_cast<size_t>(j)];
+    for (int64_t k = lp.abeg[j]; k < lp.abeg[j + 1]; ++k)
+      sc->aval[static_cast<size_t>(k)] = lp.aval[k] * sj * sc->r[static_cast<size_t>(lp.aidx[k])];
+    sc->c[static_cast<size_t>(j)] = lp.c[j] * sj;
+    sc->bl[static_cast<size_t>(m + j)] = lp.bl[m + j] / sj;
+    sc->bu[static_cast<size_t>(m + j)] = lp.bu[m + j] / sj;
+  }
+  for (int32_t i = 0; i < m; ++i) {
+    sc->bl[static_cast<size_t>(i)] = lp.bl[i] * sc->r[static_cast<size_t>(i)];
+    sc->bu[static_cast<size_t>(i)] = lp.bu[i] * sc->r[static_cast<size_t>(i)];
+  }
+  sc->lp = lp;
+  sc->lp.abeg = sc->abeg.data();
+  sc->lp.aidx = sc->aidx.data();
+  sc->lp.aval = sc->aval.data();
+  sc->lp.c = sc->c.data();
+  sc->lp.bl = sc->bl.data();
+  sc->lp.bu = sc->bu.data();
+}
+
+// Copies the engine's basis and values out, unscaled by (r, s) when given.
+void simplex_getsolution(const SimEngine& e, const double* r, const double* s, SimSol* sol) {
+  const int32_t m = e.m;
+  for (int32_t k = 0; k < e.nt; ++k) {
+    const auto sk = static_cast<size_t>(k);
+    sol->sk[k] = simplex_sk(e.nstat[sk]);
+    double xv = e.x[sk], dv = e.d[sk];
+    if (r != nullptr) {
+      if (k < m) {
+        xv /= r[k];
+        dv *= r[k];
+      } else {
+        xv *= s[k - m];
+        dv /= s[k - m];
+      }
+    }
+    sol->x[k] = xv;
+    sol->d[k] = dv;
+  }
+  for (int32_t i = 0; i < m; ++i)
+    sol->y[i] = sol->d[i];
+}
+
+// Violations of the solution on the problem as given: bounds and rows (primal), signs of the
+// reduced costs recomputed from y (dual).
+void simplex_checksolution(SysEnv* sys, const SimLp& lp, SimSol* sol, double* pviol, double* dviol,
+                           double* pobj, double* dobj) {
+  const int32_t m = lp.m, n = lp.n;
+  double pv = 0.0, dv = 0.0, po = lp.cfix, dob = lp.cfix;
+  for (int32_t j = 0; j < n; ++j) {
+    double dj = lp.c[j];
+    for (int64_t k = lp.abeg[j]; k < lp.abeg[j + 1]; ++k)
+      dj -= lp.aval[k] * sol->y[lp.aidx[k]];
+    sol->d[m + j] = dj;
+    po += lp.c[j] * sol->x[m + j];
+  }
+  for (int32_t i = 0; i < m; ++i)
+    sol->d[i] = sol->y[i];
+  SimVec<double> ax(static_cast<size_t>(m), 0.0, MemAllocator<double>(sys));
+  for (int32_t j = 0; j < n; ++j) {
+    for (int64_t k = lp.abeg[j]; k < lp.abeg[j + 1]; ++k)
+      ax[static_cast<size_t>(lp.aidx[k])] += lp.aval[k] * sol->x[m + j];
+  }
+  for (int32_t i = 0; i < m; ++i)
+    pv = std::max(pv, std::fabs(ax[static_cast<size_t>(i)] - sol->x[i]));
+  for (int32_t k = 0; k < m + n; ++k) {
+    const double l = simplex_lower(lp, k), u = simplex_upper(lp, k);
+    pv = std::max({pv, l - sol->x[k], sol->x[k] - u});
+    const double dk = sol->d[k];
+    // A basic variable should have d = 0; a non-basic one the sign of its bound.
+    double viol = 0.0;
+    switch (sol->sk[k]) {
+      case VLR_SK_BAS:
+        viol = std::fabs(dk);
+        break;
+      case VLR_SK_LOW:
+        viol = std::max(0.0, -dk);
+        break;
+      case VLR_SK_UPR:
+        viol = std::max(0.0, dk);
+        break;
+      case VLR_SK_FIX:
+        break;
+      default:
+        viol = std::fabs(dk);
+        break;
+    }
+    dv = std::max(dv, viol);
+    if (dk > 0.0)
+      dob += (l > -kInf ? l : 0.0) * dk;
+    else if (dk < 0.0)
+      dob += (u < kInf ? u : 0.0) * dk;
+  }
+  *pviol = pv;
+  *dviol = dv;
+  *pobj = po;
+  *dobj = dob;
+}
+
+// The Farkas test of a primal infeasibility certificate held in sol->y: d = -A'y on the columns
+// and y on the rows, and the bound expression positive. Entries that would meet an infinite
+// bound must be below the noise level.
+bool simplex_checkfarkas(const SimLp& lp, SimSol* sol) {
+  const int32_t m = lp.m, n = lp.n;
+  double ymax = 0.0;
+  for (int32_t i = 0; i < m; ++i)
+    ymax = std::max(ymax, std::fabs(sol->y[i]));
+  if (ymax == 0.0) return false;
+  for (int32_t i = 0; i < m; ++i)
+    sol->d[i] = sol->y[i];
+  double amax = 0.0;
+  for (int32_t j = 0; j < n; ++j) {
+    double dj = 0.0;
+    for (int64_t k = lp.abeg[j]; k < lp.abeg[j + 1]; ++k) {
+      dj -= lp.aval[k] * sol->y[lp.aidx[k]];
+      amax = std::max(amax, std::fabs(lp.aval[k]));
+    }
+    sol->d[m + j] = dj;
+  }
+  const double noise = 1e-9 * ymax * std::max(1.0, amax);
+  double value = 0.0, scale = 0.0;
+  for (int32_t k = 0; k < m + n; ++k) {
+    double dk = sol->d[k];
+    const double l = simplex_lower(lp, k), u = simplex_upper(lp, k);
+    if ((dk > 0.0 && l == -kInf) || (dk < 0.0 && u == kInf)) {
+      if (std::fabs(dk) > noise) return false;
+      dk = 0.0;
+    }
+    sol->d[k] = dk;
+    if (dk > 0.0)
+      value += l * dk, scale += std::fabs(l * dk);
+    else if (dk < 0.0)
+      value += u * dk, scale += std::fabs(u * dk);
+  }
+  return value > 1e-9 * std::max(1.0, scale) && value > 0.0;
+}
+
+// The test of a primal ray held in sol->x: A x - xc = 0, every variable inside the recession
+// cone of its bounds, and c'x < 0, all against the size of the ray.
+bool simplex_checkray(SysEnv* sys, const SimLp& lp, const SimSol& sol) {
+  const int32_t m = lp.m, n = lp.n;
+  double xmax = 0.0, amax = 0.0, cx = 0.0, cmax = 0.0;
+  for (int32_t k = 0; k < m + n; ++k)
+    xmax = std::max(xmax, std::fabs(sol.x[k]));
+  if (xmax == 0.0) return false;
+  SimVec<double> ax(static_cast<size_t>(m), 0.0, MemAllocator<double>(sys));
+  for (int32_t j = 0; j < n; ++j) {
+    for (int64_t k = lp.abeg[j]; k < lp.abeg[j + 1]; ++k) {
+      ax[static_cast<size_t>(lp.aidx[k])] += lp.aval[k] * sol.x[m + j];
+      amax = std::max(amax, std::fabs(lp.aval[k]));
+    }
+    cx += lp.c[j] * sol.x[m + j];
+    cmax = std::max(cmax, std::fabs(lp.c[j]));
+  }
+  const double noise = 1e-9 * xmax * std::max(1.0, amax);
+  for (int32_t i = 0; i < m; ++i) {
+    if (std::fabs(ax[static_cast<size_t>(i)] - sol.x[i]) > noise) return false;
+  }
+  for (int32_t k = 0; k < m + n; ++k) {
+    const double l = simplex_lower(lp, k), u = simplex_upper(lp, k);
+    if ((l > -kInf && sol.x[k] < -noise) || (u < kInf && sol.x[k] > noise)) return false;
+  }
+  return cx < -1e-9 * xmax * std::max(1.0, cmax);
+}
+
+// One engine run on lp from the start keys (or the slack basis). The result, unscaled through
+// (r, s) when given, goes to sol. Returns the loop's end.
+int32_t simplex_run(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, const SimLp& lp,
+                    const int32_t* startsk, bool perturb, const double* r, const double* s,
+                    SimSol* sol, SimInfo* info) {
+  SimEngine e(sys);
+  e.par = &par;
+  e.cb = &cb;
+  e.info = info;
+  int32_t rr = e.setup(lp);
+  if (rr != kSimOk) {
+    info->response = rr;
+    return kLoopStopped;
+  }
+  if (startsk != nullptr)
+    e.keybasis(startsk);
+  else
+    e.slackbasis();
+  rr = e.factor();
+  if (rr != kSimOk) {
+    info->response = rr;
+    return kLoopStopped;
+  }
+  int32_t end = kLoopStopped;
+  bool perturbed = false;
+  for (int32_t round = 0; round < 4; ++round) {
+    const int32_t ph = e.dualphaseone();
+    if (ph == 2) {
+      simplex_getsolution(e, r, s, sol);
+      return kLoopStopped;
+    }
+    if (ph == 1) {
+      simplex_getsolution(e, r, s, sol);
+      for (int32_t k = 0; k < e.nt; ++k) {
+        const double v = e.ray[static_cast<size_t>(k)];
+        sol->x[k] = r == nullptr ? v : (k < e.m ? v / r[k] : v * s[k - e.m]);
+      }
+      return kLoopUnbounded;
+    }
+    if (perturb && round == 0 && par.degen != 0) {
+      e.perturbcost();
+      perturbed = true;
+    }
+    end = e.dualloop(2);
+    if (end != kLoopOptimal) break;
+    if (!perturbed && !e.costshifted) break;
+    // Back to the true costs; the few wrong signs this leaves are removed by another round.
+    e.removeperturbation();
+    perturbed = false;
+    e.computedual();
+    int32_t bad = 0;
+    e.dualinf(&bad);
+    if (bad == 0) break;
+    e.log("Costs restored: %d reduced costs with the wrong sign.\n", bad);
+  }
+  e.logline(2, true);
+  simplex_getsolution(e, r, s, sol);
+  if (end == kLoopInfeasible) {
+    // The certificate: y = sgn rho from the row that had no entering variable, unscaled like
+    // a dual; the caller checks it on the problem as given.
+    for (int32_t i = 0; i < e.m; ++i)
+      sol->y[i] = 0.0;
+    for (int32_t t = 0; t < e.rho.nz; ++t) {
+      const int32_t i = e.rho.idx[static_cast<size_t>(t)];
+      const double v = e.certsgn * e.rho.val[static_cast<size_t>(i)];
+      sol->y[i] = r != nullptr ? v * r[i] : v;
+    }
+  }
+  return end;
+}
+
+// Largest violations relative to the data: bounds and rows against 1 + |bound|, reduced costs
+// against 1 + the largest |c|.
+void simplex_relviolations(SysEnv* sys, const SimLp& lp, SimSol* sol, double* prel, double* drel,
+                           SimInfo* info) {
+  double pv = 0.0, dv = 0.0;
+  simplex_checksolution(sys, lp, sol, &pv, &dv, &info->pobj, &info->dobj);
+  double bmax = 0.0, cmax = 0.0;
+  for (int32_t k = 0; k < lp.m + lp.n; ++k) {
+    const double l = simplex_lower(lp, k), u = simplex_upper(lp, k);
+    if (l > -kInf) bmax = std::max(bmax, std::fabs(l));
+    if (u < kInf) bmax = std::max(bmax, std::fabs(u));
+  }
+  for (int32_t j = 0; j < lp.n; ++j)
+    cmax = std::max(cmax, std::fabs(lp.c[j]));
+  *prel = pv / (1.0 + std::min(bmax, 1e6) * 1e-3);
+  *drel = dv / (1.0 + std::min(cmax, 1e6) * 1e-3);
+}
+
+void simplex_optimize(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, const SimLp& lp,
+                      int32_t starthot, SimSol* sol, SimInfo* info) {
+  if (lp.m == 0) {
+    simplex_inspection(lp, sol, info);
+    return;
+  }
+  const int32_t nt = lp.m + lp.n;
+  SimVec<int32_t> keys{MemAllocator<int32_t>(sys)};
+  if (starthot != 0) {
+    int32_t nb = 0;
+    for (int32_t k = 0; k < nt; ++k)
+      nb += sol->sk[k] == VLR_SK_BAS ? 1 : 0;
+    if (nb > 0) {
+      keys.assign(sol->sk, sol->sk + nt);
+      info->hotstart = 1;
+    }
+  }
+  const bool scaled = par.scaling != 1;
+  SimScaling sc(sys);
+  if (scaled) {
+    simplex_computescaling(lp, par.scaling == 4 ? 8 : 4, &sc);
+    simplex_scale(lp, &sc);
+  }
+  const SimLp& work = scaled ? sc.lp : lp;
+  int32_t end =
+      simplex_run(sys, par, cb, work, keys.empty() ? nullptr : keys.data(), keys.empty(),
+                  scaled ? sc.r.data() : nullptr, scaled ? sc.s.data() : nullptr, sol, info);
+  for (int32_t attempt = 0; attempt < 2; ++attempt) {
+    if (end == kLoopOptimal) {
+      double prel = 0.0, drel = 0.0;
+      simplex_relviolations(sys, lp, sol, &prel, &drel, info);
+      if (prel <= par.tolx && drel <= par.tols) {
+        info->prosta = VLR_PRO_STA_PRIM_AND_DUAL_FEAS;
+        info->solsta = VLR_SOL_STA_OPTIMAL;
+        return;
+      }
+      if (attempt == 1) {
+        const bool near = prel <= 100.0 * par.tolx && drel <= 100.0 * par.tols;
+        info->prosta = near ? VLR_PRO_STA_NEAR_PRIM_AND_DUAL_FEAS : VLR_PRO_STA_UNKNOWN;
+        info->solsta = near ? VLR_SOL_STA_NEAR_OPTIMAL : VLR_SOL_STA_UNKNOWN;
+        return;
+      }
+    } else if (end == kLoopUnbounded) {
+      if (simplex_checkray(sys, lp, *sol)) {
+        info->prosta = VLR_PRO_STA_DUAL_INFEAS;
+        info->solsta = VLR_SOL_STA_DUAL_INFEAS_CER;
+        return;
+      }
+      if (attempt == 1) {
+        info->prosta = VLR_PRO_STA_UNKNOWN;
+        info->solsta = VLR_SOL_STA_UNKNOWN;
+        return;
+      }
+    } else if (end == kLoopInfeasible) {
+      if (simplex_checkfarkas(lp, sol)) {
+        info->prosta = VLR_PRO_STA_PRIM_INFEAS;
+        info->solsta = VLR_SOL_STA_PRIM_INFEAS_CER;
+        return;
+      }
+      if (attempt == 1) {
+        info->prosta = VLR_PRO_STA_UNKNOWN;
+        info->solsta = VLR_SOL_STA_UNKNOWN;
+        return;
+      }
+    } else {
+      if (info->prosta == 0) info->solsta = VLR_SOL_STA_UNKNOWN;
+      return;
+    }
+    // Clean up on the problem as given, from the basis just found.
+    info->cleaned = 1;
+    keys.assign(sol->sk, sol->sk + nt);
+    end = simplex_run(sys, par, cb, lp, keys.data(), false, nullptr, nullptr, sol, info);
+  }
+}
+
+}  // namespace
+
+int32_t VLR_simplex_optimize(SysEnv* sys, const SimParam& par, const SimCallbacks& cb,
+                             const SimLp& lp, int32_t starthot, SimSol* sol, SimInfo* info) {
+  VLR_simplex_initinfo(info);
+  const double t0 = VLR_sysenv_getwctime(sys);
+  try {
+    simplex_optimize(sys, par, cb, lp, starthot, sol, info);
+  } catch (const std::bad_alloc&) {
+    info->response = kSimNoSpace;
+  }
+  info->time = VLR_sysenv_getwctime(sys) - t0;
+  return info->response;
+}
+
+void VLR_simplex_initparam(SimParam* par) {
+  *par = SimParam();
+}
+void VLR_simplex_initinfo(SimInfo* info) {
+  *info = SimInfo();
+}
+
+}  // namespace vlr

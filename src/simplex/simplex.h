@@ -1,0 +1,98 @@
+// src/simplex/simplex.h: the pivoting optimisers: their parameter and information records and
+// the one entry that solves a linear problem in the simplex's form from scratch or from a basis.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+
+#include "cpub/sysenv.h"
+#include "dualize/dualize.h"
+
+namespace vlr {
+
+// Slots of the four-way fields and of the iteration counts.
+enum SimSlot : int32_t {
+  kSimSlotNetwork = 0,
+  kSimSlotPrimal = 1,
+  kSimSlotDual = 2,
+  kSimSlotPd = 3
+};
+
+// Internal responses of the optimisers; the glue turns them into response codes.
+enum SimResponse : int32_t {
+  kSimOk = 0,
+  kSimNoSpace = 1,
+  kSimMaxIter = 4,
+  kSimObjRange = 5,
+  kSimInterrupted = 7,
+  kSimLuFault = 23,
+  kSimSingular = 26,
+  kSimSetbacks = 27,
+  kSimLuSpace = 30,
+  kSimNumTrouble = 31,
+};
+
+// The run's parameters, in the optimisers' own terms (VLR_simplex_initparam gives the defaults;
+// the glue copies the task's parameters over them).
+struct SimParam {
+  int32_t loglevel = 1;
+  int32_t degen = 1;          // 0 none, 1 free, 2 aggressive, 3 moderate, 4 minimum
+  int32_t scaling = 0;        // 0 free, 1 none, 3 moderate, 4 aggressive
+  int32_t scalemethod = 0;    // 0 power-of-two geometric, 1 equilibration only
+  int32_t solveform = 0;      // 0 free, 1 primal, 2 dual
+  int32_t switchopt = 0;      // exchange the primal and dual slot when dualising
+  int32_t hotstart = 1;       // 0 ignore a given basis; otherwise use it
+  int32_t dualselection = 0;  // selection number of the dual pricing
+  int32_t maxsetbacks = 200;
+  int32_t refactorfreq = 0;  // 0: the LU's work rule decides
+  int32_t logfreq = 1000;    // iterations between log lines
+  int64_t maxiter = 10000000;
+  double tolx = 1e-6;      // primal feasibility
+  double tols = 1e-6;      // dual feasibility
+  double tolpiv = 1e-7;    // smallest pivot taken in a ratio test
+  double lurelpiv = 0.01;  // relative pivot tolerance of the LU
+  double maxtime = -1.0;   // seconds; negative: none (the glue checks it in progress)
+  int32_t lowercut = 0, uppercut = 0;
+  double lowercutval = 0.0, uppercutval = 0.0;
+  int32_t slot = kSimSlotDual;  // which optimiser runs
+};
+
+// Progress and text of a run. Both may be null.
+struct SimCallbacks {
+  void* handle = nullptr;
+  // Prints text made of whole lines.
+  void (*log)(void* handle, const char* text) = nullptr;
+  // Called at a regular count of iterations; a non-zero result stops the run (response 7).
+  int32_t (*progress)(void* handle, int64_t iterations, double pobj, double dobj) = nullptr;
+};
+
+// What a run reports.
+struct SimInfo {
+  int32_t response = kSimOk;
+  int32_t prosta = 0;  // VLR_PRO_STA_*
+  int32_t solsta = 0;  // VLR_SOL_STA_*
+  int64_t iter[4] = {0, 0, 0, 0};
+  int64_t degiter = 0;  // iterations with a zero step
+  int64_t infiter = 0;  // iterations of the first phase
+  int32_t numfactor = 0;
+  int32_t numartificial = 0;  // slacks put in for a short rank
+  int32_t numsetbacks = 0;
+  int32_t dualized = 0;
+  int32_t perturbed = 0;
+  int32_t cleaned = 0;   // a clean-up run on the unscaled, unperturbed problem was needed
+  int32_t hotstart = 0;  // the run started from the given status keys
+  double pobj = 0.0, dobj = 0.0;
+  double time = 0.0;  // seconds of the whole call
+};
+
+void VLR_simplex_initparam(SimParam* par);
+void VLR_simplex_initinfo(SimInfo* info);
+
+// Solves lp. sol's arrays (sized for lp) receive the status keys, values, duals and reduced
+// costs; on entry sol.sk holds a start basis when starthot is non-zero (VLR_SK_* keys with
+// exactly m basic ones is best; other counts are repaired). On an infeasible problem sol holds
+// the certificate the solution status names. Returns info->response.
+int32_t VLR_simplex_optimize(SysEnv* sys, const SimParam& par, const SimCallbacks& cb,
+                             const SimLp& lp, int32_t starthot, SimSol* sol, SimInfo* info);
+
+}  // namespace vlr

@@ -1,0 +1,332 @@
+// src/velor/velorsim.cpp: the simplex road from the task: the problem in the simplex's form,
+// parameters, log and progress, the hot start from the basic solution, and the result written
+// back as the basic solution with its statuses and information items.
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <new>
+#include <vector>
+
+#include "simplex/simplex.h"
+#include "velor/privinf.h"
+#include "velor/probdata.h"
+#include "velor/task.h"
+
+namespace vlr {
+
+namespace {
+
+template <class T>
+using TaskVec = std::vector<T, MemAllocator<T>>;
+
+// Slot of the optimiser: primal 1, dual 2, primal-dual 3, free 0.
+int32_t velorsim_slot(int32_t optimizer) {
+  switch (optimizer) {
+    case VLR_OPTIMIZER_PRIMAL_SIMPLEX:
+      return kSimSlotPrimal;
+    case VLR_OPTIMIZER_DUAL_SIMPLEX:
+      return kSimSlotDual;
+    case VLR_OPTIMIZER_PRIMAL_DUAL_SIMPLEX:
+      return kSimSlotPd;
+    default:
+      return kSimSlotNetwork;
+  }
+}
+
+void velorsim_setparam(const Task* task, SimParam* par) {
+  VLR_simplex_initparam(par);
+  const int32_t* ip = task->iparam;
+  const double* dp = task->dparam;
+  par->loglevel = VLR_dolog(task, ip[VLR_IPAR_LOG_SIM]) ? ip[VLR_IPAR_LOG_SIM] : 0;
+  par->degen = ip[VLR_IPAR_SIM_DEGEN];
+  static constexpr int32_t kScaling[4] = {0, 1, 3, 4};
+  par->scaling = kScaling[std::clamp(ip[VLR_IPAR_SIM_SCALING], 0, 3)];
+  par->scalemethod = ip[VLR_IPAR_SIM_SCALING_METHOD];
+  par->solveform = ip[VLR_IPAR_SIM_SOLVE_FORM];
+  par->switchopt = ip[VLR_IPAR_SIM_SWITCH_OPTIMIZER];
+  par->hotstart = ip[VLR_IPAR_SIM_HOTSTART];
+  par->dualselection = ip[VLR_IPAR_SIM_DUAL_SELECTION];
+  par->maxsetbacks = ip[VLR_IPAR_SIM_MAX_NUM_SETBACKS];
+  par->refactorfreq = ip[VLR_IPAR_SIM_REFACTOR_FREQ];
+  par->logfreq = std::max(1, ip[VLR_IPAR_LOG_SIM_FREQ]);
+  par->maxiter = ip[VLR_IPAR_SIM_MAX_ITERATIONS];
+  par->tolx = dp[VLR_DPAR_BASIS_TOL_X];
+  par->tols = dp[VLR_DPAR_BASIS_TOL_S];
+  par->tolpiv = dp[VLR_DPAR_SIMPLEX_ABS_TOL_PIV];
+  par->lurelpiv = dp[VLR_DPAR_SIM_LU_TOL_REL_PIV];
+  par->maxtime = dp[VLR_DPAR_OPTIMIZER_MAX_TIME];
+  par->slot = kSimSlotDual;
+}
+
+struct VelorSimHandle {
+  Task* task;
+  int32_t stop;  // 5 after the time limit, 1 after a callback stop
+};
+
+void velorsim_log(void* handle, const char* text) {
+  auto* h = static_cast<VelorSimHandle*>(handle);
+  VLRP_echotask(h->task, VLR_STREAM_LOG, "%s", text);
+}
+
+int32_t velorsim_progress(void* handle, int64_t iterations, double pobj, double /*dobj*/) {
+  auto* h = static_cast<VelorSimHandle*>(handle);
+  Task* task = h->task;
+  VLRP_putintinf(task, VLR_IINF_SIM_DUAL_ITER, static_cast<int32_t>(iterations));
+  VLRP_putdouinf(task, VLR_DINF_SIM_OBJ, pobj);
+  if (VLR_checkoptimizermaxtime(task) != 0) {
+    h->stop = 5;
+    return 1;
+  }
+  if (VLR_checkcallbacks(task, VLR_CALLBACK_UPDATE_DUAL_SIMPLEX) != 0) {
+    h->stop = 1;
+    return 1;
+  }
+  return 0;
+}
+
+// The response code of the run's internal response.
+int32_t velorsim_response(Task* task, int32_t resp, int32_t stop) {
+  switch (resp) {
+    case kSimOk:
+      return VLR_RES_OK;
+    case kSimNoSpace:
+      return VLR_RAISE(task, VLR_RES_ERR_SPACE);
+    case kSimMaxIter:
+      return VLR_RES_TRM_MAX_ITERATIONS;
+    case kSimObjRange:
+      return VLR_RES_TRM_OBJECTIVE_RANGE;
+    case kSimInterrupted:
+      return stop == 5 ? VLR_RES_TRM_MAX_TIME : VLR_RES_TRM_USER_CALLBACK;
+    case kSimSetbacks:
+      return VLR_RES_TRM_MAX_NUM_SETBACKS;
+    default:
+      return VLR_RES_TRM_NUMERICAL_PROBLEM;
+  }
+}
+
+int32_t velorsim_run(Task* task, int32_t optimizer) {
+  TaskData* data = task->data;
+  const int32_t m = data->numcon, n = data->numvar, nt = m + n;
+  SysEnv* sys = task->sys;
+  const MemAllocator<double> ad(sys);
+  const MemAllocator<int32_t> ai(sys);
+  const MemAllocator<int64_t> al(sys);
+
+  // The matrix by columns.
+  TaskVec<int64_t> abeg(static_cast<size_t>(n) + 1, 0, al);
+  TaskVec<int64_t> aend(static_cast<size_t>(n) + 1, 0, al);
+  int64_t nz = 0;
+  if (data->a != nullptr && n > 0) {
+    if (VLR_sprmat_getsize(data->a, &nz) != 0) return VLR_RAISE(task, VLR_RES_ERR_SPACE);
+  }
+  TaskVec<int32_t> aidx(static_cast<size_t>(std::max<int64_t>(nz, 1)), 0, ai);
+  TaskVec<double> aval(static_cast<size_t>(std::max<int64_t>(nz, 1)), 0.0, ad);
+  if (nz > 0) {
+    int64_t surplus = nz;
+    const int32_t r = VLR_sprmat_getcolslice(data->a, 0, n, nz, &surplus, abeg.data(), aend.data(),
+                                             aidx.data(), aval.data());
+    if (r != 0) return VLR_SPRRES(task, r);
+    // Pack: the slice gives start and end of each column.
+    TaskVec<int32_t> pidx(aidx.size(), 0, ai);
+    TaskVec<double> pval(aval.size(), 0.0, ad);
+    int64_t at = 0;
+    TaskVec<int64_t> beg(static_cast<size_t>(n) + 1, 0, al);
+    for (int32_t j = 0; j < n; ++j) {
+      beg[static_cast<size_t>(j)] = at;
+      for (int64_t k = abeg[static_cast<size_t>(j)]; k < aend[static_cast<size_t>(j)]; ++k) {
+        if (aval[static_cast<size_t>(k)] == 0.0) continue;
+        pidx[static_cast<size_t>(at)] = aidx[static_cast<size_t>(k)];
+        pval[static_cast<size_t>(at)] = aval[static_cast<size_t>(k)];
+        ++at;
+      }
+    }
+    beg[static_cast<size_t>(n)] = at;
+    abeg.swap(beg);
+    aidx.swap(pidx);
+    aval.swap(pval);
+  } else {
+    std::fill(abeg.begin(), abeg.end(), 0);
+  }
+
+  // A maximisation is solved as the minimisation of -c.
+  const bool maximize = data->objsense == VLR_OBJECTIVE_SENSE_MAXIMIZE ||
+                        (data->objsense != VLR_OBJECTIVE_SENSE_MINIMIZE &&
+                         task->iparam[VLR_IPAR_OBJECTIVE_SENSE] == VLR_OBJECTIVE_SENSE_MAXIMIZE);
+  const double sense = maximize ? -1.0 : 1.0;
+  TaskVec<double> c(static_cast<size_t>(std::max(n, 1)), 0.0, ad);
+  for (int32_t j = 0; j < n; ++j)
+    c[static_cast<size_t>(j)] = sense * data->c[j];
+  TaskVec<int32_t> bk(static_cast<size_t>(std::max(nt, 1)), 0, ai);
+  TaskVec<double> bl(static_cast<size_t>(std::max(nt, 1)), 0.0, ad);
+  TaskVec<double> bu(static_cast<size_t>(std::max(nt, 1)), 0.0, ad);
+  for (int32_t i = 0; i < m; ++i) {
+    bk[static_cast<size_t>(i)] = data->bkc[i];
+    bl[static_cast<size_t>(i)] = data->blc[i];
+    bu[static_cast<size_t>(i)] = data->buc[i];
+  }
+  for (int32_t j = 0; j < n; ++j) {
+    bk[static_cast<size_t>(m + j)] = data->bkx[j];
+    bl[static_cast<size_t>(m + j)] = data->blx[j];
+    bu[static_cast<size_t>(m + j)] = data->bux[j];
+  }
+  SimLp lp;
+  lp.m = m;
+  lp.n = n;
+  lp.abeg = abeg.data();
+  lp.aidx = aidx.data();
+  lp.aval = aval.data();
+  lp.c = c.data();
+  lp.cfix = sense * data->cfix;
+  lp.bk = bk.data();
+  lp.bl = bl.data();
+  lp.bu = bu.data();
+
+  TaskVec<int32_t> sk(static_cast<size_t>(std::max(nt, 1)), 0, ai);
+  TaskVec<double> x(static_cast<size_t>(std::max(nt, 1)), 0.0, ad);
+  TaskVec<double> y(static_cast<size_t>(std::max(m, 1)), 0.0, ad);
+  TaskVec<double> d(static_cast<size_t>(std::max(nt, 1)), 0.0, ad);
+  SimSol sol;
+  sol.sk = sk.data();
+  sol.x = x.data();
+  sol.y = y.data();
+  sol.d = d.data();
+
+  // Hot start from the basic solution when it holds a basis.
+  int32_t starthot = 0;
+  const SolRec& old = task->sols->sol[VLR_SOL_BAS];
+  if (task->iparam[VLR_IPAR_SIM_HOTSTART] != VLR_SIM_HOTSTART_NONE && old.made && old.defined) {
+    const int32_t* skc = VLR_solkeyptr(task, VLR_SOL_BAS, VLR_ACC_CON);
+    const int32_t* skx = VLR_solkeyptr(task, VLR_SOL_BAS, VLR_ACC_VAR);
+    int32_t nb = 0;
+    for (int32_t i = 0; i < m; ++i) {
+      sk[static_cast<size_t>(i)] = skc[i];
+      nb += skc[i] == VLR_SK_BAS ? 1 : 0;
+    }
+    for (int32_t j = 0; j < n; ++j) {
+      sk[static_cast<size_t>(m + j)] = skx[j];
+      nb += skx[j] == VLR_SK_BAS ? 1 : 0;
+    }
+    starthot = nb > 0 ? 1 : 0;
+  }
+
+  SimParam par;
+  velorsim_setparam(task, &par);
+  par.slot = velorsim_slot(optimizer) == kSimSlotNetwork ? kSimSlotDual : velorsim_slot(optimizer);
+  VelorSimHandle handle{task, 0};
+  SimCallbacks cb;
+  cb.handle = &handle;
+  cb.log = velorsim_log;
+  cb.progress = velorsim_progress;
+  if (par.loglevel > 0) {
+    VLRP_echotask(task, VLR_STREAM_LOG, "Optimizer  - solved problem         : the %s\n", "primal");
+    VLRP_echotask(task, VLR_STREAM_LOG, "Dual simplex optimizer started.\n");
+    VLRP_echotask(task, VLR_STREAM_LOG, "%-10s %-6s %-14s %-6s %-14s %-22s\n", "ITER", "PHASE",
+                  "PFEAS", "NPINF", "DFEAS", "POBJ");
+  }
+  VLR_checkcallbacks(task, VLR_CALLBACK_BEGIN_DUAL_SIMPLEX);
+  SimInfo info;
+  VLR_simplex_optimize(sys, par, cb, lp, starthot, &sol, &info);
+  VLR_checkcallbacks(task, VLR_CALLBACK_END_DUAL_SIMPLEX);
+
+  int32_t r = velorsim_response(task, info.response, handle.stop);
+  if (info.response == kSimNoSpace) return r;
+
+  // The basic solution, in the task's sense: duals of a maximisation change sign.
+  int32_t rr = VLR_makesolution(task, VLR_SOL_BAS);
+  if (rr != VLR_RES_OK) return rr;
+  SolRec& s = task->sols->sol[VLR_SOL_BAS];
+  s.defined = 1;
+  s.prosta = info.prosta;
+  s.solsta = info.solsta;
+  int32_t* skc = VLR_solkeyptr(task, VLR_SOL_BAS, VLR_ACC_CON);
+  int32_t* skx = VLR_solkeyptr(task, VLR_SOL_BAS, VLR_ACC_VAR);
+  double* xc = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_XC);
+  double* xx = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_XX);
+  double* yy = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_Y);
+  double* slc = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_SLC);
+  double* suc = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_SUC);
+  double* slx = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_SLX);
+  double* sux = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_SUX);
+  const bool certificate = info.solsta == VLR_SOL_STA_PRIM_INFEAS_CER;
+  const bool ray = info.solsta == VLR_SOL_STA_DUAL_INFEAS_CER;
+  // A certificate keeps its sign; the duals of a solution follow the sense.
+  const double dsign = certificate ? 1.0 : sense;
+  for (int32_t k = 0; k < nt; ++k) {
+    const auto sk_ = static_cast<size_t>(k);
+    const int32_t key = bk[sk_];
+    const bool haslo = key == VLR_BK_LO || key == VLR_BK_FX || key == VLR_BK_RA;
+    const bool hasup = key == VLR_BK_UP || key == VLR_BK_FX || key == VLR_BK_RA;
+    const double dk = d[sk_];
+    const double sl = dk > 0.0 && haslo ? dk : 0.0;
+    const double su = dk < 0.0 && hasup ? -dk : 0.0;
+    const double xv = certificate ? 0.0 : x[sk_];
+    if (k < m) {
+      skc[k] = ray || certificate ? VLR_SK_UNK : sk[sk_];
+      xc[k] = xv;
+      yy[k] = ray ? 0.0 : dsign * y[sk_];
+      slc[k] = ray ? 0.0 : dsign * sl;
+      suc[k] = ray ? 0.0 : dsign * su;
+    } else {
+      skx[k - m] = ray || certificate ? VLR_SK_UNK : sk[sk_];
+      xx[k - m] = xv;
+      slx[k - m] = ray ? 0.0 : dsign * sl;
+      sux[k - m] = ray ? 0.0 : dsign * su;
+    }
+  }
+  if (certificate) {
+    // Keep the basis: a re-solve after a change starts from it.
+    for (int32_t i = 0; i < m; ++i)
+      skc[i] = sk[static_cast<size_t>(i)];
+    for (int32_t j = 0; j < n; ++j)
+      skx[j] = sk[static_cast<size_t>(m + j)];
+  }
+
+  const int64_t iters = info.iter[0] + info.iter[1] + info.iter[2] + info.iter[3];
+  VLRP_putintinf(task, VLR_IINF_SIM_DUAL_ITER, static_cast<int32_t>(info.iter[kSimSlotDual]));
+  VLRP_putintinf(task, VLR_IINF_SIM_PRIMAL_ITER, static_cast<int32_t>(info.iter[kSimSlotPrimal]));
+  VLRP_putintinf(task, VLR_IINF_SIM_DUAL_DEG_ITER, static_cast<int32_t>(info.degiter));
+  VLRP_putintinf(task, VLR_IINF_SIM_DUAL_INF_ITER, static_cast<int32_t>(info.infiter));
+  VLRP_putintinf(task, VLR_IINF_SIM_DUAL_HOTSTART, info.hotstart);
+  VLRP_putintinf(task, VLR_IINF_SIM_NUMCON, m);
+  VLRP_putintinf(task, VLR_IINF_SIM_NUMVAR, n);
+  VLRP_putdouinf(task, VLR_DINF_SIM_TIME, info.time);
+  VLRP_putdouinf(task, VLR_DINF_SIM_DUAL_TIME, info.time);
+  VLRP_putdouinf(task, VLR_DINF_SIM_OBJ, sense * info.pobj);
+  if (par.loglevel > 0) {
+    VLRP_echotask(task, VLR_STREAM_LOG, "Dual simplex optimizer terminated.\n");
+    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %lld\n", "Iterations",
+                  static_cast<long long>(iters));
+    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %lld\n", "Deg. iterations",
+                  static_cast<long long>(info.degiter));
+    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %lld\n", "Inf. iterations",
+                  static_cast<long long>(info.infiter));
+    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %d\n", "LU factors", info.numfactor);
+    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %-.4f\n", "Time", info.time);
+  }
+  return r;
+}
+
+}  // namespace
+
+int32_t VLR_simplexoptimizer(Task* task) {
+  const int32_t optimizer = task->iparam[VLR_IPAR_OPTIMIZER];
+  const int32_t sel =
+      optimizer >= VLR_OPTIMIZER_PRIMAL_SIMPLEX && optimizer <= VLR_OPTIMIZER_FREE_SIMPLEX
+          ? optimizer
+          : VLR_OPTIMIZER_FREE_SIMPLEX;
+  if (VLRP_getprobtype(task) != VLR_PROBTYPE_LO) {
+    return VLR_RAISE(task, VLR_RES_ERR_INV_OPTIMIZER, sel);
+  }
+  if (sel == VLR_OPTIMIZER_PRIMAL_SIMPLEX || sel == VLR_OPTIMIZER_PRIMAL_DUAL_SIMPLEX) {
+    return VLR_RAISE(task, VLR_RES_ERR_INV_OPTIMIZER, sel);  // not in this build yet
+  }
+  VLRP_putprivateintinf(task, kPiinfCurrentOptimizer, sel);
+  try {
+    return velorsim_run(task, sel);
+  } catch (const std::bad_alloc&) {
+    return VLR_RAISE(task, VLR_RES_ERR_SPACE);
+  }
+}
+
+}  // namespace vlr
