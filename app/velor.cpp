@@ -170,7 +170,16 @@ int Run(const Options& opt) {
     }
   }
   if (r == VLR_RES_OK && !opt.solfile.empty()) {
-    r = VLR_writesolution(task, VLR_SOL_BAS, opt.solfile.c_str());
+    // The basic solution when the road left one, else the interior or the integer one.
+    int32_t whichsol = VLR_SOL_BAS;
+    for (int32_t w : {VLR_SOL_BAS, VLR_SOL_ITR, VLR_SOL_ITG}) {
+      int32_t def = 0;
+      if (VLR_solutiondef(task, w, &def) == VLR_RES_OK && def != 0) {
+        whichsol = w;
+        break;
+      }
+    }
+    r = VLR_writesolution(task, whichsol, opt.solfile.c_str());
     if (r != VLR_RES_OK) {
       std::fprintf(stderr, "velor: cannot write %s: %s\n", opt.solfile.c_str(),
                    LastError(task).c_str());

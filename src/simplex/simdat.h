@@ -151,6 +151,10 @@ struct SimEngine {
   // dual feasible, 1 when the problem is dual infeasible, 2 on a stop.
   int32_t dualphaseone();
   void perturbcost();
+  // ---- Primal simplex (psimplex.cpp) ----
+  // Runs the primal loop from a primal feasible basis until no reduced cost has the wrong
+  // sign. kLoopInfeasible when primal feasibility was lost on the way.
+  int32_t primalloop();
   void removeperturbation();
   void log(const char* format, ...) VLR_PRINTF(2, 3);
   void logline(int32_t phase, bool force);

@@ -4,6 +4,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <new>
 
@@ -364,6 +365,17 @@ int32_t simplex_run(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, co
       return kLoopStopped;
     }
     if (ph == 1) {
+      // Dual infeasible. With the costs set to zero every basis is dual feasible, and the dual
+      // loop decides primal feasibility: infeasible gives a Farkas vector, feasible makes the
+      // ray a certificate of unboundedness.
+      std::fill(e.cost.begin(), e.cost.end(), 0.0);
+      std::fill(e.costorg.begin(), e.costorg.end(), 0.0);
+      e.computedual();
+      e.computexb();
+      info->response = kSimOk;
+      end = e.dualloop(2);
+      if (end == kLoopInfeasible) break;
+      if (end == kLoopStopped) return end;
       simplex_getsolution(e, r, s, sol);
       for (int32_t k = 0; k < e.nt; ++k) {
         const double v = e.ray[static_cast<size_t>(k)];
@@ -375,10 +387,12 @@ int32_t simplex_run(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, co
       e.perturbcost();
       perturbed = true;
     }
+    info->response = kSimOk;
     end = e.dualloop(2);
     if (end != kLoopOptimal) break;
     if (!perturbed && !e.costshifted) break;
-    // Back to the true costs; the few wrong signs this leaves are removed by another round.
+    // Back to the true costs; the few wrong signs this leaves are removed by the primal
+    // loop from the primal feasible basis, or by another round of the dual.
     e.removeperturbation();
     perturbed = false;
     e.computedual();
@@ -386,6 +400,10 @@ int32_t simplex_run(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, co
     e.dualinf(&bad);
     if (bad == 0) break;
     e.log("Costs restored: %d reduced costs with the wrong sign.\n", bad);
+    end = e.primalloop();
+    if (end != kLoopInfeasible) break;
+    end = kLoopStopped;  // lost primal feasibility: the next round starts with the dual again
+    info->response = kSimNumTrouble;
   }
   e.logline(2, true);
   simplex_getsolution(e, r, s, sol);
@@ -421,8 +439,8 @@ void simplex_relviolations(SysEnv* sys, const SimLp& lp, SimSol* sol, double* pr
   *drel = dv / (1.0 + std::min(cmax, 1e6) * 1e-3);
 }
 
-void simplex_optimize(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, const SimLp& lp,
-                      int32_t starthot, SimSol* sol, SimInfo* info) {
+void simplex_solve(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, const SimLp& lp,
+                   int32_t starthot, SimSol* sol, SimInfo* info) {
   if (lp.m == 0) {
     simplex_inspection(lp, sol, info);
     return;
@@ -452,7 +470,8 @@ void simplex_optimize(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, 
     if (end == kLoopOptimal) {
       double prel = 0.0, drel = 0.0;
       simplex_relviolations(sys, lp, sol, &prel, &drel, info);
-      if (prel <= par.tolx && drel <= par.tols) {
+      const double gap = std::fabs(info->pobj - info->dobj) / (1.0 + std::fabs(info->pobj));
+      if (prel <= par.tolx && drel <= par.tols && gap <= 1e-8) {
         info->prosta = VLR_PRO_STA_PRIM_AND_DUAL_FEAS;
         info->solsta = VLR_SOL_STA_OPTIMAL;
         return;
@@ -492,7 +511,127 @@ void simplex_optimize(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, 
     // Clean up on the problem as given, from the basis just found.
     info->cleaned = 1;
     keys.assign(sol->sk, sol->sk + nt);
-    end = simplex_run(sys, par, cb, lp, keys.data(), false, nullptr, nullptr, sol, info);
+    // The clean-up works to tighter tolerances: violations of the size the scaled run allows
+    // move the objective of badly scaled problems visibly.
+    SimParam tight = par;
+    tight.tolx = std::min(par.tolx, 1e-9);
+    tight.tols = std::min(par.tols, 1e-9);
+    end = simplex_run(sys, tight, cb, lp, keys.data(), false, nullptr, nullptr, sol, info);
+  }
+}
+
+// Whether to solve the explicit dual instead, by the sizes of the two forms.
+bool simplex_dualizedecision(const SimParam& par, const SimLp& lp, int32_t starthot) {
+  if (par.solveform == 1) return false;
+  if (par.solveform == 2) return true;
+  if (par.maxiter < 1000 || starthot != 0) return false;
+  if (par.lowercut != 0 && par.slot == kSimSlotDual) return false;
+  if (par.uppercut != 0 && par.slot == kSimSlotPrimal) return false;
+  int32_t md = 0, nd = 0, nfree = 0, nfixed = 0;
+  int64_t nzd = 0;
+  VLR_dualize_getdualsize(lp, 0, 0, &md, &nd, &nzd, &nfree, &nfixed);
+  const double m = lp.m, n = lp.n, mp = md, np = nd, f = nfixed;
+  if (mp >= 0.7 * m && np >= 0.7 * n) return false;
+  if (mp <= 0.7 * m && np <= 0.7 * n) return true;
+  const double r = mp / std::max(m, 1.0);
+  if (r < 0.7) return !(r > 0.6 && np / std::max(n - f, 1.0) > 2.0);
+  const double q = m / std::max(mp, 1.0);
+  if (q < 0.7) return q > 0.6 && (n - f) / std::max(np, 1.0) > 2.0;
+  if ((n - f) / std::max(np, 1.0) > 2.5) return !(np / std::max(n - f, 1.0) > 1.2);
+  return false;
+}
+
+// Solves the explicit dual and brings the result back. A basic solution is confirmed by a run
+// on the problem as given from the basis it maps to (no iterations when it is optimal); a
+// certificate that fails its test, or a dual run that ends otherwise, falls back to solving the
+// problem as given.
+void simplex_dualizeandsolve(SysEnv* sys, const SimParam& par, const SimCallbacks& cb,
+                             const SimLp& lp, SimSol* sol, SimInfo* info) {
+  DualizeRec* rec = nullptr;
+  SimLp dual;
+  if (VLR_dualize_formdual(sys, lp, 0, &rec, &dual) != 0) {
+    info->response = kSimNoSpace;
+    return;
+  }
+  struct Guard {
+    DualizeRec** r;
+    ~Guard() { VLR_dualize_delete(r); }
+  } guard{&rec};
+  const auto dnt = static_cast<size_t>(dual.m + dual.n);
+  SimVec<int32_t> dsk(dnt, 0, MemAllocator<int32_t>(sys));
+  SimVec<double> dx(dnt, 0.0, MemAllocator<double>(sys));
+  SimVec<double> dd(dnt, 0.0, MemAllocator<double>(sys));
+  SimVec<double> dy(static_cast<size_t>(std::max(dual.m, 1)), 0.0, MemAllocator<double>(sys));
+  SimSol dsol;
+  dsol.sk = dsk.data();
+  dsol.x = dx.data();
+  dsol.y = dy.data();
+  dsol.d = dd.data();
+  SimParam dpar = par;
+  dpar.solveform = 1;
+  SimInfo dinfo;
+  simplex_solve(sys, dpar, cb, dual, 0, &dsol, &dinfo);
+  for (int32_t s = 0; s < 4; ++s)
+    info->iter[s] += dinfo.iter[s];
+  info->degiter += dinfo.degiter;
+  info->infiter += dinfo.infiter;
+  info->numfactor += dinfo.numfactor;
+  info->dualized = 1;
+  if (dinfo.response != kSimOk && dinfo.response != kSimNumTrouble) {
+    info->response = dinfo.response;
+    info->prosta = VLR_PRO_STA_UNKNOWN;
+    info->solsta = VLR_SOL_STA_UNKNOWN;
+    return;
+  }
+  if (dinfo.solsta == VLR_SOL_STA_DUAL_INFEAS_CER &&
+      VLR_dualize_getprimal(rec, lp, kDualizePrimalRay, dsol, sol) == 0 &&
+      simplex_checkfarkas(lp, sol)) {
+    info->prosta = VLR_PRO_STA_PRIM_INFEAS;
+    info->solsta = VLR_SOL_STA_PRIM_INFEAS_CER;
+    return;
+  }
+  if (dinfo.solsta == VLR_SOL_STA_PRIM_INFEAS_CER &&
+      VLR_dualize_getprimal(rec, lp, kDualizeDualRay, dsol, sol) == 0 &&
+      simplex_checkray(sys, lp, *sol)) {
+    info->prosta = VLR_PRO_STA_DUAL_INFEAS;
+    info->solsta = VLR_SOL_STA_DUAL_INFEAS_CER;
+    return;
+  }
+  int32_t hot = 0;
+  if (dinfo.solsta == VLR_SOL_STA_OPTIMAL &&
+      VLR_dualize_getprimal(rec, lp, kDualizeBasic, dsol, sol) == 0) {
+    hot = 1;
+  }
+  SimParam ppar = par;
+  ppar.solveform = 1;
+  SimInfo pinfo;
+  simplex_solve(sys, ppar, cb, lp, hot, sol, &pinfo);
+  for (int32_t s = 0; s < 4; ++s)
+    info->iter[s] += pinfo.iter[s];
+  info->numfactor += pinfo.numfactor;
+  info->response = pinfo.response;
+  info->prosta = pinfo.prosta;
+  info->solsta = pinfo.solsta;
+  info->pobj = pinfo.pobj;
+  info->dobj = pinfo.dobj;
+  info->cleaned = pinfo.cleaned;
+}
+
+void simplex_optimize(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, const SimLp& lp,
+                      int32_t starthot, SimSol* sol, SimInfo* info) {
+  const bool dualize = lp.m > 0 && simplex_dualizedecision(par, lp, starthot);
+  if (cb.log != nullptr && par.loglevel > 0) {
+    cb.log(cb.handle, dualize ? "Optimizer  - solved problem         : the dual\n"
+                              : "Optimizer  - solved problem         : the primal\n");
+    char head[128];
+    std::snprintf(head, sizeof(head), "%-10s %-6s %-14s %-6s %-14s %-22s\n", "ITER", "PHASE",
+                  "PFEAS", "NPINF", "DFEAS", "POBJ");
+    cb.log(cb.handle, head);
+  }
+  if (dualize) {
+    simplex_dualizeandsolve(sys, par, cb, lp, sol, info);
+  } else {
+    simplex_solve(sys, par, cb, lp, starthot, sol, info);
   }
 }
 

@@ -219,10 +219,7 @@ int32_t velorsim_run(Task* task, int32_t optimizer) {
   cb.log = velorsim_log;
   cb.progress = velorsim_progress;
   if (par.loglevel > 0) {
-    VLRP_echotask(task, VLR_STREAM_LOG, "Optimizer  - solved problem         : the %s\n", "primal");
     VLRP_echotask(task, VLR_STREAM_LOG, "Dual simplex optimizer started.\n");
-    VLRP_echotask(task, VLR_STREAM_LOG, "%-10s %-6s %-14s %-6s %-14s %-22s\n", "ITER", "PHASE",
-                  "PFEAS", "NPINF", "DFEAS", "POBJ");
   }
   VLR_checkcallbacks(task, VLR_CALLBACK_BEGIN_DUAL_SIMPLEX);
   SimInfo info;

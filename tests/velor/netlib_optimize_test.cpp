@@ -1,0 +1,570 @@
+// tests/velor/netlib_optimize_test.cpp: every Netlib problem solved by the dual and the free
+// simplex, each solution recomputed from the problem's data and held to the reference objective;
+// the infeasible set ends in a certificate that passes a Farkas check; a changed bound re-solves
+// from the old basis in few iterations; time, callback and iteration limits end with their codes.
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "fixture.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Thresholds of the checks below, all relative (see each measure for its scale).
+constexpr double kObjTol = 1e-6;     // |obj - ref| <= kObjTol max(1, |ref|)
+constexpr double kPrimalTol = 1e-6;  // bound and equality violations
+constexpr double kDualTol = 1e-6;    // sign and equation violations of the multipliers
+constexpr double kGapTol = 1e-6;     // |primal obj - dual obj| <= kGapTol max(1, |primal obj|)
+constexpr double kCertTol = 1e-7;    // a certificate's residual, against its own size
+// Above this many non-zeros a problem joins the slow set, which the sanitizer run leaves out.
+constexpr int64_t kSlowNonzeros = 20000;
+
+struct Known {
+  int64_t nonzeros = -1;
+  bool hasref = false;
+  double ref = 0;
+};
+
+// OPTIMA.csv by name: non-zeros and reference_objective; columns are found by their headers.
+std::map<std::string, Known> ReadOptima(const fs::path& csv) {
+  std::map<std::string, Known> out;
+  std::ifstream in(csv);
+  std::string line;
+  int nzcol = -1, refcol = -1;
+  while (std::getline(in, line)) {
+    if (line.empty() || line[0] == '#') continue;
+    std::vector<std::string> f;
+    std::stringstream ss(line);
+    std::string item;
+    while (std::getline(ss, item, ','))
+      f.push_back(item);
+    if (f.empty()) continue;
+    if (f[0] == "name") {
+      for (size_t k = 0; k < f.size(); ++k) {
+        if (f[k] == "nonzeros") nzcol = int(k);
+        if (f[k] == "reference_objective") refcol = int(k);
+      }
+      continue;
+    }
+    Known c;
+    if (nzcol >= 0 && int(f.size()) > nzcol && !f[size_t(nzcol)].empty()) {
+      c.nonzeros = std::stoll(f[size_t(nzcol)]);
+    }
+    if (refcol >= 0 && int(f.size()) > refcol && !f[size_t(refcol)].empty()) {
+      c.hasref = true;
+      c.ref = std::stod(f[size_t(refcol)]);
+    }
+    out[f[0]] = c;
+  }
+  return out;
+}
+
+std::string Stem(const fs::path& p) {
+  const std::string s = p.filename().string();
+  return s.substr(0, s.size() - 7);  // ".mps.gz"
+}
+
+bool InstanceRun() {
+  const char* on = std::getenv("VLR_TEST_INSTANCE");
+  return on != nullptr && on[0] == '1';
+}
+
+// The files of one set, small or slow ones. Without a count in OPTIMA.csv the size is guessed
+// from the compressed file at five bytes a non-zero. The instances exist only for the instance
+// run (VLR_TEST_INSTANCE=1).
+std::vector<std::string> SetFiles(const char* sub, bool slow) {
+  std::vector<std::string> files;
+  if (!InstanceRun()) return files;
+  const fs::path dir = fs::path(VLR_DATA_DIR) / sub;
+  std::error_code ec;
+  if (!fs::is_directory(dir, ec)) return files;
+  const auto known = ReadOptima(dir / "OPTIMA.csv");
+  for (const auto& e : fs::directory_iterator(dir, ec)) {
+    const std::string name = e.path().filename().string();
+    if (name.size() <= 7 || name.substr(name.size() - 7) != ".mps.gz") continue;
+    const auto it = known.find(Stem(e.path()));
+    int64_t nz = it != known.end() ? it->second.nonzeros : -1;
+    if (nz < 0) nz = int64_t(fs::file_size(e.path(), ec) / 5);
+    if ((nz > kSlowNonzeros) == slow) files.push_back(e.path().string());
+  }
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+struct Case {
+  std::string path;
+  int32_t optimizer;
+};
+
+void PrintTo(const Case& c, std::ostream* os) {
+  *os << c.path << " optimizer " << c.optimizer;
+}
+
+std::vector<Case> Cases(const char* sub, bool slow) {
+  std::vector<Case> out;
+  for (const std::string& f : SetFiles(sub, slow)) {
+    for (int32_t opt : {VLR_OPTIMIZER_DUAL_SIMPLEX, VLR_OPTIMIZER_FREE_SIMPLEX})
+      out.push_back({f, opt});
+  }
+  return out;
+}
+
+std::string CaseName(const ::testing::TestParamInfo<Case>& info) {
+  std::string s = Stem(info.param.path) +
+                  (info.param.optimizer == VLR_OPTIMIZER_DUAL_SIMPLEX ? "_dual" : "_free");
+  for (char& ch : s) {
+    if (!std::isalnum(static_cast<unsigned char>(ch))) ch = '_';
+  }
+  return s;
+}
+
+// The problem as plain arrays, A by columns.
+struct Lp {
+  int32_t m = 0, n = 0;
+  double sgn = 1;  // +1 minimise, -1 maximise: the sign the multipliers must have
+  double cfix = 0;
+  std::vector<int32_t> bkc, bkx;
+  std::vector<double> blc, buc, blx, bux, c;
+  std::vector<int32_t> ptrb, ptre, sub;
+  std::vector<double> val;
+};
+
+Lp TakeLp(VLRtask_t task) {
+  Lp p;
+  EXPECT_EQ(VLR_getnumcon(task, &p.m), VLR_RES_OK);
+  EXPECT_EQ(VLR_getnumvar(task, &p.n), VLR_RES_OK);
+  EXPECT_EQ(VLR_getcfix(task, &p.cfix), VLR_RES_OK);
+  int32_t sense = 0;
+  EXPECT_EQ(VLR_getobjsense(task, &sense), VLR_RES_OK);
+  p.sgn = sense == VLR_OBJECTIVE_SENSE_MAXIMIZE ? -1.0 : 1.0;
+  const auto m = size_t(p.m), n = size_t(p.n);
+  p.bkc.resize(m + 1);
+  p.blc.resize(m + 1);
+  p.buc.resize(m + 1);
+  p.bkx.resize(n + 1);
+  p.blx.resize(n + 1);
+  p.bux.resize(n + 1);
+  p.c.resize(n + 1);
+  EXPECT_EQ(VLR_getboundslice(task, VLR_ACC_CON, 0, p.m, p.bkc.data(), p.blc.data(), p.buc.data()),
+            VLR_RES_OK);
+  EXPECT_EQ(VLR_getboundslice(task, VLR_ACC_VAR, 0, p.n, p.bkx.data(), p.blx.data(), p.bux.data()),
+            VLR_RES_OK);
+  EXPECT_EQ(VLR_getcslice(task, 0, p.n, p.c.data()), VLR_RES_OK);
+  int32_t nz = 0;
+  EXPECT_EQ(VLR_getaslicenumnz(task, VLR_ACC_VAR, 0, p.n, &nz), VLR_RES_OK);
+  p.ptrb.resize(n + 1);
+  p.ptre.resize(n + 1);
+  p.sub.resize(size_t(nz) + 1);
+  p.val.resize(size_t(nz) + 1);
+  int32_t surp = nz;
+  EXPECT_EQ(VLR_getaslice(task, VLR_ACC_VAR, 0, p.n, nz, &surp, p.ptrb.data(), p.ptre.data(),
+                          p.sub.data(), p.val.data()),
+            VLR_RES_OK);
+  return p;
+}
+
+bool HasLow(int32_t bk) {
+  return bk == VLR_BK_LO || bk == VLR_BK_FX || bk == VLR_BK_RA;
+}
+bool HasUpp(int32_t bk) {
+  return bk == VLR_BK_UP || bk == VLR_BK_FX || bk == VLR_BK_RA;
+}
+
+struct Sol {
+  int32_t prosta = -1, solsta = -1;
+  std::vector<int32_t> skc, skx;
+  std::vector<double> xc, xx, y, slc, suc, slx, sux;
+};
+
+Sol TakeSol(VLRtask_t task, const Lp& p) {
+  Sol s;
+  const auto m = size_t(p.m) + 1, n = size_t(p.n) + 1;
+  s.skc.resize(m);
+  s.skx.resize(n);
+  s.xc.resize(m);
+  s.y.resize(m);
+  s.slc.resize(m);
+  s.suc.resize(m);
+  s.xx.resize(n);
+  s.slx.resize(n);
+  s.sux.resize(n);
+  EXPECT_EQ(VLR_getsolution(task, VLR_SOL_BAS, &s.prosta, &s.solsta, s.skc.data(), s.skx.data(),
+                            nullptr, s.xc.data(), s.xx.data(), s.y.data(), s.slc.data(),
+                            s.suc.data(), s.slx.data(), s.sux.data(), nullptr),
+            VLR_RES_OK)
+      << vlrtest::LastError(task);
+  return s;
+}
+
+// A'y by columns.
+std::vector<double> Aty(const Lp& p, const std::vector<double>& y) {
+  std::vector<double> out(size_t(p.n), 0.0);
+  for (size_t j = 0; j < size_t(p.n); ++j) {
+    for (auto k = size_t(p.ptrb[j]); k < size_t(p.ptre[j]); ++k)
+      out[j] += p.val[k] * y[size_t(p.sub[k])];
+  }
+  return out;
+}
+
+// The largest violations of a basic solution, each relative to a scale of its own:
+//  pbnd  bound violation of xc and xx, over 1 + |the violated bound|;
+//  peq   |xc_i - sum_j a_ij xx_j|, over 1 + max(|xc_i|, max_j |a_ij xx_j|);
+//  dsign a multiplier of the wrong sign, or a non-zero one of a missing side, over 1 + max|c|;
+//  deq   |c_j - (A'y)_j - slx_j + sux_j| and |y_i - slc_i + suc_i|, over 1 + max|c|;
+//  gap   |c'x - (blc'slc - buc'suc + blx'slx - bux'sux)|, over max(1, |c'x + cfix|).
+struct Measures {
+  double pbnd = 0, peq = 0, dsign = 0, deq = 0, gap = 0, pobj = 0, dobj = 0;
+};
+
+double BoundViol(int32_t bk, double bl, double bu, double x) {
+  double v = 0;
+  if (HasLow(bk)) v = std::max(v, (bl - x) / (1 + std::fabs(bl)));
+  if (HasUpp(bk)) v = std::max(v, (x - bu) / (1 + std::fabs(bu)));
+  return v;
+}
+
+double SignViol(int32_t bk, double sl, double su, double sgn) {
+  double v = HasLow(bk) ? std::max(0.0, -sgn * sl) : std::fabs(sl);
+  return std::max(v, HasUpp(bk) ? std::max(0.0, -sgn * su) : std::fabs(su));
+}
+
+Measures Check(const Lp& p, const Sol& s) {
+  Measures r;
+  const auto m = size_t(p.m), n = size_t(p.n);
+  std::vector<double> ax(m, 0.0), axmax(m, 0.0);
+  for (size_t j = 0; j < n; ++j) {
+    for (auto k = size_t(p.ptrb[j]); k < size_t(p.ptre[j]); ++k) {
+      const double t = p.val[k] * s.xx[j];
+      ax[size_t(p.sub[k])] += t;
+      axmax[size_t(p.sub[k])] = std::max(axmax[size_t(p.sub[k])], std::fabs(t));
+    }
+  }
+  double cmax = 0;
+  for (size_t j = 0; j < n; ++j)
+    cmax = std::max(cmax, std::fabs(p.c[j]));
+  const double dscale = 1 + cmax;
+  r.pobj = p.cfix;
+  r.dobj = p.cfix;
+  for (size_t i = 0; i < m; ++i) {
+    r.pbnd = std::max(r.pbnd, BoundViol(p.bkc[i], p.blc[i], p.buc[i], s.xc[i]));
+    r.peq =
+        std::max(r.peq, std::fabs(s.xc[i] - ax[i]) / (1 + std::max(std::fabs(s.xc[i]), axmax[i])));
+    r.dsign = std::max(r.dsign, SignViol(p.bkc[i], s.slc[i], s.suc[i], p.sgn) / dscale);
+    r.deq = std::max(r.deq, std::fabs(s.y[i] - s.slc[i] + s.suc[i]) / dscale);
+    if (HasLow(p.bkc[i])) r.dobj += p.blc[i] * s.slc[i];
+    if (HasUpp(p.bkc[i])) r.dobj -= p.buc[i] * s.suc[i];
+  }
+  const std::vector<double> aty = Aty(p, s.y);
+  for (size_t j = 0; j < n; ++j) {
+    r.pbnd = std::max(r.pbnd, BoundViol(p.bkx[j], p.blx[j], p.bux[j], s.xx[j]));
+    r.dsign = std::max(r.dsign, SignViol(p.bkx[j], s.slx[j], s.sux[j], p.sgn) / dscale);
+    r.deq = std::max(r.deq, std::fabs(p.c[j] - aty[j] - s.slx[j] + s.sux[j]) / dscale);
+    r.pobj += p.c[j] * s.xx[j];
+    if (HasLow(p.bkx[j])) r.dobj += p.blx[j] * s.slx[j];
+    if (HasUpp(p.bkx[j])) r.dobj -= p.bux[j] * s.sux[j];
+  }
+  r.gap = std::fabs(r.pobj - r.dobj) / std::max(1.0, std::fabs(r.pobj));
+  return r;
+}
+
+void ExpectOptimal(const Lp& p, const Sol& s, const std::string& what) {
+  const Measures r = Check(p, s);
+  EXPECT_LE(r.pbnd, kPrimalTol) << what << ": bound violation";
+  EXPECT_LE(r.peq, kPrimalTol) << what << ": equation residual";
+  EXPECT_LE(r.dsign, kDualTol) << what << ": multiplier sign";
+  EXPECT_LE(r.deq, kDualTol) << what << ": dual equation residual";
+  EXPECT_LE(r.gap, kGapTol) << what << ": primal " << r.pobj << " dual " << r.dobj;
+  int32_t nbas = 0;
+  for (size_t i = 0; i < size_t(p.m); ++i)
+    nbas += s.skc[i] == VLR_SK_BAS;
+  for (size_t j = 0; j < size_t(p.n); ++j)
+    nbas += s.skx[j] == VLR_SK_BAS;
+  EXPECT_EQ(nbas, p.m) << what << ": a basis has one basic variable a row";
+}
+
+// A Farkas check of a primal infeasibility certificate. First the multipliers as given: a missing
+// side has none, the others have the sense's sign, y = slc - suc and A'y + slx - sux = 0, all
+// against the certificate's own size. Then from y alone: each column needs slx_j - sux_j =
+// -(A'y)_j, which a present side pays for at its bound; likewise y_i at the row's bounds. The sum
+// so paid is blc'slc - buc'suc + blx'slx - bux'sux at its best, and it must be positive by a
+// margin against the sizes of its terms; a side that is needed but missing must be needed only
+// within rounding.
+void ExpectCertificate(const Lp& p, const Sol& s, const std::string& what) {
+  const auto m = size_t(p.m), n = size_t(p.n);
+  double size = 0, ymax = 0;
+  for (size_t i = 0; i < m; ++i) {
+    size = std::max({size, std::fabs(s.slc[i]), std::fabs(s.suc[i])});
+    ymax = std::max(ymax, std::fabs(s.y[i]));
+  }
+  for (size_t j = 0; j < n; ++j)
+    size = std::max({size, std::fabs(s.slx[j]), std::fabs(s.sux[j])});
+  ASSERT_GT(ymax, 0.0) << what << ": a certificate needs a non-zero y";
+  double amax = 0;
+  for (size_t k = 0; k < p.val.size(); ++k)
+    amax = std::max(amax, std::fabs(p.val[k]));
+  double sign = 0, rowres = 0, colres = 0;
+  for (size_t i = 0; i < m; ++i) {
+    sign = std::max(sign, SignViol(p.bkc[i], s.slc[i], s.suc[i], p.sgn));
+    rowres = std::max(rowres, std::fabs(s.y[i] - s.slc[i] + s.suc[i]));
+  }
+  const std::vector<double> aty = Aty(p, s.y);
+  for (size_t j = 0; j < n; ++j) {
+    sign = std::max(sign, SignViol(p.bkx[j], s.slx[j], s.sux[j], p.sgn));
+    colres = std::max(colres, std::fabs(aty[j] + s.slx[j] - s.sux[j]));
+  }
+  EXPECT_LE(sign, kCertTol * size) << what << ": multiplier sign";
+  EXPECT_LE(rowres, kCertTol * size) << what << ": y = slc - suc";
+  EXPECT_LE(colres, kCertTol * size * (1 + amax)) << what << ": A'y + slx - sux = 0";
+
+  double paid = 0, terms = 0, missing = 0;
+  auto pay = [&](int32_t bk, double bl, double bu, double d, double scale) {
+    // d is what the item's multipliers must come to, in the units of the minimising sense.
+    if (d > 0 && HasLow(bk)) {
+      paid += bl * d;
+      terms += std::fabs(bl * d);
+    } else if (d < 0 && HasUpp(bk)) {
+      paid += bu * d;
+      terms += std::fabs(bu * d);
+    } else {
+      missing = std::max(missing, std::fabs(d) / scale);
+    }
+  };
+  for (size_t i = 0; i < m; ++i)
+    pay(p.bkc[i], p.blc[i], p.buc[i], p.sgn * s.y[i] / ymax, 1.0);
+  for (size_t j = 0; j < n; ++j)
+    pay(p.bkx[j], p.blx[j], p.bux[j], -p.sgn * aty[j] / ymax, 1 + amax);
+  EXPECT_LE(missing, kCertTol) << what << ": needs a bound that is not there";
+  EXPECT_GT(paid, 1e-8 * terms) << what << ": the combination of bounds is not positive";
+  EXPECT_GT(paid, 1e-12) << what;
+}
+
+int64_t Iterations(VLRtask_t task) {
+  int64_t sum = 0;
+  for (int32_t item :
+       {VLR_IINF_SIM_PRIMAL_ITER, VLR_IINF_SIM_DUAL_ITER, VLR_IINF_SIM_PRIMAL_DUAL_ITER,
+        VLR_IINF_SIM_NETWORK_PRIMAL_ITER, VLR_IINF_SIM_NETWORK_DUAL_ITER}) {
+    int32_t v = 0;
+    EXPECT_EQ(VLR_getintinf(task, item, &v), VLR_RES_OK);
+    sum += v;
+  }
+  return sum;
+}
+
+vlrtest::TaskPtr ReadTask(VLRenv_t env, const std::string& path, int32_t optimizer) {
+  auto task = vlrtest::MakeTask(env);
+  VLR_putintparam(task.get(), VLR_IPAR_LOG, 0);
+  EXPECT_EQ(VLR_readdata(task.get(), path.c_str()), VLR_RES_OK) << vlrtest::LastError(task.get());
+  EXPECT_EQ(VLR_putintparam(task.get(), VLR_IPAR_OPTIMIZER, optimizer), VLR_RES_OK);
+  return task;
+}
+
+// Runs VLR_optimizetrm and asserts that it returned and did not stop early.
+void Optimize(VLRtask_t task) {
+  int32_t trm = -1;
+  ASSERT_EQ(VLR_optimizetrm(task, &trm), VLR_RES_OK) << vlrtest::LastError(task);
+  ASSERT_EQ(trm, VLR_RES_OK);
+}
+
+class NetlibOptimize : public ::testing::TestWithParam<Case> {};
+class NetlibInfeasible : public ::testing::TestWithParam<Case> {};
+
+TEST_P(NetlibOptimize, OptimalAtTheReferenceWithAFeasibleBasicSolution) {
+  const fs::path path(GetParam().path);
+  auto env = vlrtest::MakeEnv();
+  auto task = ReadTask(env.get(), path.string(), GetParam().optimizer);
+  ASSERT_NO_FATAL_FAILURE(Optimize(task.get()));
+  const Lp p = TakeLp(task.get());
+  const Sol s = TakeSol(task.get(), p);
+  ASSERT_EQ(s.solsta, VLR_SOL_STA_OPTIMAL);
+  EXPECT_EQ(s.prosta, VLR_PRO_STA_PRIM_AND_DUAL_FEAS);
+  ExpectOptimal(p, s, path.filename().string());
+  const auto known = ReadOptima(path.parent_path() / "OPTIMA.csv");
+  const auto it = known.find(Stem(path));
+  ASSERT_TRUE(it != known.end() && it->second.hasref) << "no reference for " << Stem(path);
+  const double ref = it->second.ref;
+  const double obj = Check(p, s).pobj;
+  EXPECT_LE(std::fabs(obj - ref), kObjTol * std::max(1.0, std::fabs(ref)))
+      << "objective " << obj << " reference " << ref;
+  double told = 0;  // the library's objective is the one recomputed here
+  ASSERT_EQ(VLR_getprimalobj(task.get(), VLR_SOL_BAS, &told), VLR_RES_OK);
+  EXPECT_NEAR(told, obj, 1e-9 * std::max(1.0, std::fabs(obj)));
+}
+
+TEST_P(NetlibInfeasible, EndsInACertificateThatProvesIt) {
+  const fs::path path(GetParam().path);
+  auto env = vlrtest::MakeEnv();
+  auto task = ReadTask(env.get(), path.string(), GetParam().optimizer);
+  ASSERT_NO_FATAL_FAILURE(Optimize(task.get()));
+  const Lp p = TakeLp(task.get());
+  const Sol s = TakeSol(task.get(), p);
+  ASSERT_EQ(s.solsta, VLR_SOL_STA_PRIM_INFEAS_CER);
+  EXPECT_EQ(s.prosta, VLR_PRO_STA_PRIM_INFEAS);
+  ExpectCertificate(p, s, path.filename().string());
+}
+
+INSTANTIATE_TEST_SUITE_P(Opt, NetlibOptimize, ::testing::ValuesIn(Cases("netlib", false)),
+                         CaseName);
+INSTANTIATE_TEST_SUITE_P(Large, NetlibOptimize, ::testing::ValuesIn(Cases("netlib", true)),
+                         CaseName);
+INSTANTIATE_TEST_SUITE_P(Opt, NetlibInfeasible, ::testing::ValuesIn(Cases("netlib-infeas", false)),
+                         CaseName);
+INSTANTIATE_TEST_SUITE_P(Large, NetlibInfeasible, ::testing::ValuesIn(Cases("netlib-infeas", true)),
+                         CaseName);
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(NetlibOptimize);
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(NetlibInfeasible);
+
+// Named mid-size problems of the feasible set; none without the instance run.
+std::vector<std::string> Named(std::initializer_list<const char*> names) {
+  std::vector<std::string> out;
+  if (!InstanceRun()) return out;
+  for (const char* name : names)
+    out.push_back((fs::path(VLR_DATA_DIR) / "netlib" / (std::string(name) + ".mps.gz")).string());
+  return out;
+}
+
+std::string NamedName(const ::testing::TestParamInfo<std::string>& info) {
+  std::string s = Stem(info.param);
+  for (char& ch : s) {
+    if (!std::isalnum(static_cast<unsigned char>(ch))) ch = '_';
+  }
+  return s;
+}
+
+class NetlibResolve : public ::testing::TestWithParam<std::string> {};
+
+// Solve; solve again unchanged, which only reports; cut the upper bound of a basic column below
+// its value and solve once more from the kept basis. The change cannot improve the objective.
+TEST_P(NetlibResolve, ABoundChangeResolvesFromTheBasisInFewIterations) {
+  auto env = vlrtest::MakeEnv();
+  auto task = ReadTask(env.get(), GetParam(), VLR_OPTIMIZER_DUAL_SIMPLEX);
+  ASSERT_NO_FATAL_FAILURE(Optimize(task.get()));
+  const int64_t first = Iterations(task.get());
+  Lp p = TakeLp(task.get());
+  const Sol s1 = TakeSol(task.get(), p);
+  ASSERT_EQ(s1.solsta, VLR_SOL_STA_OPTIMAL);
+  const double obj1 = Check(p, s1).pobj;
+
+  ASSERT_NO_FATAL_FAILURE(Optimize(task.get()));
+  EXPECT_EQ(Iterations(task.get()), 0) << "an optimal basis of unchanged data is only reported";
+  EXPECT_NEAR(Check(p, TakeSol(task.get(), p)).pobj, obj1, 1e-9 * std::max(1.0, std::fabs(obj1)));
+
+  // The basic column farthest above its lower bound; by 1 when that leaves room, else by half.
+  int32_t pick = -1;
+  double room = 0;
+  for (int32_t j = 0; j < p.n; ++j) {
+    const auto jj = size_t(j);
+    if (s1.skx[jj] != VLR_SK_BAS) continue;
+    const double r = HasLow(p.bkx[jj]) ? s1.xx[jj] - p.blx[jj] : std::fabs(s1.xx[jj]) + 1;
+    if (r > room) {
+      room = r;
+      pick = j;
+    }
+  }
+  ASSERT_GE(pick, 0) << "no basic column off its lower bound";
+  const double cut = s1.xx[size_t(pick)] - (room > 2 ? 1.0 : room / 2);
+  ASSERT_EQ(VLR_chgbound(task.get(), VLR_ACC_VAR, pick, 0, 1, cut), VLR_RES_OK);
+  ASSERT_NO_FATAL_FAILURE(Optimize(task.get()));
+  const int64_t second = Iterations(task.get());
+  EXPECT_LE(second, std::max<int64_t>(10, first / 4)) << "first solve took " << first;
+  p = TakeLp(task.get());
+  const Sol s2 = TakeSol(task.get(), p);
+  if (s2.solsta == VLR_SOL_STA_PRIM_INFEAS_CER) {
+    ExpectCertificate(p, s2, "after the cut");
+    return;
+  }
+  ASSERT_EQ(s2.solsta, VLR_SOL_STA_OPTIMAL);
+  ExpectOptimal(p, s2, "after the cut");
+  EXPECT_LE(s2.xx[size_t(pick)], cut + 1e-6 * (1 + std::fabs(cut)));
+  EXPECT_GE(p.sgn * Check(p, s2).pobj, p.sgn * obj1 - 1e-9 * std::max(1.0, std::fabs(obj1)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Opt, NetlibResolve,
+                         ::testing::ValuesIn(Named({"afiro", "adlittle", "sc205", "scagr25",
+                                                    "ship04l", "stocfor1"})),
+                         NamedName);
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(NetlibResolve);
+
+// The limits run on one larger problem each: the time limit on dfl001, which takes far longer
+// than 0.01 s; the callback and the iteration limit on ship04l, which takes hundreds of
+// iterations.
+class NetlibLimits : public ::testing::TestWithParam<std::string> {};
+
+fs::path Sibling(const std::string& dir, const char* name) {
+  return fs::path(dir) / (std::string(name) + ".mps.gz");
+}
+
+TEST_P(NetlibLimits, TimeLimitEndsInMaxTime) {
+  auto env = vlrtest::MakeEnv();
+  auto task =
+      ReadTask(env.get(), Sibling(GetParam(), "dfl001").string(), VLR_OPTIMIZER_DUAL_SIMPLEX);
+  ASSERT_EQ(VLR_putdouparam(task.get(), VLR_DPAR_OPTIMIZER_MAX_TIME, 0.01), VLR_RES_OK);
+  int32_t trm = -1;
+  ASSERT_EQ(VLR_optimizetrm(task.get(), &trm), VLR_RES_OK) << vlrtest::LastError(task.get());
+  EXPECT_EQ(trm, VLR_RES_TRM_MAX_TIME);
+  double t = 0;
+  ASSERT_EQ(VLR_getdouinf(task.get(), VLR_DINF_OPTIMIZER_TIME, &t), VLR_RES_OK);
+  EXPECT_LT(t, 10.0) << "the limit is looked at while the optimiser runs, not only at its end";
+  int32_t solsta = -1;
+  VLR_getsolutionstatus(task.get(), VLR_SOL_BAS, nullptr, &solsta);
+  EXPECT_NE(solsta, VLR_SOL_STA_OPTIMAL);
+}
+
+struct StopAfter {
+  int32_t calls = 0, stop_at = 0;
+  static int32_t Func(VLRtask_t, void* handle, int32_t) {
+    auto* self = static_cast<StopAfter*>(handle);
+    return ++self->calls >= self->stop_at ? 1 : 0;
+  }
+};
+
+TEST_P(NetlibLimits, CallbackAndIterationLimitStopEarly) {
+  const std::string ship = Sibling(GetParam(), "ship04l").string();
+  auto env = vlrtest::MakeEnv();
+  auto full = ReadTask(env.get(), ship, VLR_OPTIMIZER_DUAL_SIMPLEX);
+  ASSERT_NO_FATAL_FAILURE(Optimize(full.get()));
+  const int64_t all = Iterations(full.get());
+  ASSERT_GT(all, 20);
+
+  // The callback runs at every log interval; set to one iteration, a stop at the fifth call comes
+  // long before the end.
+  auto cb = ReadTask(env.get(), ship, VLR_OPTIMIZER_DUAL_SIMPLEX);
+  ASSERT_EQ(VLR_putintparam(cb.get(), VLR_IPAR_LOG_SIM_FREQ, 1), VLR_RES_OK);
+  StopAfter stop{0, 5};
+  ASSERT_EQ(VLR_putcallbackfunc(cb.get(), StopAfter::Func, &stop), VLR_RES_OK);
+  int32_t trm = -1;
+  ASSERT_EQ(VLR_optimizetrm(cb.get(), &trm), VLR_RES_OK) << vlrtest::LastError(cb.get());
+  EXPECT_EQ(trm, VLR_RES_TRM_USER_CALLBACK);
+  EXPECT_LT(Iterations(cb.get()), all);
+
+  auto it = ReadTask(env.get(), ship, VLR_OPTIMIZER_DUAL_SIMPLEX);
+  ASSERT_EQ(VLR_putintparam(it.get(), VLR_IPAR_SIM_MAX_ITERATIONS, 10), VLR_RES_OK);
+  trm = -1;
+  ASSERT_EQ(VLR_optimizetrm(it.get(), &trm), VLR_RES_OK) << vlrtest::LastError(it.get());
+  EXPECT_EQ(trm, VLR_RES_TRM_MAX_ITERATIONS);
+  EXPECT_LE(Iterations(it.get()), 10);
+  int32_t solsta = -1;
+  VLR_getsolutionstatus(it.get(), VLR_SOL_BAS, nullptr, &solsta);
+  EXPECT_NE(solsta, VLR_SOL_STA_OPTIMAL);
+}
+
+std::vector<std::string> NetlibDir() {
+  if (!InstanceRun()) return {};
+  return {(fs::path(VLR_DATA_DIR) / "netlib").string()};
+}
+
+INSTANTIATE_TEST_SUITE_P(Opt, NetlibLimits, ::testing::ValuesIn(NetlibDir()),
+                         [](const ::testing::TestParamInfo<std::string>&) { return "netlib"; });
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(NetlibLimits);
+
+}  // namespace
