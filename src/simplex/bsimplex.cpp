@@ -478,25 +478,25 @@ double SimEngine::primalinf(int32_t* count) const {
   return sum;
 }
 
+double SimEngine::dualviolation(int32_t k) const {
+  const auto s = static_cast<size_t>(k);
+  switch (nstat[s]) {
+    case kNbLower:
+      return -d[s];
+    case kNbUpper:
+      return d[s];
+    case kNbZero:
+      return std::fabs(d[s]);
+    default:
+      return 0.0;
+  }
+}
+
 double SimEngine::dualinf(int32_t* count) const {
   double sum = 0.0;
   int32_t c = 0;
   for (int32_t k = 0; k < nt; ++k) {
-    const auto s = static_cast<size_t>(k);
-    double v = 0.0;
-    switch (nstat[s]) {
-      case kNbLower:
-        v = -d[s];
-        break;
-      case kNbUpper:
-        v = d[s];
-        break;
-      case kNbZero:
-        v = std::fabs(d[s]);
-        break;
-      default:
-        break;
-    }
+    const double v = dualviolation(k);
     if (v > tols) {
       sum += v;
       ++c;

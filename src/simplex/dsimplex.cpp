@@ -19,6 +19,21 @@ constexpr int32_t kProgressEvery = 100;  // iterations between calls of the prog
 
 }  // namespace
 
+bool SimEngine::withinlimits(int64_t* sincecheck) {
+  if (iterations() >= par->maxiter) {
+    info->response = kSimMaxIter;
+    return false;
+  }
+  if (++*sincecheck >= kProgressEvery) {
+    *sincecheck = 0;
+    if (progress()) {
+      info->response = kSimInterrupted;
+      return false;
+    }
+  }
+  return true;
+}
+
 bool SimEngine::progress() {
   if (cb == nullptr || cb->progress == nullptr) return false;
   return cb->progress(cb->handle, iterations(), objective(), objective()) != 0;
@@ -74,17 +89,7 @@ int32_t SimEngine::dualloop(int32_t phase) {
       needfactor = false;
       fresh = true;
     }
-    if (iterations() >= par->maxiter) {
-      info->response = kSimMaxIter;
-      return kLoopStopped;
-    }
-    if (++sincecheck >= kProgressEvery) {
-      sincecheck = 0;
-      if (progress()) {
-        info->response = kSimInterrupted;
-        return kLoopStopped;
-      }
-    }
+    if (!withinlimits(&sincecheck)) return kLoopStopped;
     logline(phase, false);
 
     // Choose the leaving row: largest squared infeasibility over its weight.

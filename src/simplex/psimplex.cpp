@@ -37,17 +37,7 @@ int32_t SimEngine::primalloop() {
       primalinf(&pc);
       if (pc > 0) return kLoopInfeasible;  // lost primal feasibility: back to the dual loop
     }
-    if (iterations() >= par->maxiter) {
-      info->response = kSimMaxIter;
-      return kLoopStopped;
-    }
-    if (++sincecheck >= 100) {
-      sincecheck = 0;
-      if (progress()) {
-        info->response = kSimInterrupted;
-        return kLoopStopped;
-      }
-    }
+    if (!withinlimits(&sincecheck)) return kLoopStopped;
     logline(3, false);
 
     // Price: the largest dual infeasibility.
@@ -87,27 +77,30 @@ int32_t SimEngine::primalloop() {
     ftrancol(q);
     // Harris: the largest step within the relaxed bounds, then the largest pivot among the
     // rows that block before it.
+    // Rate of change of the basic variable at position pp and its room to the bound it moves
+    // to; false when it does not block.
+    auto blocks = [&](int32_t pp, double* rate, double* room) {
+      *rate = -dir * col.val[static_cast<size_t>(pp)];
+      if (std::fabs(*rate) <= tolpiv) return false;
+      const auto k = static_cast<size_t>(head[static_cast<size_t>(pp)]);
+      *room = std::max(*rate < 0.0 ? x[k] - lb[k] : ub[k] - x[k], 0.0);
+      return *room < kInf;
+    };
     double bound = kInf;
     for (int32_t t = 0; t < col.nz; ++t) {
-      const int32_t pp = col.idx[static_cast<size_t>(t)];
-      const double rate = -dir * col.val[static_cast<size_t>(pp)];
-      if (std::fabs(rate) <= tolpiv) continue;
-      const auto k = static_cast<size_t>(head[static_cast<size_t>(pp)]);
-      const double room = rate < 0.0 ? x[k] - lb[k] : ub[k] - x[k];
-      if (room == kInf) continue;
-      bound = std::min(bound, (std::max(room, 0.0) + tolx) / std::fabs(rate));
+      double rate = 0.0, room = 0.0;
+      if (blocks(col.idx[static_cast<size_t>(t)], &rate, &room)) {
+        bound = std::min(bound, (room + tolx) / std::fabs(rate));
+      }
     }
     int32_t p = -1;
     double pa = 0.0, step = kInf;
     if (bound < kInf) {
       for (int32_t t = 0; t < col.nz; ++t) {
         const int32_t pp = col.idx[static_cast<size_t>(t)];
-        const double rate = -dir * col.val[static_cast<size_t>(pp)];
-        if (std::fabs(rate) <= tolpiv) continue;
-        const auto k = static_cast<size_t>(head[static_cast<size_t>(pp)]);
-        const double room = rate < 0.0 ? x[k] - lb[k] : ub[k] - x[k];
-        if (room == kInf) continue;
-        const double ratio = std::max(room, 0.0) / std::fabs(rate);
+        double rate = 0.0, room = 0.0;
+        if (!blocks(pp, &rate, &room)) continue;
+        const double ratio = room / std::fabs(rate);
         if (ratio <= bound && std::fabs(rate) > pa) {
           pa = std::fabs(rate);
           p = pp;

@@ -141,6 +141,8 @@ struct SimEngine {
   // Sums of primal and dual infeasibilities under the working data.
   double primalinf(int32_t* count) const;
   double dualinf(int32_t* count) const;
+  // How far the reduced cost of non-basic k lies on the wrong side for its status (<= 0: none).
+  double dualviolation(int32_t k) const;
   double objective() const;  // working cost times x
 
   // ---- Dual simplex (dsimplex.cpp) ----
@@ -159,6 +161,9 @@ struct SimEngine {
   void log(const char* format, ...) VLR_PRINTF(2, 3);
   void logline(int32_t phase, bool force);
   bool progress();  // true: stop asked for
+  // The iteration limit, and every so many iterations the time limit and the callback; false
+  // (with the response set) when the loop must stop.
+  bool withinlimits(int64_t* sincecheck);
 };
 
 }  // namespace vlr
