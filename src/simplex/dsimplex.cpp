@@ -19,6 +19,17 @@ constexpr int32_t kProgressEvery = 100;  // iterations between calls of the prog
 
 }  // namespace
 
+bool SimEngine::refresh() {
+  const int32_t r = factor();
+  if (r != kSimOk) {
+    info->response = r;
+    return false;
+  }
+  computexb();
+  computedual();
+  return true;
+}
+
 bool SimEngine::withinlimits(int64_t* sincecheck) {
   if (iterations() >= par->maxiter) {
     info->response = kSimMaxIter;
@@ -58,15 +69,9 @@ int32_t SimEngine::dualloop(int32_t phase) {
   int64_t sincecheck = 0;
   for (;;) {
     if (needfactor || (updates > 0 && VLR_lu_factornow(lu) != 0)) {
-      const int32_t r = factor();
-      if (r != kSimOk) {
-        info->response = r;
-        return kLoopStopped;
-      }
-      computexb();
       // Recomputed duals drift from the updated ones; small wrong signs are cleaned by a
       // shift of the cost, a boxed variable by a swap.
-      computedual();
+      if (!refresh()) return kLoopStopped;
       bool swapped = false;
       for (int32_t k = 0; k < nt; ++k) {
         const auto s = static_cast<size_t>(k);

@@ -24,13 +24,7 @@ int32_t SimEngine::primalloop() {
   int64_t sincecheck = 0;
   for (;;) {
     if (needfactor || (updates > 0 && VLR_lu_factornow(lu) != 0)) {
-      const int32_t r = factor();
-      if (r != kSimOk) {
-        info->response = r;
-        return kLoopStopped;
-      }
-      computexb();
-      computedual();
+      if (!refresh()) return kLoopStopped;
       needfactor = false;
       fresh = true;
       int32_t pc = 0;

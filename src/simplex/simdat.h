@@ -164,6 +164,8 @@ struct SimEngine {
   // The iteration limit, and every so many iterations the time limit and the callback; false
   // (with the response set) when the loop must stop.
   bool withinlimits(int64_t* sincecheck);
+  // Factor, then values and duals from scratch; false (with the response set) on a failure.
+  bool refresh();
 };
 
 }  // namespace vlr
