@@ -69,7 +69,6 @@ SimEngine::SimEngine(SysEnv* s)
       tau(s),
       in(s),
       spike(s),
-      flip(s),
       alpha(MemAllocator<double>(s)),
       alphaidx(MemAllocator<int32_t>(s)),
       alphamark(MemAllocator<int8_t>(s)),
@@ -144,7 +143,7 @@ int32_t SimEngine::setup(const SimLp& lp) {
   cand.assign(snt, 0);
   candratio.assign(snt, 0.0);
   flips.assign(snt, 0);
-  for (SimHVec* v : {&rho, &col, &tau, &in, &spike, &flip})
+  for (SimHVec* v : {&rho, &col, &tau, &in, &spike})
     v->setup(std::max(m, 1));
   if (m > 0) {
     int32_t is = 0, rs = 0, is2 = 0, rs2 = 0;

@@ -269,32 +269,28 @@ int32_t SimEngine::dualloop(int32_t phase) {
 
     // Swaps of the passed boxed variables: xB -= B^-1 (sum of a(k) dx(k)).
     if (numflips > 0) {
-      flip.clear();
+      // Gather sum a(k) dx(k) straight into the solve's input. An entry that cancels to zero
+      // keeps a tiny value so that it never enters the pattern twice.
+      auto add = [&](int32_t i, double v) {
+        double& e = in.val[static_cast<size_t>(i)];
+        if (e == 0.0) in.idx[static_cast<size_t>(in.nz++)] = i;
+        e += v;
+        if (e == 0.0) e = 1e-300;
+      };
+      in.nz = 0;
       for (int32_t f = 0; f < numflips; ++f) {
         const int32_t k = flips[static_cast<size_t>(f)];
         const auto s = static_cast<size_t>(k);
         const double dx = nstat[s] == kNbLower ? ub[s] - lb[s] : lb[s] - ub[s];
         setnonbasic(k, nstat[s] == kNbLower ? kNbUpper : kNbLower);
         if (k < m) {
-          if (flip.val[s] == 0.0) flip.idx[static_cast<size_t>(flip.nz++)] = k;
-          flip.val[s] -= dx;
+          add(k, -dx);
         } else {
-          for (int64_t t = abeg[k - m]; t < abeg[k - m + 1]; ++t) {
-            const auto i = static_cast<size_t>(aidx[t]);
-            if (flip.val[i] == 0.0) flip.idx[static_cast<size_t>(flip.nz++)] = aidx[t];
-            flip.val[i] += aval[t] * dx;
-            if (flip.val[i] == 0.0) flip.val[i] = 1e-300;  // keep the pattern honest
-          }
+          for (int64_t t = abeg[k - m]; t < abeg[k - m + 1]; ++t)
+            add(aidx[t], aval[t] * dx);
         }
       }
       tau.clear();
-      for (int32_t t = 0; t < flip.nz; ++t) {
-        const int32_t i = flip.idx[static_cast<size_t>(t)];
-        in.val[static_cast<size_t>(i)] = flip.val[static_cast<size_t>(i)];
-        in.idx[static_cast<size_t>(t)] = i;
-      }
-      in.nz = flip.nz;
-      flip.clear();
       VLR_lu_ftrans(lu, in.nz, in.val.data(), in.idx.data(), &tau.nz, tau.val.data(),
                     tau.idx.data(), static_cast<int32_t>(iwork.size()), iwork.data(),
                     static_cast<int32_t>(marker.size()), marker.data(), 1e-14, 1e-14);

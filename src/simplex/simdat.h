@@ -85,7 +85,7 @@ struct SimEngine {
   int32_t updates = 0;  // LU updates since the last factor
 
   // Sparse work.
-  SimHVec rho, col, tau, in, spike, flip;
+  SimHVec rho, col, tau, in, spike;
   SimVec<double> alpha;  // pivot row over all variables
   SimVec<int32_t> alphaidx;
   SimVec<int8_t> alphamark;
