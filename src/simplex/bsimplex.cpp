@@ -74,7 +74,15 @@ SimEngine::SimEngine(SysEnv* s)
       alphamark(MemAllocator<int8_t>(s)),
       cand(MemAllocator<int32_t>(s)),
       candratio(MemAllocator<double>(s)),
-      flips(MemAllocator<int32_t>(s)) {}
+      flips(MemAllocator<int32_t>(s)),
+      pw(MemAllocator<double>(s)),
+      pref(MemAllocator<int8_t>(s)),
+      bporder(MemAllocator<int32_t>(s)),
+      bppos(MemAllocator<int32_t>(s)),
+      bpt(MemAllocator<double>(s)),
+      bptr(MemAllocator<double>(s)),
+      bprate(MemAllocator<double>(s)),
+      bpup(MemAllocator<int8_t>(s)) {}
 
 SimEngine::~SimEngine() {
   VLR_lu_delete(&lu);

@@ -229,6 +229,7 @@ int32_t SimEngine::dualloop(int32_t phase) {
       }
       // The dual is unbounded along this row: keep the row as the certificate.
       certsgn = sgn;
+      certfromy = false;
       return kLoopInfeasible;
     }
     const auto sq = static_cast<size_t>(q);

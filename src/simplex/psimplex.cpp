@@ -1,7 +1,7 @@
-// src/simplex/psimplex.cpp: the primal simplex loop from a primal feasible basis: largest
-// reduced-cost pricing, a Harris ratio test with bound flips of the entering variable. The
-// frame runs it to remove the few wrong reduced costs left when the true costs come back after
-// perturbation.
+// src/simplex/psimplex.cpp: the primal simplex: a composite first phase on the sum of
+// infeasibilities with a long-step ratio test, a Harris ratio test with a randomised stable
+// choice, devex, partial and full pricing, bound perturbation against degeneracy with kicks,
+// and the return to the true bounds at the end.
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 #include <cmath>
@@ -14,111 +14,593 @@ namespace vlr {
 namespace {
 
 constexpr double kInf = std::numeric_limits<double>::infinity();
+constexpr double kMaxWeight = 1e20;
+
+// Pricing rules.
+enum PrimalPricing : int32_t {
+  kPricePartial = 1,
+  kPriceFull = 2,
+  kPriceAse = 3,
+  kPriceSe = 4,
+  kPriceDevex = 5,
+};
+
+const char* primal_pricingname(int32_t rule) {
+  switch (rule) {
+    case kPricePartial:
+      return "partial";
+    case kPriceFull:
+      return "full";
+    default:
+      return "devex";
+  }
+}
 
 }  // namespace
 
+void SimEngine::devexreset() {
+  // The framework is the non-basic set of now; every weight starts at 1.
+  pw.assign(static_cast<size_t>(nt), 1.0);
+  pref.assign(static_cast<size_t>(nt), 0);
+  for (int32_t k = 0; k < nt; ++k)
+    pref[static_cast<size_t>(k)] = pos[static_cast<size_t>(k)] < 0 ? 1 : 0;
+}
+
+void SimEngine::primalchoosepricing(bool hot) {
+  int32_t fixed = 0;
+  for (int32_t k = m; k < nt; ++k)
+    fixed += lborg[static_cast<size_t>(k)] == uborg[static_cast<size_t>(k)] ? 1 : 0;
+  // Aspect ratio: wide problems have many more candidates than rows, and a partial scan finds
+  // a good one at a fraction of the cost of a full one.
+  const double g = (n - fixed + 1.5 * m) / std::max(m, 1);
+  switch (par->primalselection) {
+    case 1:
+      pricing = ifpricing = kPriceFull;
+      break;
+    case 5:
+      pricing = ifpricing = kPricePartial;
+      break;
+    case 2:
+    case 3:
+    case 4:
+      // The steepest-edge rules run on the devex reference weights, which approximate them
+      // without the second solve.
+      pricing = ifpricing = kPriceDevex;
+      break;
+    default:
+      pricing = ifpricing = g >= 30.0 && !hot ? kPricePartial : kPriceDevex;
+      break;
+  }
+  log("%-20s: %d\n", "select_method", pricing);
+  log("%-20s: %d\n", "selectifmethod", ifpricing);
+}
+
+int32_t SimEngine::primalsetphase() {
+  int32_t count = 0;
+  for (int32_t p = 0; p < m; ++p) {
+    const auto k = static_cast<size_t>(head[static_cast<size_t>(p)]);
+    count += x[k] < lb[k] - tolx || x[k] > ub[k] + tolx ? 1 : 0;
+  }
+  ninf = count;
+  if (count == 0) {
+    cost = costorg;
+  } else {
+    std::fill(cost.begin(), cost.end(), 0.0);
+    for (int32_t p = 0; p < m; ++p) {
+      const auto k = static_cast<size_t>(head[static_cast<size_t>(p)]);
+      cost[k] = x[k] < lb[k] - tolx ? -1.0 : (x[k] > ub[k] + tolx ? 1.0 : 0.0);
+    }
+  }
+  computedual();
+  return count == 0 ? 2 : 1;
+}
+
+int32_t SimEngine::primalprice(int32_t rule) {
+  if (rule == kPricePartial) {
+    // Blocks scanned round-robin; the first block with an attractive candidate gives its
+    // largest violation.
+    const int32_t block = std::max(1000, nt / 8);
+    for (int32_t scanned = 0; scanned < nt; scanned += block) {
+      int32_t q = -1;
+      double best = tols;
+      const int32_t end = std::min(scanned + block, nt);
+      for (int32_t t = scanned; t < end; ++t) {
+        int32_t k = partialnext + t;
+        if (k >= nt) k -= nt;
+        const double v = dualviolation(k);
+        if (v > best) {
+          best = v;
+          q = k;
+        }
+      }
+      if (q >= 0) {
+        partialnext += end;
+        while (partialnext >= nt)
+          partialnext -= nt;
+        return q;
+      }
+    }
+    return -1;
+  }
+  int32_t q = -1;
+  double best = 0.0;
+  for (int32_t k = 0; k < nt; ++k) {
+    const double v = dualviolation(k);
+    if (v <= tols) continue;
+    const double merit = rule == kPriceFull ? v * v : v * v / pw[static_cast<size_t>(k)];
+    if (merit > best) {
+      best = merit;
+      q = k;
+    }
+  }
+  return q;
+}
+
+void SimEngine::primalratio(int32_t q, double dir, int32_t* p, double* step, bool* toupper,
+                            bool* flip) {
+  const auto sq = static_cast<size_t>(q);
+  *p = -1;
+  *step = 0.0;
+  *flip = false;
+  // Pass one: the largest step that keeps every basic variable within its bound relaxed by
+  // the tolerance; the candidates are the rows whose exact ratio lies within it.
+  double bound = kInf;
+  int32_t nc = 0;
+  for (int32_t t = 0; t < col.nz; ++t) {
+    const int32_t pp = col.idx[static_cast<size_t>(t)];
+    const double a = -dir * col.val[static_cast<size_t>(pp)];
+    if (std::fabs(a) <= tolpiv) continue;
+    const auto k = static_cast<size_t>(head[static_cast<size_t>(pp)]);
+    double room = 0.0;
+    if (a < 0.0) {
+      if (lb[k] == -kInf) continue;
+      room = x[k] - lb[k];
+    } else {
+      if (ub[k] == kInf) continue;
+      room = ub[k] - x[k];
+    }
+    if (room < -tolx) continue;  // outside its bounds: not a blocker in this phase
+    const double aa = std::fabs(a);
+    bound = std::min(bound, std::max(room + tolx, 0.0) / aa);
+    cand[static_cast<size_t>(nc)] = pp;
+    candratio[static_cast<size_t>(nc)] = std::max(room, 0.0) / aa;
+    ++nc;
+  }
+  const double range = ub[sq] - lb[sq];
+  if (range < kInf && range <= bound + 1e-12) {
+    *flip = true;
+    *step = std::max(range, 0.0);
+    return;
+  }
+  if (nc == 0) return;  // unbounded along q
+  // Pass two: among the rows within the bound, a stable pivot, chosen from a random start in
+  // a random direction so that ties do not repeat.
+  const double limit = std::max(bound, 1e-18);
+  int32_t kept = 0;
+  for (int32_t c = 0; c < nc; ++c) {
+    if (candratio[static_cast<size_t>(c)] > limit) continue;
+    cand[static_cast<size_t>(kept)] = cand[static_cast<size_t>(c)];
+    candratio[static_cast<size_t>(kept)] = candratio[static_cast<size_t>(c)];
+    ++kept;
+  }
+  const auto start = static_cast<int32_t>(random01() * kept) % std::max(kept, 1);
+  const int32_t way = random01() < 0.5 ? 1 : -1;
+  int32_t win = -1, big = -1;
+  double winabs = 0.0, bigabs = 0.0, wincount = 1.0;
+  for (int32_t s = 0; s < kept; ++s) {
+    int32_t c = start + way * s;
+    if (c < 0) c += kept;
+    if (c >= kept) c -= kept;
+    const int32_t pp = cand[static_cast<size_t>(c)];
+    const double aa = std::fabs(col.val[static_cast<size_t>(pp)]);
+    const int32_t k = head[static_cast<size_t>(pp)];
+    const double count =
+        k < m ? 1.0 : std::max(1.0, static_cast<double>(abeg[k - m + 1] - abeg[k - m]));
+    if (aa > bigabs) {
+      bigabs = aa;
+      big = c;
+    }
+    if (win < 0 ||
+        (random01() / 0.1 + 1.0) * (0.2 * (wincount / count) + 0.8 * (winabs / aa)) < 5.0) {
+      win = c;
+      winabs = aa;
+      wincount = count;
+    }
+  }
+  if ((winabs < 1e-3 && bigabs > 1.1 * winabs) || bigabs > 2.0 * winabs) win = big;
+  *p = cand[static_cast<size_t>(win)];
+  *step = std::max(candratio[static_cast<size_t>(win)], 0.0);
+  *toupper = -dir * col.val[static_cast<size_t>(*p)] > 0.0;
+}
+
+void SimEngine::primalratioinf(int32_t q, double dir, int32_t* p, double* step, bool* toupper,
+                               bool* flip) {
+  const auto sq = static_cast<size_t>(q);
+  *p = -1;
+  *step = 0.0;
+  *flip = false;
+  // Break points: a feasible variable leaves its bounds at the one it moves to; an infeasible
+  // one moving the right way becomes feasible at its near bound and infeasible again at its
+  // far one. At each the slope of the sum of infeasibilities rises by |a|.
+  int32_t nb = 0;
+  auto add = [&](int32_t pp, double te, double tr, double rate, bool up) {
+    const auto b = static_cast<size_t>(nb);
+    bppos[b] = pp;
+    bpt[b] = std::max(te, 0.0);
+    bptr[b] = std::max(tr, 0.0);
+    bprate[b] = rate;
+    bpup[b] = up ? 1 : 0;
+    bporder[b] = nb;
+    ++nb;
+  };
+  for (int32_t t = 0; t < col.nz; ++t) {
+    const int32_t pp = col.idx[static_cast<size_t>(t)];
+    const double a = -dir * col.val[static_cast<size_t>(pp)];
+    if (std::fabs(a) <= tolpiv) continue;
+    const auto k = static_cast<size_t>(head[static_cast<size_t>(pp)]);
+    const double aa = std::fabs(a);
+    if (x[k] < lb[k] - tolx) {
+      if (a < 0.0) continue;
+      add(pp, (lb[k] - x[k]) / aa, (lb[k] - x[k] + tolx) / aa, aa, false);
+      if (ub[k] < kInf) add(pp, (ub[k] - x[k]) / aa, (ub[k] - x[k] + tolx) / aa, aa, true);
+    } else if (x[k] > ub[k] + tolx) {
+      if (a > 0.0) continue;
+      add(pp, (x[k] - ub[k]) / aa, (x[k] - ub[k] + tolx) / aa, aa, true);
+      if (lb[k] > -kInf) add(pp, (x[k] - lb[k]) / aa, (x[k] - lb[k] + tolx) / aa, aa, false);
+    } else if (a < 0.0 && lb[k] > -kInf) {
+      add(pp, (x[k] - lb[k]) / aa, (x[k] - lb[k] + tolx) / aa, aa, false);
+    } else if (a > 0.0 && ub[k] < kInf) {
+      add(pp, (ub[k] - x[k]) / aa, (ub[k] - x[k] + tolx) / aa, aa, true);
+    }
+  }
+  std::sort(bporder.begin(), bporder.begin() + nb, [&](int32_t u, int32_t v) {
+    const double tu = bpt[static_cast<size_t>(u)], tv = bpt[static_cast<size_t>(v)];
+    return tu < tv || (tu == tv && u < v);
+  });
+  const double range = ub[sq] - lb[sq];
+  double slope = std::fabs(d[sq]);
+  int32_t stop = -1;  // index in the order where the slope turns
+  for (int32_t o = 0; o < nb; ++o) {
+    const auto b = static_cast<size_t>(bporder[static_cast<size_t>(o)]);
+    if (bpt[b] > range) break;
+    slope -= bprate[b];
+    if (slope <= 0.0) {
+      stop = o;
+      break;
+    }
+  }
+  if (stop < 0) {
+    if (range < kInf) {
+      *flip = true;
+      *step = std::max(range, 0.0);
+      return;
+    }
+    if (nb == 0) return;
+    stop = nb - 1;
+  }
+  // Among the break points the step may end at within the tolerance, the largest |a|.
+  double limit = kInf;
+  for (int32_t o = stop; o < nb; ++o)
+    limit = std::min(limit, bptr[static_cast<size_t>(bporder[static_cast<size_t>(o)])]);
+  const double tstop = bpt[static_cast<size_t>(bporder[static_cast<size_t>(stop)])];
+  int32_t best = -1;
+  double bestabs = 0.0;
+  for (int32_t o = 0; o < nb; ++o) {
+    const auto b = static_cast<size_t>(bporder[static_cast<size_t>(o)]);
+    if (bpt[b] > limit) break;
+    if (bptr[b] < tstop) continue;
+    if (bprate[b] > bestabs) {
+      bestabs = bprate[b];
+      best = static_cast<int32_t>(b);
+    }
+  }
+  if (best < 0) best = bporder[static_cast<size_t>(stop)];
+  const auto b = static_cast<size_t>(best);
+  *p = bppos[b];
+  *step = bpt[b];
+  *toupper = bpup[b] != 0;
+}
+
+void SimEngine::primalcostupdate() {
+  in.nz = 0;
+  for (int32_t t = 0; t < col.nz; ++t) {
+    const int32_t pp = col.idx[static_cast<size_t>(t)];
+    const auto k = static_cast<size_t>(head[static_cast<size_t>(pp)]);
+    const double c = x[k] < lb[k] - tolx ? -1.0 : (x[k] > ub[k] + tolx ? 1.0 : 0.0);
+    if (c == cost[k]) continue;
+    ninf += (c != 0.0 ? 1 : 0) - (cost[k] != 0.0 ? 1 : 0);
+    in.val[static_cast<size_t>(pp)] = c - cost[k];
+    in.idx[static_cast<size_t>(in.nz++)] = pp;
+    cost[k] = c;
+  }
+  if (in.nz == 0) return;
+  rho.clear();
+  VLR_lu_btrans(lu, in.nz, in.val.data(), in.idx.data(), &rho.nz, rho.val.data(), rho.idx.data(),
+                marker.data(), static_cast<int32_t>(iwork.size()), iwork.data(), 1e-14, 1e-14);
+  in.nz = 0;
+  for (int32_t t = 0; t < rho.nz; ++t) {
+    const auto i = static_cast<size_t>(rho.idx[static_cast<size_t>(t)]);
+    y[i] += rho.val[i];
+  }
+  formrow();
+  for (int32_t t = 0; t < alphanz; ++t) {
+    const auto k = static_cast<size_t>(alphaidx[static_cast<size_t>(t)]);
+    if (pos[k] < 0) d[k] -= alpha[k];
+  }
+}
+
+void SimEngine::primalperturb() {
+  // Bounds that many variables share make the primal degenerate; move the repeated ones
+  // outward by small random amounts, so that the feasible region only grows.
+  int32_t fixed = 0, used = 0;
+  SimVec<int32_t> list{MemAllocator<int32_t>(sys)};  // 2k for a lower bound, 2k+1 for an upper
+  list.reserve(2 * static_cast<size_t>(nt));
+  for (int32_t k = 0; k < nt; ++k) {
+    const auto s = static_cast<size_t>(k);
+    if (lb[s] == ub[s]) {
+      if (k >= m) ++fixed;
+      continue;
+    }
+    if (lb[s] > -kInf) list.push_back(2 * k), ++used;
+    if (ub[s] < kInf) list.push_back(2 * k + 1), ++used;
+  }
+  auto value = [&](int32_t e) {
+    const auto s = static_cast<size_t>(e / 2);
+    return (e & 1) != 0 ? ub[s] : lb[s];
+  };
+  std::sort(list.begin(), list.end(), [&](int32_t u, int32_t v) {
+    const double a = value(u), b = value(v);
+    return a < b || (a == b && u < v);
+  });
+  int32_t distinct = 0;
+  for (size_t t = 0; t < list.size(); ++t) {
+    if (t == 0 || value(list[t]) - value(list[t - 1]) > tolx) ++distinct;
+  }
+  const double v = static_cast<double>(list.size());
+  double e = 0.0;
+  if (v > 0.2 * used && 0.8 * v > distinct) {
+    e = fixed < 0.3 * std::max(n, 1) ? 100.0 * tolx : 10.0 * tolx;
+    e = std::min(e, 1e-3);
+  } else if (0.5 * used > distinct) {
+    e = 0.01 * tolx;
+  }
+  if (e == 0.0) return;
+  if (par->degen == 2) e *= 10.0;
+  int32_t moved = 0;
+  for (size_t t = 0; t < list.size();) {
+    size_t g = t + 1;
+    while (g < list.size() && value(list[g]) - value(list[t]) <= tolx)
+      ++g;
+    // The first and last of a group of ties stay; the ones between move.
+    for (size_t u = t + 1; u + 1 < g; ++u) {
+      const int32_t el = list[u];
+      const auto s = static_cast<size_t>(el / 2);
+      if (std::fabs(value(el)) >= 1e6) continue;
+      const double r = random01() * e * (1.0 + 1e-3 * std::fabs(value(el)));
+      if ((el & 1) != 0)
+        ub[s] += r;
+      else
+        lb[s] -= r;
+      ++moved;
+    }
+    t = g;
+  }
+  if (moved == 0) return;
+  boundsmoved = true;
+  info->perturbed = 1;
+  for (int32_t k = 0; k < nt; ++k) {
+    if (pos[static_cast<size_t>(k)] < 0) setnonbasic(k, nstat[static_cast<size_t>(k)]);
+  }
+  computexb();
+  log("Perturbed %d bounds by up to %.1e.\n", moved, e);
+}
+
+void SimEngine::primalkick(int32_t level) {
+  double e = 0.0, h = 0.0;
+  switch (level) {
+    case 3:
+      e = 0.05 * std::min(1e-6, tolx);
+      h = tolx;
+      break;
+    case 2:
+      e = 0.01 * std::min(1e-7, tolx);
+      h = std::min(0.1 * tolx, 1e-7);
+      break;
+    default:
+      e = 0.005 * 1e-7;
+      h = 0.01 * tolx;
+      break;
+  }
+  if (par->degen == 2) e *= 5.0;
+  int32_t moved = 0;
+  for (int32_t p = 0; p < m; ++p) {
+    const auto k = static_cast<size_t>(head[static_cast<size_t>(p)]);
+    if (lb[k] > -kInf && x[k] - lb[k] <= h) {
+      lb[k] -= random01() * e;
+      ++moved;
+    } else if (ub[k] < kInf && ub[k] - x[k] <= h) {
+      ub[k] += random01() * e;
+      ++moved;
+    }
+  }
+  if (moved > 0) {
+    kicked = true;
+    boundsmoved = true;
+    info->perturbed = 1;
+  }
+}
+
+int32_t SimEngine::primalresetbounds() {
+  int32_t moved = 0;
+  lb = lborg;
+  ub = uborg;
+  for (int32_t k = 0; k < nt; ++k) {
+    const auto s = static_cast<size_t>(k);
+    if (pos[s] >= 0) continue;
+    const double old = x[s];
+    int8_t st = nstat[s];
+    if (lb[s] == ub[s]) st = kNbFixed;
+    setnonbasic(k, st);
+    if (x[s] != old) ++moved;
+  }
+  boundsmoved = false;
+  computexb();
+  return moved;
+}
+
 int32_t SimEngine::primalloop() {
+  const auto sm = static_cast<size_t>(m);
+  if (pw.size() != static_cast<size_t>(nt)) devexreset();
+  if (bpt.size() < 2 * sm + 2) {
+    bporder.assign(2 * sm + 2, 0);
+    bppos.assign(2 * sm + 2, 0);
+    bpt.assign(2 * sm + 2, 0.0);
+    bptr.assign(2 * sm + 2, 0.0);
+    bprate.assign(2 * sm + 2, 0.0);
+    bpup.assign(2 * sm + 2, 0);
+  }
   bool needfactor = false;
   bool fresh = true;
   int32_t badevents = 0;
   int64_t sincecheck = 0;
+  int32_t phase = primalsetphase();
+  int64_t lastdual = iterations();
+  // Degeneracy is measured over blocks of iterations.
+  int64_t blockstart = iterations(), blockdeg = info->degiter, blocksize = 500;
   for (;;) {
     if (needfactor || (updates > 0 && VLR_lu_factornow(lu) != 0)) {
-      if (!refresh()) return kLoopStopped;
+      const int32_t r = factor();
+      if (r != kSimOk) {
+        info->response = r;
+        return kLoopStopped;
+      }
+      computexb();
+      phase = primalsetphase();
+      lastdual = iterations();
       needfactor = false;
       fresh = true;
-      int32_t pc = 0;
-      primalinf(&pc);
-      if (pc > 0) return kLoopInfeasible;  // lost primal feasibility: back to the dual loop
     }
     if (!withinlimits(&sincecheck)) return kLoopStopped;
-    logline(3, false);
-
-    // Price: the largest dual infeasibility.
-    int32_t q = -1;
-    double best = tols;
-    for (int32_t k = 0; k < nt; ++k) {
-      const auto s = static_cast<size_t>(k);
-      double v = 0.0;
-      switch (nstat[s]) {
-        case kNbLower:
-          v = -d[s];
+    logline(phase, false);
+    if (phase == 1 && ninf == 0) {
+      // Feasible: the true costs come back.
+      phase = primalsetphase();
+      lastdual = iterations();
+      if (phase == 2 && par->loglevel > 5) log("Recompute yb because solution got feasible\n");
+    }
+    if (iterations() - lastdual >= std::max<int64_t>(m / 10, 500)) {
+      computedual();
+      lastdual = iterations();
+    }
+    if (kickmode != 0 && iterations() - blockstart >= blocksize) {
+      const double f =
+          static_cast<double>(info->degiter - blockdeg) / static_cast<double>(blocksize);
+      int32_t level = 0;
+      switch (kickmode) {
+        case 3:
+          level = f > 0.5 ? 3 : (f > 0.3 ? 2 : (f > 0.2 ? 1 : 0));
           break;
-        case kNbUpper:
-          v = d[s];
-          break;
-        case kNbZero:
-          v = std::fabs(d[s]);
+        case 2:
+          level = f > 0.7 && kicked ? 3 : (f > 0.4 ? 2 : (f > 0.3 ? 1 : 0));
           break;
         default:
-          continue;
+          level = f > 0.9 && kicked ? 3 : (f > 0.7 && kicked ? 2 : (f > 0.4 ? 1 : 0));
+          break;
       }
-      if (v > best) {
-        best = v;
-        q = k;
-      }
+      if (f > 0.05 && level > 0) primalkick(level);
+      if (level == 3) blocksize += 300;
+      blockstart = iterations();
+      blockdeg = info->degiter;
     }
+
+    const int32_t q = primalprice(phase == 1 ? ifpricing : pricing);
     if (q < 0) {
-      if (!fresh) {
+      if (!fresh) {  // confirm on a fresh factor
         needfactor = true;
         continue;
+      }
+      if (phase == 1) {
+        // No way to reduce the infeasibility: the phase-one duals prove it.
+        certfromy = true;
+        return kLoopInfeasible;
       }
       return kLoopOptimal;
     }
     const auto sq = static_cast<size_t>(q);
-    const double dir = d[sq] < 0.0 ? 1.0 : -1.0;  // x(q) moves up when its cost falls that way
+    const double dir = d[sq] < 0.0 ? 1.0 : -1.0;  // x(q) moves the way its cost falls
+
+    // The reduced cost of q from the maintained duals must agree with the updated one.
+    {
+      double s2 = cost[sq];
+      if (q < m) {
+        s2 += y[sq];
+      } else {
+        for (int64_t t = abeg[q - m]; t < abeg[q - m + 1]; ++t)
+          s2 -= aval[t] * y[static_cast<size_t>(aidx[t])];
+      }
+      const double s1 = d[sq];
+      if (std::fabs(s1) > 0.01 && std::fabs(s2 - s1) / (std::fabs(s2) + 1.0) > 1e-2) {
+        if (iterations() - lastdual >= 11 || fresh) {
+          computedual();
+          lastdual = iterations();
+        } else {
+          needfactor = true;
+        }
+        continue;
+      }
+    }
 
     ftrancol(q);
-    // Harris: the largest step within the relaxed bounds, then the largest pivot among the
-    // rows that block before it.
-    // Rate of change of the basic variable at position pp and its room to the bound it moves
-    // to; false when it does not block.
-    auto blocks = [&](int32_t pp, double* rate, double* room) {
-      *rate = -dir * col.val[static_cast<size_t>(pp)];
-      if (std::fabs(*rate) <= tolpiv) return false;
-      const auto k = static_cast<size_t>(head[static_cast<size_t>(pp)]);
-      *room = std::max(*rate < 0.0 ? x[k] - lb[k] : ub[k] - x[k], 0.0);
-      return *room < kInf;
-    };
-    double bound = kInf;
-    for (int32_t t = 0; t < col.nz; ++t) {
-      double rate = 0.0, room = 0.0;
-      if (blocks(col.idx[static_cast<size_t>(t)], &rate, &room)) {
-        bound = std::min(bound, (room + tolx) / std::fabs(rate));
-      }
-    }
     int32_t p = -1;
-    double pa = 0.0, step = kInf;
-    if (bound < kInf) {
+    double step = 0.0;
+    bool toupper = false, flip = false;
+    if (phase == 1)
+      primalratioinf(q, dir, &p, &step, &toupper, &flip);
+    else
+      primalratio(q, dir, &p, &step, &toupper, &flip);
+
+    if (p < 0 && !flip) {
+      spike.clear();
+      if (!fresh) {
+        needfactor = true;
+        continue;
+      }
+      if (phase == 1) {
+        // The sum of infeasibilities cannot fall without end: the column is wrong.
+        ++info->numsetbacks;
+        if (++badevents > par->maxsetbacks) {
+          log("Too many (%d) bad events\n", badevents);
+          info->response = kSimSetbacks;
+          return kLoopStopped;
+        }
+        d[sq] = 0.0;
+        continue;
+      }
+      // Unbounded along q: the ray moves q by dir and the basic variables with it.
+      ray.assign(static_cast<size_t>(nt), 0.0);
+      ray[sq] = dir;
       for (int32_t t = 0; t < col.nz; ++t) {
         const int32_t pp = col.idx[static_cast<size_t>(t)];
-        double rate = 0.0, room = 0.0;
-        if (!blocks(pp, &rate, &room)) continue;
-        const double ratio = room / std::fabs(rate);
-        if (ratio <= bound && std::fabs(rate) > pa) {
-          pa = std::fabs(rate);
-          p = pp;
-          step = ratio;
-        }
+        ray[static_cast<size_t>(head[static_cast<size_t>(pp)])] =
+            -dir * col.val[static_cast<size_t>(pp)];
       }
+      return kLoopUnbounded;
     }
-    const double range = ub[sq] - lb[sq];
-    const bool flipq = range < kInf && range <= step;
-    if (p < 0 && !flipq) {
-      spike.clear();
-      info->response = kSimNumTrouble;  // unbounded along q: not expected from a clean-up
-      return kLoopStopped;
-    }
-    if (flipq) {
-      // The entering variable reaches its other bound first: no change of basis.
+
+    if (flip) {
+      // q reaches its other bound first: no change of basis.
       spike.clear();
       for (int32_t t = 0; t < col.nz; ++t) {
         const int32_t pp = col.idx[static_cast<size_t>(t)];
         x[static_cast<size_t>(head[static_cast<size_t>(pp)])] -=
-            dir * range * col.val[static_cast<size_t>(pp)];
+            dir * step * col.val[static_cast<size_t>(pp)];
       }
       setnonbasic(q, nstat[sq] == kNbLower ? kNbUpper : kNbLower);
       ++info->iter[par->slot];
+      if (phase == 1) {
+        ++info->infiter;
+        primalcostupdate();
+      }
       continue;
     }
 
@@ -128,17 +610,28 @@ int32_t SimEngine::primalloop() {
     btranrow(p);
     formrow();
     const double alphar = alpha[sq];
-    if (std::fabs(alphac - alphar) > 1e-7 * (1.0 + std::fabs(alphac))) {
+    if (std::fabs(alphac - alphar) > 1e-7 * (1.0 + std::fabs(alphac)) ||
+        std::fabs(alphac) <= tolpiv) {
       spike.clear();
       ++info->numsetbacks;
       if (++badevents > par->maxsetbacks) {
+        log("Too many (%d) bad events\n", badevents);
         info->response = kSimSetbacks;
         return kLoopStopped;
+      }
+      if (fresh) {
+        // Row and column disagree on a fresh factor: a stricter LU.
+        VLR_lu_putpivotmethod(lu, 2);
+        VLR_lu_puttol(lu, 2, std::min(0.5, VLR_lu_gettol(lu, 2) * 10.0));
+        tolpiv = std::min(tolpiv * 10.0, 1e-4);
       }
       needfactor = true;
       continue;
     }
-    const bool tolower = -dir * alphac < 0.0;
+
+    // Values: q moves by the step, the basic variables with it; the leaving one lands on its
+    // bound.
+    const double target = toupper ? ub[sl] : lb[sl];
     for (int32_t t = 0; t < col.nz; ++t) {
       const int32_t pp = col.idx[static_cast<size_t>(t)];
       x[static_cast<size_t>(head[static_cast<size_t>(pp)])] -=
@@ -146,29 +639,125 @@ int32_t SimEngine::primalloop() {
     }
     x[sq] += dir * step;
     if (step == 0.0) ++info->degiter;
+
+    // Duals and reduced costs over the pivot row.
     const double thetad = d[sq] / alphar;
     for (int32_t t = 0; t < alphanz; ++t) {
       const auto k = static_cast<size_t>(alphaidx[static_cast<size_t>(t)]);
       if (pos[k] < 0) d[k] -= thetad * alpha[k];
     }
+    for (int32_t t = 0; t < rho.nz; ++t) {
+      const auto i = static_cast<size_t>(rho.idx[static_cast<size_t>(t)]);
+      y[i] += thetad * rho.val[i];
+    }
+
+    // Devex weights: the norm of each column's edge restricted to the reference framework;
+    // the entering column's is measured, and a weight that drifted far from it restarts the
+    // framework.
+    {
+      double exact = pref[sq] != 0 ? 1.0 : 0.0;
+      for (int32_t t = 0; t < col.nz; ++t) {
+        const int32_t pp = col.idx[static_cast<size_t>(t)];
+        if (pref[static_cast<size_t>(head[static_cast<size_t>(pp)])] == 0) continue;
+        const double v = col.val[static_cast<size_t>(pp)];
+        exact += v * v;
+      }
+      const double wq = std::max(pw[sq], 1.0);
+      if (wq > 3.0 * std::max(exact, 1.0)) {
+        devexreset();
+      } else {
+        const double r2 = std::max(exact, 1.0) / (alphar * alphar);
+        for (int32_t t = 0; t < alphanz; ++t) {
+          const auto k = static_cast<size_t>(alphaidx[static_cast<size_t>(t)]);
+          if (pos[k] >= 0 || k == sq) continue;
+          pw[k] = std::min(std::max(pw[k], alpha[k] * alpha[k] * r2), kMaxWeight);
+        }
+        pw[sl] = std::max(r2, 1.0);
+      }
+    }
+
     const int32_t lr = updatelu(p);
     head[static_cast<size_t>(p)] = q;
     pos[sq] = p;
     nstat[sq] = kNbBasic;
     d[sq] = 0.0;
-    const double target = tolower ? lb[sl] : ub[sl];
-    setnonbasic(leave, lb[sl] == ub[sl] ? kNbFixed : (tolower ? kNbLower : kNbUpper));
+    setnonbasic(leave, lb[sl] == ub[sl] ? kNbFixed : (toupper ? kNbUpper : kNbLower));
     x[sl] = target;
     d[sl] = -thetad;
-    w[static_cast<size_t>(p)] = 1.0;
+    if (phase == 1) {
+      // The leaving variable was priced by its composite cost; as a non-basic one it has none.
+      d[sl] -= cost[sl];
+      if (cost[sl] != 0.0) --ninf;
+      cost[sl] = 0.0;
+      ++info->infiter;
+    }
     ++info->iter[par->slot];
     fresh = false;
     if (lr == kLuNoSpace) {
       info->response = kSimNoSpace;
       return kLoopStopped;
     }
-    if (lr != kLuOk) needfactor = true;
+    if (lr != kLuOk && lr != kLuRefactorSoon) {
+      needfactor = true;
+      continue;
+    }
+    if (lr == kLuRefactorSoon) needfactor = true;
+    if (phase == 1) primalcostupdate();
   }
+}
+
+int32_t SimEngine::primalsimplex(bool hot) {
+  primalchoosepricing(hot);
+  log("%-20s: %d\n", "deblev", par->loglevel);
+  log("%-20s: %d\n", "hotstart", hot ? 1 : 0);
+  log("%-20s: %d\n", "log freq", par->logfreq);
+  log("%-20s: %lld\n", "max iterations", static_cast<long long>(par->maxiter));
+  log("%-20s: %e\n", "tolx", tolx);
+  log("%-20s: %e\n", "tols", tols);
+  log("Primal pricing: %s.\n", primal_pricingname(pricing));
+  devexreset();
+  computexb();
+  const bool room = par->maxiter - iterations() >= 40;
+  kickmode = 0;
+  if (par->degen != 0 && room) {
+    if (hot) {
+      kickmode = 2;
+    } else {
+      kickmode = par->degen == 4 ? 2 : 3;
+      primalperturb();
+    }
+  }
+  int32_t end = kLoopStopped;
+  for (int32_t round = 0; round < 6; ++round) {
+    if (round >= 4) kickmode = 0;  // the last rounds run on the true bounds alone
+    end = primalloop();
+    if (end == kLoopUnbounded && boundsmoved) {
+      // A ray does not depend on where the bounds lie, only on which are finite.
+      primalresetbounds();
+      break;
+    }
+    if (end != kLoopOptimal || !boundsmoved) break;
+    const int32_t moved = primalresetbounds();
+    int32_t bad = 0;
+    primalinf(&bad);
+    if (bad == 0) break;
+    log("Bounds restored: %d values moved, %d basic variables outside their bounds.\n", moved, bad);
+    if (moved <= 5 || iterations() > 10 * static_cast<int64_t>(m)) {
+      // A few values moved: the basis stays dual feasible, and the dual loop restores primal
+      // feasibility in few steps.
+      cost = costorg;
+      computedual();
+      end = dualloop(2);
+      if (end != kLoopOptimal) break;
+      cost = costorg;
+      computedual();
+      int32_t dbad = 0;
+      dualinf(&dbad);
+      if (dbad == 0) break;
+    }
+    kickmode = 0;
+  }
+  return end;
 }
 
 }  // namespace vlr

@@ -98,7 +98,22 @@ struct SimEngine {
 
   double tolx = 1e-6, tols = 1e-6, tolpiv = 1e-7;
   int32_t costshifted = 0;
-  double certsgn = 0.0;  // after kLoopInfeasible: the certificate is certsgn * rho
+  double certsgn = 0.0;    // after kLoopInfeasible: the certificate is certsgn * rho
+  bool certfromy = false;  // ... or y, when the primal first phase proved it
+
+  // Primal work (psimplex.cpp).
+  SimVec<double> pw;    // devex weights of all variables
+  SimVec<int8_t> pref;  // 1 for the variables of the devex reference framework
+  SimVec<int32_t> bporder, bppos;
+  SimVec<double> bpt, bptr, bprate;  // break points of the ratio test: exact and relaxed
+  SimVec<int8_t> bpup;               // ratios, rates and the bound each one reaches
+  int32_t pricing = 5;               // kPrice* of the phase without and with infeasibilities
+  int32_t ifpricing = 5;
+  int32_t partialnext = 0;   // where the next partial scan starts
+  int32_t ninf = 0;          // first phase: basic variables outside their bounds
+  int32_t kickmode = 0;      // 0 none, 1 to 3 rising readiness to kick (see primalkick)
+  bool kicked = false;       // a bound has been moved by a kick
+  bool boundsmoved = false;  // the working bounds differ from the problem's
   int64_t lastlog = 0;
 
   explicit SimEngine(SysEnv* s);
@@ -154,9 +169,28 @@ struct SimEngine {
   int32_t dualphaseone();
   void perturbcost();
   // ---- Primal simplex (psimplex.cpp) ----
-  // Runs the primal loop from a primal feasible basis until no reduced cost has the wrong
-  // sign. kLoopInfeasible when primal feasibility was lost on the way.
+  // The primal road from the current basis: pricing choice, bound perturbation unless hot,
+  // the phases, and the return to the true bounds. kLoopOptimal, kLoopInfeasible (certificate
+  // in y), kLoopUnbounded (ray in `ray`) or kLoopStopped.
+  int32_t primalsimplex(bool hot);
+  // The primal phases on the working bounds and costs: a composite first phase while basic
+  // variables lie outside their bounds, then the true costs.
   int32_t primalloop();
+  void primalchoosepricing(bool hot);
+  int32_t primalsetphase();  // costs and duals of the phase the values call for; returns it
+  int32_t primalprice(int32_t rule);
+  // Ratio tests along column col for entering q moving by dir. Each gives the leaving
+  // position (-1 for none), the step, and whether the leaving variable goes to its upper
+  // bound; *flip when q reaches its own other bound first.
+  void primalratio(int32_t q, double dir, int32_t* p, double* step, bool* toupper, bool* flip);
+  void primalratioinf(int32_t q, double dir, int32_t* p, double* step, bool* toupper, bool* flip);
+  // After the values on col's pattern changed in the first phase: the composite costs that
+  // changed, and the duals and reduced costs through one solve with the transposed basis.
+  void primalcostupdate();
+  void primalperturb();
+  void primalkick(int32_t level);
+  int32_t primalresetbounds();  // back to the true bounds; returns the count moved
+  void devexreset();
   void removeperturbation();
   void log(const char* format, ...) VLR_PRINTF(2, 3);
   void logline(int32_t phase, bool force);

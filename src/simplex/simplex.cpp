@@ -358,7 +358,9 @@ int32_t simplex_run(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, co
   }
   int32_t end = kLoopStopped;
   bool perturbed = false;
-  for (int32_t round = 0; round < 4; ++round) {
+  const bool primal = par.slot == kSimSlotPrimal;
+  if (primal) end = e.primalsimplex(startsk != nullptr);
+  for (int32_t round = 0; round < 4 && !primal; ++round) {
     const int32_t ph = e.dualphaseone();
     if (ph == 2) {
       simplex_getsolution(e, r, s, sol);
@@ -401,13 +403,21 @@ int32_t simplex_run(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, co
     if (bad == 0) break;
     e.log("Costs restored: %d reduced costs with the wrong sign.\n", bad);
     end = e.primalloop();
-    if (end != kLoopInfeasible) break;
-    end = kLoopStopped;  // lost primal feasibility: the next round starts with the dual again
-    info->response = kSimNumTrouble;
+    break;
   }
   e.logline(2, true);
   simplex_getsolution(e, r, s, sol);
-  if (end == kLoopInfeasible) {
+  if (end == kLoopUnbounded) {
+    for (int32_t k = 0; k < e.nt; ++k) {
+      const double v = e.ray[static_cast<size_t>(k)];
+      sol->x[k] = r == nullptr ? v : (k < e.m ? v / r[k] : v * s[k - e.m]);
+    }
+  } else if (end == kLoopInfeasible && e.certfromy) {
+    for (int32_t i = 0; i < e.m; ++i) {
+      const double v = e.y[static_cast<size_t>(i)];
+      sol->y[i] = r != nullptr ? v * r[i] : v;
+    }
+  } else if (end == kLoopInfeasible) {
     // The certificate: y = sgn rho from the row that had no entering variable, unscaled like
     // a dual; the caller checks it on the problem as given.
     for (int32_t i = 0; i < e.m; ++i)

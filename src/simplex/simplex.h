@@ -43,6 +43,9 @@ struct SimParam {
   int32_t switchopt = 0;      // exchange the primal and dual slot when dualising
   int32_t hotstart = 1;       // 0 ignore a given basis; otherwise use it
   int32_t dualselection = 0;  // selection number of the dual pricing
+  // Primal pricing: 0 free, 1 full, 2 approximate steepest edge, 3 devex, 4 steepest edge,
+  // 5 partial (the task's VLR_SIM_SELECTION_* numbering).
+  int32_t primalselection = 0;
   int32_t maxsetbacks = 200;
   int32_t refactorfreq = 0;  // 0: the LU's work rule decides
   int32_t logfreq = 1000;    // iterations between log lines

@@ -47,6 +47,7 @@ void velorsim_setparam(const Task* task, SimParam* par) {
   par->switchopt = ip[VLR_IPAR_SIM_SWITCH_OPTIMIZER];
   par->hotstart = ip[VLR_IPAR_SIM_HOTSTART];
   par->dualselection = ip[VLR_IPAR_SIM_DUAL_SELECTION];
+  par->primalselection = ip[VLR_IPAR_SIM_PRIMAL_SELECTION];
   par->maxsetbacks = ip[VLR_IPAR_SIM_MAX_NUM_SETBACKS];
   par->refactorfreq = ip[VLR_IPAR_SIM_REFACTOR_FREQ];
   par->logfreq = std::max(1, ip[VLR_IPAR_LOG_SIM_FREQ]);
@@ -62,6 +63,7 @@ void velorsim_setparam(const Task* task, SimParam* par) {
 struct VelorSimHandle {
   Task* task;
   int32_t stop;  // 5 after the time limit, 1 after a callback stop
+  bool primal;   // the primal optimiser runs: its items and callback codes
 };
 
 void velorsim_log(void* handle, const char* text) {
@@ -72,13 +74,15 @@ void velorsim_log(void* handle, const char* text) {
 int32_t velorsim_progress(void* handle, int64_t iterations, double pobj, double /*dobj*/) {
   auto* h = static_cast<VelorSimHandle*>(handle);
   Task* task = h->task;
-  VLRP_putintinf(task, VLR_IINF_SIM_DUAL_ITER, static_cast<int32_t>(iterations));
+  VLRP_putintinf(task, h->primal ? VLR_IINF_SIM_PRIMAL_ITER : VLR_IINF_SIM_DUAL_ITER,
+                 static_cast<int32_t>(iterations));
   VLRP_putdouinf(task, VLR_DINF_SIM_OBJ, pobj);
   if (VLR_checkoptimizermaxtime(task) != 0) {
     h->stop = 5;
     return 1;
   }
-  if (VLR_checkcallbacks(task, VLR_CALLBACK_UPDATE_DUAL_SIMPLEX) != 0) {
+  if (VLR_checkcallbacks(task, h->primal ? VLR_CALLBACK_UPDATE_PRIMAL_SIMPLEX
+                                         : VLR_CALLBACK_UPDATE_DUAL_SIMPLEX) != 0) {
     h->stop = 1;
     return 1;
   }
@@ -213,18 +217,22 @@ int32_t velorsim_run(Task* task, int32_t optimizer) {
   SimParam par;
   velorsim_setparam(task, &par);
   par.slot = velorsim_slot(optimizer) == kSimSlotNetwork ? kSimSlotDual : velorsim_slot(optimizer);
-  VelorSimHandle handle{task, 0};
+  const bool primal = par.slot == kSimSlotPrimal;
+  VelorSimHandle handle{task, 0, primal};
   SimCallbacks cb;
   cb.handle = &handle;
   cb.log = velorsim_log;
   cb.progress = velorsim_progress;
+  const char* name = primal ? "Primal" : "Dual";
   if (par.loglevel > 0) {
-    VLRP_echotask(task, VLR_STREAM_LOG, "Dual simplex optimizer started.\n");
+    VLRP_echotask(task, VLR_STREAM_LOG, "%s simplex optimizer started.\n", name);
   }
-  VLR_checkcallbacks(task, VLR_CALLBACK_BEGIN_DUAL_SIMPLEX);
+  VLR_checkcallbacks(task,
+                     primal ? VLR_CALLBACK_BEGIN_PRIMAL_SIMPLEX : VLR_CALLBACK_BEGIN_DUAL_SIMPLEX);
   SimInfo info;
   VLR_simplex_optimize(sys, par, cb, lp, starthot, &sol, &info);
-  VLR_checkcallbacks(task, VLR_CALLBACK_END_DUAL_SIMPLEX);
+  VLR_checkcallbacks(task,
+                     primal ? VLR_CALLBACK_END_PRIMAL_SIMPLEX : VLR_CALLBACK_END_DUAL_SIMPLEX);
 
   int32_t r = velorsim_response(task, info.response, handle.stop);
   if (info.response == kSimNoSpace) return r;
@@ -282,16 +290,19 @@ int32_t velorsim_run(Task* task, int32_t optimizer) {
   const int64_t iters = info.iter[0] + info.iter[1] + info.iter[2] + info.iter[3];
   VLRP_putintinf(task, VLR_IINF_SIM_DUAL_ITER, static_cast<int32_t>(info.iter[kSimSlotDual]));
   VLRP_putintinf(task, VLR_IINF_SIM_PRIMAL_ITER, static_cast<int32_t>(info.iter[kSimSlotPrimal]));
-  VLRP_putintinf(task, VLR_IINF_SIM_DUAL_DEG_ITER, static_cast<int32_t>(info.degiter));
-  VLRP_putintinf(task, VLR_IINF_SIM_DUAL_INF_ITER, static_cast<int32_t>(info.infiter));
-  VLRP_putintinf(task, VLR_IINF_SIM_DUAL_HOTSTART, info.hotstart);
+  VLRP_putintinf(task, primal ? VLR_IINF_SIM_PRIMAL_DEG_ITER : VLR_IINF_SIM_DUAL_DEG_ITER,
+                 static_cast<int32_t>(info.degiter));
+  VLRP_putintinf(task, primal ? VLR_IINF_SIM_PRIMAL_INF_ITER : VLR_IINF_SIM_DUAL_INF_ITER,
+                 static_cast<int32_t>(info.infiter));
+  VLRP_putintinf(task, primal ? VLR_IINF_SIM_PRIMAL_HOTSTART : VLR_IINF_SIM_DUAL_HOTSTART,
+                 info.hotstart);
   VLRP_putintinf(task, VLR_IINF_SIM_NUMCON, m);
   VLRP_putintinf(task, VLR_IINF_SIM_NUMVAR, n);
   VLRP_putdouinf(task, VLR_DINF_SIM_TIME, info.time);
-  VLRP_putdouinf(task, VLR_DINF_SIM_DUAL_TIME, info.time);
+  VLRP_putdouinf(task, primal ? VLR_DINF_SIM_PRIMAL_TIME : VLR_DINF_SIM_DUAL_TIME, info.time);
   VLRP_putdouinf(task, VLR_DINF_SIM_OBJ, sense * info.pobj);
   if (par.loglevel > 0) {
-    VLRP_echotask(task, VLR_STREAM_LOG, "Dual simplex optimizer terminated.\n");
+    VLRP_echotask(task, VLR_STREAM_LOG, "%s simplex optimizer terminated.\n", name);
     VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %lld\n", "Iterations",
                   static_cast<long long>(iters));
     VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %lld\n", "Deg. iterations",
@@ -315,7 +326,7 @@ int32_t VLR_simplexoptimizer(Task* task) {
   if (VLRP_getprobtype(task) != VLR_PROBTYPE_LO) {
     return VLR_RAISE(task, VLR_RES_ERR_INV_OPTIMIZER, sel);
   }
-  if (sel == VLR_OPTIMIZER_PRIMAL_SIMPLEX || sel == VLR_OPTIMIZER_PRIMAL_DUAL_SIMPLEX) {
+  if (sel == VLR_OPTIMIZER_PRIMAL_DUAL_SIMPLEX) {
     return VLR_RAISE(task, VLR_RES_ERR_INV_OPTIMIZER, sel);  // not in this build yet
   }
   VLRP_putprivateintinf(task, kPiinfCurrentOptimizer, sel);

@@ -114,15 +114,18 @@ void PrintTo(const Case& c, std::ostream* os) {
 std::vector<Case> Cases(const char* sub, bool slow) {
   std::vector<Case> out;
   for (const std::string& f : SetFiles(sub, slow)) {
-    for (int32_t opt : {VLR_OPTIMIZER_DUAL_SIMPLEX, VLR_OPTIMIZER_FREE_SIMPLEX})
+    for (int32_t opt :
+         {VLR_OPTIMIZER_DUAL_SIMPLEX, VLR_OPTIMIZER_FREE_SIMPLEX, VLR_OPTIMIZER_PRIMAL_SIMPLEX})
       out.push_back({f, opt});
   }
   return out;
 }
 
 std::string CaseName(const ::testing::TestParamInfo<Case>& info) {
-  std::string s = Stem(info.param.path) +
-                  (info.param.optimizer == VLR_OPTIMIZER_DUAL_SIMPLEX ? "_dual" : "_free");
+  const int32_t opt = info.param.optimizer;
+  std::string s = Stem(info.param.path) + (opt == VLR_OPTIMIZER_DUAL_SIMPLEX     ? "_dual"
+                                           : opt == VLR_OPTIMIZER_PRIMAL_SIMPLEX ? "_primal"
+                                                                                 : "_free");
   for (char& ch : s) {
     if (!std::isalnum(static_cast<unsigned char>(ch))) ch = '_';
   }
@@ -494,6 +497,113 @@ INSTANTIATE_TEST_SUITE_P(Opt, NetlibResolve,
                                                     "ship04l", "stocfor1"})),
                          NamedName);
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(NetlibResolve);
+
+class NetlibHotStart : public ::testing::TestWithParam<std::string> {};
+
+// The primal road from a primal feasible basis: a copy of a basic column with a lower cost is
+// added at its lower bound, where the kept basis stays feasible. The cheaper copy enters and
+// the re-solve takes few iterations, to an objective no worse than before.
+TEST_P(NetlibHotStart, AnAddedColumnResolvesFromTheBasisInFewIterations) {
+  auto env = vlrtest::MakeEnv();
+  auto task = ReadTask(env.get(), GetParam(), VLR_OPTIMIZER_PRIMAL_SIMPLEX);
+  ASSERT_NO_FATAL_FAILURE(Optimize(task.get()));
+  const int64_t first = Iterations(task.get());
+  Lp p = TakeLp(task.get());
+  const Sol s1 = TakeSol(task.get(), p);
+  ASSERT_EQ(s1.solsta, VLR_SOL_STA_OPTIMAL);
+  const double obj1 = Check(p, s1).pobj;
+
+  int32_t pick = -1;  // the basic column with the most non-zeros and a lower bound of 0
+  int32_t most = 0;
+  for (int32_t j = 0; j < p.n; ++j) {
+    const auto jj = size_t(j);
+    const int32_t len = p.ptre[jj] - p.ptrb[jj];
+    if (s1.skx[jj] == VLR_SK_BAS && HasLow(p.bkx[jj]) && p.blx[jj] == 0.0 && len > most) {
+      most = len;
+      pick = j;
+    }
+  }
+  ASSERT_GE(pick, 0) << "no basic column at a lower bound of 0";
+  const auto pj = size_t(pick);
+  const double cj = p.c[pj] - p.sgn * 0.1 * (1.0 + std::fabs(p.c[pj]));
+  const int32_t ptrb = 0, ptre = most;
+  ASSERT_EQ(VLR_appendvars(task.get(), 1, &cj, &ptrb, &ptre, &p.sub[size_t(p.ptrb[pj])],
+                           &p.val[size_t(p.ptrb[pj])], &p.bkx[pj], &p.blx[pj], &p.bux[pj]),
+            VLR_RES_OK);
+  ASSERT_NO_FATAL_FAILURE(Optimize(task.get()));
+  const int64_t second = Iterations(task.get());
+  EXPECT_LE(second, std::max<int64_t>(10, first / 4)) << "first solve took " << first;
+  int32_t hot = 0;
+  ASSERT_EQ(VLR_getintinf(task.get(), VLR_IINF_SIM_PRIMAL_HOTSTART, &hot), VLR_RES_OK);
+  EXPECT_EQ(hot, 1);
+  p = TakeLp(task.get());
+  const Sol s2 = TakeSol(task.get(), p);
+  ASSERT_EQ(s2.solsta, VLR_SOL_STA_OPTIMAL);
+  ExpectOptimal(p, s2, "after the added column");
+  EXPECT_LE(p.sgn * Check(p, s2).pobj, p.sgn * obj1 + 1e-9 * std::max(1.0, std::fabs(obj1)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Opt, NetlibHotStart,
+                         ::testing::ValuesIn(Named({"afiro", "adlittle", "sc205", "scagr25",
+                                                    "ship04l", "stocfor1", "25fv47"})),
+                         NamedName);
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(NetlibHotStart);
+
+class NetlibUnbounded : public ::testing::TestWithParam<Case> {};
+
+// Maximised, these problems have no bounded optimum. The ray is checked on the task's data:
+// A xx = xc, every item moves only the ways its bounds allow, and the objective improves.
+TEST_P(NetlibUnbounded, EndsInARayThatProvesIt) {
+  auto env = vlrtest::MakeEnv();
+  auto task = ReadTask(env.get(), GetParam().path, GetParam().optimizer);
+  ASSERT_EQ(VLR_putobjsense(task.get(), VLR_OBJECTIVE_SENSE_MAXIMIZE), VLR_RES_OK);
+  ASSERT_NO_FATAL_FAILURE(Optimize(task.get()));
+  const Lp p = TakeLp(task.get());
+  const Sol s = TakeSol(task.get(), p);
+  ASSERT_EQ(s.solsta, VLR_SOL_STA_DUAL_INFEAS_CER);
+  EXPECT_EQ(s.prosta, VLR_PRO_STA_DUAL_INFEAS);
+  const auto m = size_t(p.m), n = size_t(p.n);
+  double size = 0, amax = 0, cmax = 0, cx = 0;
+  for (size_t i = 0; i < m; ++i)
+    size = std::max(size, std::fabs(s.xc[i]));
+  for (size_t j = 0; j < n; ++j) {
+    size = std::max(size, std::fabs(s.xx[j]));
+    cmax = std::max(cmax, std::fabs(p.c[j]));
+    cx += p.c[j] * s.xx[j];
+  }
+  for (size_t k = 0; k < p.val.size(); ++k)
+    amax = std::max(amax, std::fabs(p.val[k]));
+  ASSERT_GT(size, 0.0);
+  std::vector<double> ax(m, 0.0);
+  for (size_t j = 0; j < n; ++j) {
+    for (auto k = size_t(p.ptrb[j]); k < size_t(p.ptre[j]); ++k)
+      ax[size_t(p.sub[k])] += p.val[k] * s.xx[j];
+  }
+  const double tol = 1e-9 * size;
+  // How far an item moves the wrong way for its bounds.
+  auto against = [&](int32_t bk, double v) {
+    return std::max(HasLow(bk) ? -v : 0.0, HasUpp(bk) ? v : 0.0);
+  };
+  for (size_t i = 0; i < m; ++i) {
+    EXPECT_LE(std::fabs(ax[i] - s.xc[i]), tol * (1 + amax)) << "row " << i;
+    EXPECT_LE(against(p.bkc[i], s.xc[i]), tol) << "row " << i;
+  }
+  for (size_t j = 0; j < n; ++j)
+    EXPECT_LE(against(p.bkx[j], s.xx[j]), tol) << "column " << j;
+  EXPECT_GT(cx, tol * (1 + cmax)) << "the objective must grow along the ray";
+}
+
+std::vector<Case> UnboundedCases() {
+  std::vector<Case> out;
+  for (const std::string& f : Named({"adlittle", "blend", "israel", "scagr7", "stocfor1"})) {
+    for (int32_t opt : {VLR_OPTIMIZER_PRIMAL_SIMPLEX, VLR_OPTIMIZER_DUAL_SIMPLEX})
+      out.push_back({f, opt});
+  }
+  return out;
+}
+
+INSTANTIATE_TEST_SUITE_P(Opt, NetlibUnbounded, ::testing::ValuesIn(UnboundedCases()), CaseName);
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(NetlibUnbounded);
 
 // The limits run on one larger problem each: the time limit on dfl001, which takes far longer
 // than 0.01 s; the callback and the iteration limit on ship04l, which takes hundreds of

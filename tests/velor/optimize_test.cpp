@@ -150,7 +150,8 @@ void ExpectValues(const std::vector<double>& got, const std::vector<double>& wan
     EXPECT_NEAR(got[k], want[k], 1e-9) << what << "[" << k << "]";
 }
 
-constexpr int32_t kSimplexRoads[] = {VLR_OPTIMIZER_DUAL_SIMPLEX, VLR_OPTIMIZER_FREE_SIMPLEX};
+constexpr int32_t kSimplexRoads[] = {VLR_OPTIMIZER_DUAL_SIMPLEX, VLR_OPTIMIZER_FREE_SIMPLEX,
+                                     VLR_OPTIMIZER_PRIMAL_SIMPLEX};
 
 class LpSolve : public ::testing::TestWithParam<int32_t> {
  protected:
@@ -363,8 +364,79 @@ TEST_P(LpSolve, UnboundedIsNeverOptimal) {
 
 INSTANTIATE_TEST_SUITE_P(Simplex, LpSolve, ::testing::ValuesIn(kSimplexRoads),
                          [](const ::testing::TestParamInfo<int32_t>& road) {
-                           return road.param == VLR_OPTIMIZER_DUAL_SIMPLEX ? "dual" : "free";
+                           switch (road.param) {
+                             case VLR_OPTIMIZER_DUAL_SIMPLEX:
+                               return "dual";
+                             case VLR_OPTIMIZER_PRIMAL_SIMPLEX:
+                               return "primal";
+                             default:
+                               return "free";
+                           }
                          });
+
+int32_t IntInf(VLRtask_t task, int32_t item) {
+  int32_t v = -1;
+  EXPECT_EQ(VLR_getintinf(task, item, &v), VLR_RES_OK);
+  return v;
+}
+
+// The primal road. Without an objective the first phase decides: it ends at the first
+// feasible point, and every one of its iterations is a first-phase one. x0 + x1 = 4 and
+// x0 - x1 >= 1 with 0 <= x <= 3 are infeasible at the slack basis.
+TEST_F(OptimizeTest, PrimalWithoutObjectiveEndsAfterTheFirstPhase) {
+  Tiny lp;
+  lp.c = {0, 0};
+  lp.cols = {{{0, 1}, {1, 1}}, {{0, 1}, {1, -1}}};
+  lp.bkc = {VLR_BK_FX, VLR_BK_LO};
+  lp.blc = {4, 1};
+  lp.buc = {4, kInf};
+  lp.bkx = {VLR_BK_RA, VLR_BK_RA};
+  lp.blx = {0, 0};
+  lp.bux = {3, 3};
+  ASSERT_NO_FATAL_FAILURE(Load(t(), lp));
+  const Result s = Solve(t(), VLR_OPTIMIZER_PRIMAL_SIMPLEX);
+  ASSERT_EQ(s.r, VLR_RES_OK) << vlrtest::LastError(t());
+  ASSERT_EQ(s.solsta, VLR_SOL_STA_OPTIMAL);
+  EXPECT_NEAR(s.xx[0] + s.xx[1], 4.0, 1e-9);
+  EXPECT_GE(s.xx[0] - s.xx[1], 1.0 - 1e-9);
+  const int32_t iters = IntInf(t(), VLR_IINF_SIM_PRIMAL_ITER);
+  EXPECT_GT(iters, 0);
+  EXPECT_EQ(IntInf(t(), VLR_IINF_SIM_PRIMAL_INF_ITER), iters);
+  EXPECT_EQ(IntInf(t(), VLR_IINF_SIM_DUAL_ITER), 0);
+}
+
+// A boxed column whose range is shorter than any ratio only swaps its bound: max x0 + x1 over
+// x0 + x1 <= 10 with x0 in [0, 1], x1 in [0, 2], started from both columns at their lower
+// bounds, ends with both at their upper bounds and the row slack still basic.
+TEST_F(OptimizeTest, PrimalSwapsAShortRangeWithoutABasisChange) {
+  Tiny lp;
+  lp.c = {-1, -1};
+  lp.cols = {{{0, 1}}, {{0, 1}}};
+  lp.bkc = {VLR_BK_UP};
+  lp.blc = {-kInf};
+  lp.buc = {10};
+  lp.bkx = {VLR_BK_RA, VLR_BK_RA};
+  lp.blx = {0, 0};
+  lp.bux = {1, 2};
+  ASSERT_NO_FATAL_FAILURE(Load(t(), lp));
+  const int32_t startc = VLR_SK_BAS, startx[2] = {VLR_SK_LOW, VLR_SK_LOW};
+  const double zero[2] = {0, 0};
+  ASSERT_EQ(VLR_putsolution(t(), VLR_SOL_BAS, &startc, startx, nullptr, zero, zero, zero, zero,
+                            zero, zero, zero, zero),
+            VLR_RES_OK)
+      << vlrtest::LastError(t());
+  const Result s = Solve(t(), VLR_OPTIMIZER_PRIMAL_SIMPLEX);
+  ASSERT_EQ(s.r, VLR_RES_OK) << vlrtest::LastError(t());
+  ASSERT_EQ(s.solsta, VLR_SOL_STA_OPTIMAL);
+  EXPECT_EQ(s.xx[0], 1.0);
+  EXPECT_EQ(s.xx[1], 2.0);
+  int32_t skc = -1, skx[2] = {-1, -1};
+  ASSERT_EQ(VLR_getsolution(t(), VLR_SOL_BAS, nullptr, nullptr, &skc, skx, nullptr, nullptr,
+                            nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
+            VLR_RES_OK);
+  EXPECT_EQ(skc, VLR_SK_BAS);
+  EXPECT_EQ(IntInf(t(), VLR_IINF_SIM_PRIMAL_ITER), 2);
+}
 
 // min x0 over x0 <= 4, x0 >= 0 (the fixture's problem): 0 at x0 = 0.
 TEST_F(OptimizeTest, FreeChoiceOnAnLpTakesTheSimplexRoad) {
