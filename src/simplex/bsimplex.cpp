@@ -82,7 +82,10 @@ SimEngine::SimEngine(SysEnv* s)
       bpt(MemAllocator<double>(s)),
       bptr(MemAllocator<double>(s)),
       bprate(MemAllocator<double>(s)),
-      bpup(MemAllocator<int8_t>(s)) {}
+      bpup(MemAllocator<int8_t>(s)),
+      que(MemAllocator<int32_t>(s)),
+      inque(MemAllocator<int8_t>(s)),
+      quework(MemAllocator<std::pair<double, int32_t>>(s)) {}
 
 SimEngine::~SimEngine() {
   VLR_lu_delete(&lu);
@@ -346,6 +349,60 @@ void SimEngine::computexb() {
   col.nz = 0;
 }
 
+void SimEngine::refinexb() {
+  if (m == 0) return;
+  // The residual r = -(A x) of all rows, rows taking -1 at their own variable, and one solve
+  // B dx = r that corrects the basic values.
+  double* rhs = in.val.data();
+  for (int32_t k = 0; k < nt; ++k) {
+    const double v = x[static_cast<size_t>(k)];
+    if (v == 0.0) continue;
+    if (k < m) {
+      rhs[k] += v;
+    } else {
+      for (int64_t t = abeg[k - m]; t < abeg[k - m + 1]; ++t)
+        rhs[aidx[t]] -= aval[t] * v;
+    }
+  }
+  double* out = col.val.data();
+  VLR_lu_ftran(lu, rhs, out);
+  for (int32_t p = 0; p < m; ++p) {
+    x[static_cast<size_t>(head[static_cast<size_t>(p)])] += out[p];
+    out[p] = 0.0;
+    rhs[p] = 0.0;
+  }
+  in.nz = 0;
+  col.nz = 0;
+}
+
+void SimEngine::refinedual() {
+  if (m == 0) return;
+  // The residual of the basic reduced costs, c_B - B'y, one solve B'dy = r, and the reduced
+  // costs again from the corrected y.
+  double* rhs = in.val.data();
+  for (int32_t p = 0; p < m; ++p) {
+    const int32_t k = head[static_cast<size_t>(p)];
+    double r = cost[static_cast<size_t>(k)];
+    if (k < m) {
+      r += y[static_cast<size_t>(k)];
+    } else {
+      for (int64_t t = abeg[k - m]; t < abeg[k - m + 1]; ++t)
+        r -= aval[t] * y[static_cast<size_t>(aidx[t])];
+    }
+    rhs[p] = r;
+  }
+  double* out = rho.val.data();
+  VLR_lu_btran(lu, rhs, out);
+  for (int32_t i = 0; i < m; ++i) {
+    y[static_cast<size_t>(i)] += out[i];
+    out[i] = 0.0;
+    rhs[i] = 0.0;
+  }
+  in.nz = 0;
+  rho.nz = 0;
+  pricedual();
+}
+
 void SimEngine::computedual() {
   if (m > 0) {
     double* cbv = in.val.data();
@@ -361,6 +418,10 @@ void SimEngine::computedual() {
     in.nz = 0;
     rho.nz = 0;
   }
+  pricedual();
+}
+
+void SimEngine::pricedual() {
   for (int32_t i = 0; i < m; ++i)
     d[static_cast<size_t>(i)] = cost[static_cast<size_t>(i)] + y[static_cast<size_t>(i)];
   for (int32_t j = 0; j < n; ++j) {

@@ -15,6 +15,9 @@ namespace {
 
 constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr double kMaxWeight = 1e20;
+// Iterations the candidate queue serves between full refills: a full scan every so often costs
+// little against the iterations it serves, and keeps the choice close to a full pricing.
+constexpr int64_t kQueueServes = 50;
 
 // Pricing rules.
 enum PrimalPricing : int32_t {
@@ -31,6 +34,8 @@ const char* primal_pricingname(int32_t rule) {
       return "partial";
     case kPriceFull:
       return "full";
+    case kPriceDevex + 4:
+      return "devex over the candidate queue";
     default:
       return "devex";
   }
@@ -68,7 +73,7 @@ void SimEngine::primalchoosepricing(bool hot) {
       pricing = ifpricing = kPriceDevex;
       break;
     default:
-      pricing = ifpricing = g >= 30.0 && !hot ? kPricePartial : kPriceDevex;
+      pricing = ifpricing = g >= 30.0 && !hot ? kPricePartial : kPriceDevex + 4;
       break;
   }
   log("%-20s: %d\n", "select_method", pricing);
@@ -122,18 +127,94 @@ int32_t SimEngine::primalprice(int32_t rule) {
     }
     return -1;
   }
-  int32_t q = -1;
-  double best = 0.0;
+  const int32_t base = rule > kPriceDevex ? rule - 4 : rule;
+  if (rule <= kPriceDevex) {
+    int32_t q = -1;
+    double best = 0.0;
+    for (int32_t k = 0; k < nt; ++k) {
+      const double v = dualviolation(k);
+      if (v <= tols) continue;
+      const double merit = base == kPriceFull ? v * v : v * v / pw[static_cast<size_t>(k)];
+      if (merit > best) {
+        best = merit;
+        q = k;
+      }
+    }
+    return q;
+  }
+  // The queue: its best member, dropping those no longer attractive; a full refill when it
+  // runs dry or has served long enough.
+  if (quelen > 0 && iterations() - querefill < kQueueServes) {
+    int32_t q = -1;
+    double best = 0.0;
+    for (int32_t t = 0; t < quelen; ++t) {
+      const int32_t k = que[static_cast<size_t>(t)];
+      const double v = dualviolation(k);
+      if (v <= tols) {
+        inque[static_cast<size_t>(k)] = 0;
+        que[static_cast<size_t>(t--)] = que[static_cast<size_t>(--quelen)];
+        continue;
+      }
+      const double merit = base == kPriceFull ? v * v : v * v / pw[static_cast<size_t>(k)];
+      if (merit > best) {
+        best = merit;
+        q = k;
+      }
+    }
+    if (q >= 0) return q;
+  }
+  return querefillselect(base);
+}
+
+int32_t SimEngine::querefillselect(int32_t base) {
+  const auto snt = static_cast<size_t>(nt);
+  if (inque.size() != snt) {
+    inque.assign(snt, 0);
+    que.assign(snt, 0);
+    quework.resize(snt);
+  }
+  for (int32_t t = 0; t < quelen; ++t)
+    inque[static_cast<size_t>(que[static_cast<size_t>(t)])] = 0;
+  quelen = 0;
+  int32_t nc = 0;
   for (int32_t k = 0; k < nt; ++k) {
     const double v = dualviolation(k);
     if (v <= tols) continue;
-    const double merit = rule == kPriceFull ? v * v : v * v / pw[static_cast<size_t>(k)];
+    const double merit = base == kPriceFull ? v * v : v * v / pw[static_cast<size_t>(k)];
+    quework[static_cast<size_t>(nc++)] = {merit, k};
+  }
+  querefill = iterations();
+  if (nc == 0) return -1;
+  // Room for a tenth of the candidates, at least 500, within the size of the problem.
+  quecap = std::max(10, std::min({std::max(nc / 5, 1000), 20000, (4 * nt) / 5}));
+  const auto greater = [](const std::pair<double, int32_t>& u,
+                          const std::pair<double, int32_t>& v) {
+    return u.first > v.first || (u.first == v.first && u.second < v.second);
+  };
+  if (nc > quecap) {
+    std::nth_element(quework.begin(), quework.begin() + quecap, quework.begin() + nc, greater);
+    nc = quecap;
+  }
+  int32_t q = -1;
+  double best = 0.0;
+  for (int32_t t = 0; t < nc; ++t) {
+    const auto& [merit, k] = quework[static_cast<size_t>(t)];
+    que[static_cast<size_t>(quelen++)] = k;
+    inque[static_cast<size_t>(k)] = 1;
     if (merit > best) {
       best = merit;
       q = k;
     }
   }
   return q;
+}
+
+void SimEngine::queinsert(int32_t k) {
+  const auto s = static_cast<size_t>(k);
+  if (quelen >= quecap || inque.size() != static_cast<size_t>(nt) || inque[s] != 0) return;
+  if (dualviolation(k) <= tols) return;
+  inque[s] = 1;
+  que[static_cast<size_t>(quelen++)] = k;
 }
 
 void SimEngine::primalratio(int32_t q, double dir, int32_t* p, double* step, bool* toupper,
@@ -253,19 +334,25 @@ void SimEngine::primalratioinf(int32_t q, double dir, int32_t* p, double* step, 
       add(pp, (ub[k] - x[k]) / aa, (ub[k] - x[k] + tolx) / aa, aa, true);
     }
   }
-  std::sort(bporder.begin(), bporder.begin() + nb, [&](int32_t u, int32_t v) {
+  // Pass the break points in the order of their ratios, taken from a heap so that only the
+  // ones passed are ordered.
+  const auto later = [&](int32_t u, int32_t v) {
     const double tu = bpt[static_cast<size_t>(u)], tv = bpt[static_cast<size_t>(v)];
-    return tu < tv || (tu == tv && u < v);
-  });
+    return tu > tv || (tu == tv && u > v);
+  };
+  std::make_heap(bporder.begin(), bporder.begin() + nb, later);
   const double range = ub[sq] - lb[sq];
   double slope = std::fabs(d[sq]);
-  int32_t stop = -1;  // index in the order where the slope turns
-  for (int32_t o = 0; o < nb; ++o) {
-    const auto b = static_cast<size_t>(bporder[static_cast<size_t>(o)]);
-    if (bpt[b] > range) break;
-    slope -= bprate[b];
+  int32_t left = nb;  // bporder[0, left) is the heap of the break points not yet passed
+  int32_t stop = -1;  // the break point where the slope turns
+  while (left > 0) {
+    const int32_t b = bporder[0];
+    if (bpt[static_cast<size_t>(b)] > range) break;
+    std::pop_heap(bporder.begin(), bporder.begin() + left, later);
+    --left;
+    slope -= bprate[static_cast<size_t>(b)];
     if (slope <= 0.0) {
-      stop = o;
+      stop = b;
       break;
     }
   }
@@ -276,25 +363,24 @@ void SimEngine::primalratioinf(int32_t q, double dir, int32_t* p, double* step, 
       return;
     }
     if (nb == 0) return;
-    stop = nb - 1;
+    stop = bporder[static_cast<size_t>(left)];  // the last one passed
   }
   // Among the break points the step may end at within the tolerance, the largest |a|.
-  double limit = kInf;
-  for (int32_t o = stop; o < nb; ++o)
+  const double tstop = bpt[static_cast<size_t>(stop)];
+  double limit = bptr[static_cast<size_t>(stop)];
+  for (int32_t o = 0; o < left; ++o)
     limit = std::min(limit, bptr[static_cast<size_t>(bporder[static_cast<size_t>(o)])]);
-  const double tstop = bpt[static_cast<size_t>(bporder[static_cast<size_t>(stop)])];
   int32_t best = -1;
   double bestabs = 0.0;
-  for (int32_t o = 0; o < nb; ++o) {
-    const auto b = static_cast<size_t>(bporder[static_cast<size_t>(o)]);
-    if (bpt[b] > limit) break;
-    if (bptr[b] < tstop) continue;
-    if (bprate[b] > bestabs) {
-      bestabs = bprate[b];
-      best = static_cast<int32_t>(b);
+  for (int32_t b = 0; b < nb; ++b) {
+    const auto sb = static_cast<size_t>(b);
+    if (bpt[sb] > limit || bptr[sb] < tstop) continue;
+    if (bprate[sb] > bestabs || (bprate[sb] == bestabs && b == stop)) {
+      bestabs = bprate[sb];
+      best = b;
     }
   }
-  if (best < 0) best = bporder[static_cast<size_t>(stop)];
+  if (best < 0) best = stop;
   const auto b = static_cast<size_t>(best);
   *p = bppos[b];
   *step = bpt[b];
@@ -325,7 +411,9 @@ void SimEngine::primalcostupdate() {
   formrow();
   for (int32_t t = 0; t < alphanz; ++t) {
     const auto k = static_cast<size_t>(alphaidx[static_cast<size_t>(t)]);
-    if (pos[k] < 0) d[k] -= alpha[k];
+    if (pos[k] >= 0) continue;
+    d[k] -= alpha[k];
+    queinsert(static_cast<int32_t>(k));
   }
 }
 
@@ -671,6 +759,7 @@ int32_t SimEngine::primalloop() {
           const auto k = static_cast<size_t>(alphaidx[static_cast<size_t>(t)]);
           if (pos[k] >= 0 || k == sq) continue;
           pw[k] = std::min(std::max(pw[k], alpha[k] * alpha[k] * r2), kMaxWeight);
+          queinsert(static_cast<int32_t>(k));
         }
         pw[sl] = std::max(r2, 1.0);
       }

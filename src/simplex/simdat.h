@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "cpub/sysenv.h"
@@ -109,7 +110,14 @@ struct SimEngine {
   SimVec<int8_t> bpup;               // ratios, rates and the bound each one reaches
   int32_t pricing = 5;               // kPrice* of the phase without and with infeasibilities
   int32_t ifpricing = 5;
-  int32_t partialnext = 0;   // where the next partial scan starts
+  int32_t partialnext = 0;  // where the next partial scan starts
+  // The candidate queue: a pool of attractive non-basic variables that pricing scans between
+  // full refills; members that stopped being attractive drop out when met.
+  SimVec<int32_t> que;
+  SimVec<int8_t> inque;
+  SimVec<std::pair<double, int32_t>> quework;
+  int32_t quelen = 0, quecap = 0;
+  int64_t querefill = 0;     // iteration of the last refill
   int32_t ninf = 0;          // first phase: basic variables outside their bounds
   int32_t kickmode = 0;      // 0 none, 1 to 3 rising readiness to kick (see primalkick)
   bool kicked = false;       // a bound has been moved by a kick
@@ -133,6 +141,12 @@ struct SimEngine {
   int32_t factor();
   // x of the basic variables from the non-basic ones: B xB = -N xN.
   void computexb();
+  // One step of iterative refinement of the basic values against the rows' residual.
+  void refinexb();
+  // The same for the duals, with the reduced costs recomputed from them.
+  void refinedual();
+  // d from y and the working cost.
+  void pricedual();
   // y and d from the working cost.
   void computedual();
   // The slack basis with every column at the bound its status wants.
@@ -191,6 +205,8 @@ struct SimEngine {
   void primalkick(int32_t level);
   int32_t primalresetbounds();  // back to the true bounds; returns the count moved
   void devexreset();
+  void queinsert(int32_t k);  // adds an attractive variable to the queue when it has room
+  int32_t querefillselect(int32_t base);  // refills by a full scan; returns the best
   void removeperturbation();
   void log(const char* format, ...) VLR_PRINTF(2, 3);
   void logline(int32_t phase, bool force);

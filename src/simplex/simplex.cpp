@@ -406,6 +406,10 @@ int32_t simplex_run(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, co
     break;
   }
   e.logline(2, true);
+  if (end == kLoopOptimal) {
+    e.refinexb();
+    e.refinedual();
+  }
   simplex_getsolution(e, r, s, sol);
   if (end == kLoopUnbounded) {
     for (int32_t k = 0; k < e.nt; ++k) {
