@@ -112,6 +112,18 @@ int32_t SimEngine::primalprice(int32_t rule) {
       for (int32_t t = scanned; t < end; ++t) {
         int32_t k = partialnext + t;
         if (k >= nt) k -= nt;
+        const auto sk = static_cast<size_t>(k);
+        if (nstat[sk] == kNbBasic || nstat[sk] == kNbFixed) continue;
+        // The reduced costs are not updated under partial pricing: each is formed from the
+        // duals when its block is scanned.
+        double dk = cost[sk];
+        if (k < m) {
+          dk += y[sk];
+        } else {
+          for (int64_t e = abeg[k - m]; e < abeg[k - m + 1]; ++e)
+            dk -= aval[e] * y[static_cast<size_t>(aidx[e])];
+        }
+        d[sk] = dk;
         const double v = dualviolation(k);
         if (v > best) {
           best = v;
@@ -387,7 +399,7 @@ void SimEngine::primalratioinf(int32_t q, double dir, int32_t* p, double* step, 
   *toupper = bpup[b] != 0;
 }
 
-void SimEngine::primalcostupdate() {
+void SimEngine::primalcostupdate(bool lazy) {
   in.nz = 0;
   for (int32_t t = 0; t < col.nz; ++t) {
     const int32_t pp = col.idx[static_cast<size_t>(t)];
@@ -408,6 +420,7 @@ void SimEngine::primalcostupdate() {
     const auto i = static_cast<size_t>(rho.idx[static_cast<size_t>(t)]);
     y[i] += rho.val[i];
   }
+  if (lazy) return;
   formrow();
   for (int32_t t = 0; t < alphanz; ++t) {
     const auto k = static_cast<size_t>(alphaidx[static_cast<size_t>(t)]);
@@ -601,7 +614,9 @@ int32_t SimEngine::primalloop() {
       blockdeg = info->degiter;
     }
 
-    const int32_t q = primalprice(phase == 1 ? ifpricing : pricing);
+    const int32_t rule = phase == 1 ? ifpricing : pricing;
+    const bool lazy = rule == kPricePartial;  // reduced costs formed when priced, not updated
+    const int32_t q = primalprice(rule);
     if (q < 0) {
       if (!fresh) {  // confirm on a fresh factor
         needfactor = true;
@@ -687,7 +702,7 @@ int32_t SimEngine::primalloop() {
       ++info->iter[par->slot];
       if (phase == 1) {
         ++info->infiter;
-        primalcostupdate();
+        primalcostupdate(lazy);
       }
       continue;
     }
@@ -696,8 +711,18 @@ int32_t SimEngine::primalloop() {
     const auto sl = static_cast<size_t>(leave);
     const double alphac = col.val[static_cast<size_t>(p)];
     btranrow(p);
-    formrow();
-    const double alphar = alpha[sq];
+    double alphar = 0.0;
+    if (lazy) {
+      if (q < m) {
+        alphar = -rho.val[sq];
+      } else {
+        for (int64_t t = abeg[q - m]; t < abeg[q - m + 1]; ++t)
+          alphar += aval[t] * rho.val[static_cast<size_t>(aidx[t])];
+      }
+    } else {
+      formrow();
+      alphar = alpha[sq];
+    }
     if (std::fabs(alphac - alphar) > 1e-7 * (1.0 + std::fabs(alphac)) ||
         std::fabs(alphac) <= tolpiv) {
       spike.clear();
@@ -730,7 +755,7 @@ int32_t SimEngine::primalloop() {
 
     // Duals and reduced costs over the pivot row.
     const double thetad = d[sq] / alphar;
-    for (int32_t t = 0; t < alphanz; ++t) {
+    for (int32_t t = 0; t < alphanz && !lazy; ++t) {
       const auto k = static_cast<size_t>(alphaidx[static_cast<size_t>(t)]);
       if (pos[k] < 0) d[k] -= thetad * alpha[k];
     }
@@ -742,7 +767,7 @@ int32_t SimEngine::primalloop() {
     // Devex weights: the norm of each column's edge restricted to the reference framework;
     // the entering column's is measured, and a weight that drifted far from it restarts the
     // framework.
-    {
+    if (!lazy) {
       double exact = pref[sq] != 0 ? 1.0 : 0.0;
       for (int32_t t = 0; t < col.nz; ++t) {
         const int32_t pp = col.idx[static_cast<size_t>(t)];
@@ -791,7 +816,7 @@ int32_t SimEngine::primalloop() {
       continue;
     }
     if (lr == kLuRefactorSoon) needfactor = true;
-    if (phase == 1) primalcostupdate();
+    if (phase == 1) primalcostupdate(lazy);
   }
 }
 
@@ -820,6 +845,7 @@ int32_t SimEngine::primalsimplex(bool hot) {
   for (int32_t round = 0; round < 6; ++round) {
     if (round >= 4) kickmode = 0;  // the last rounds run on the true bounds alone
     end = primalloop();
+    if (pricing == kPricePartial) pricedual();
     if (end == kLoopUnbounded && boundsmoved) {
       // A ray does not depend on where the bounds lie, only on which are finite.
       primalresetbounds();

@@ -199,8 +199,9 @@ struct SimEngine {
   void primalratio(int32_t q, double dir, int32_t* p, double* step, bool* toupper, bool* flip);
   void primalratioinf(int32_t q, double dir, int32_t* p, double* step, bool* toupper, bool* flip);
   // After the values on col's pattern changed in the first phase: the composite costs that
-  // changed, and the duals and reduced costs through one solve with the transposed basis.
-  void primalcostupdate();
+  // changed, and the duals through one solve with the transposed basis; the reduced costs too
+  // unless lazy (partial pricing forms them from the duals).
+  void primalcostupdate(bool lazy);
   void primalperturb();
   void primalkick(int32_t level);
   int32_t primalresetbounds();  // back to the true bounds; returns the count moved

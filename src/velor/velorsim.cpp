@@ -309,6 +309,13 @@ int32_t velorsim_run(Task* task, int32_t optimizer) {
                   static_cast<long long>(info.degiter));
     VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %lld\n", "Inf. iterations",
                   static_cast<long long>(info.infiter));
+    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %-.12e\n", "Primal obj", sense * info.pobj);
+    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %-.12e\n", "Dual obj", sense * info.dobj);
+    char text[VLR_MAX_STR_LEN] = "";
+    VLR_prostatostr(VLR_taskhandle(task), info.prosta, text);
+    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %-s\n", "Problem status", text);
+    VLR_solstatostr(VLR_taskhandle(task), info.solsta, text);
+    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %-s\n", "Solution status", text);
     VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %d\n", "LU factors", info.numfactor);
     VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %-.4f\n", "Time", info.time);
   }
