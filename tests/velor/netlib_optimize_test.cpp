@@ -593,6 +593,39 @@ TEST_P(NetlibUnbounded, EndsInARayThatProvesIt) {
   EXPECT_GT(cx, tol * (1 + cmax)) << "the objective must grow along the ray";
 }
 
+class NetlibRepeat : public ::testing::TestWithParam<Case> {};
+
+// Runs repeat exactly: the same problem solved twice from scratch takes the same iterations to
+// the same basis and the same values, bit for bit.
+TEST_P(NetlibRepeat, TwoRunsGiveTheSameBasisAndValues) {
+  auto env = vlrtest::MakeEnv();
+  std::vector<Sol> sols;
+  std::vector<int64_t> iters;
+  for (int run = 0; run < 2; ++run) {
+    auto task = ReadTask(env.get(), GetParam().path, GetParam().optimizer);
+    ASSERT_NO_FATAL_FAILURE(Optimize(task.get()));
+    iters.push_back(Iterations(task.get()));
+    sols.push_back(TakeSol(task.get(), TakeLp(task.get())));
+  }
+  EXPECT_EQ(iters[0], iters[1]);
+  EXPECT_EQ(sols[0].skx, sols[1].skx);
+  EXPECT_EQ(sols[0].skc, sols[1].skc);
+  EXPECT_EQ(sols[0].xx, sols[1].xx);
+  EXPECT_EQ(sols[0].y, sols[1].y);
+}
+
+std::vector<Case> RepeatCases() {
+  std::vector<Case> out;
+  for (const std::string& f : Named({"degen2", "25fv47"})) {
+    for (int32_t opt : {VLR_OPTIMIZER_PRIMAL_SIMPLEX, VLR_OPTIMIZER_DUAL_SIMPLEX})
+      out.push_back({f, opt});
+  }
+  return out;
+}
+
+INSTANTIATE_TEST_SUITE_P(Opt, NetlibRepeat, ::testing::ValuesIn(RepeatCases()), CaseName);
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(NetlibRepeat);
+
 std::vector<Case> UnboundedCases() {
   std::vector<Case> out;
   for (const std::string& f : Named({"adlittle", "blend", "israel", "scagr7", "stocfor1"})) {
