@@ -381,15 +381,7 @@ void SimEngine::refinedual() {
   // costs again from the corrected y.
   double* rhs = in.val.data();
   for (int32_t p = 0; p < m; ++p) {
-    const int32_t k = head[static_cast<size_t>(p)];
-    double r = cost[static_cast<size_t>(k)];
-    if (k < m) {
-      r += y[static_cast<size_t>(k)];
-    } else {
-      for (int64_t t = abeg[k - m]; t < abeg[k - m + 1]; ++t)
-        r -= aval[t] * y[static_cast<size_t>(aidx[t])];
-    }
-    rhs[p] = r;
+    rhs[p] = reducedcost(head[static_cast<size_t>(p)]);
   }
   double* out = rho.val.data();
   VLR_lu_btran(lu, rhs, out);
@@ -421,15 +413,17 @@ void SimEngine::computedual() {
   pricedual();
 }
 
+double SimEngine::reducedcost(int32_t k) const {
+  double r = cost[static_cast<size_t>(k)];
+  if (k < m) return r + y[static_cast<size_t>(k)];
+  for (int64_t t = abeg[k - m]; t < abeg[k - m + 1]; ++t)
+    r -= aval[t] * y[static_cast<size_t>(aidx[t])];
+  return r;
+}
+
 void SimEngine::pricedual() {
-  for (int32_t i = 0; i < m; ++i)
-    d[static_cast<size_t>(i)] = cost[static_cast<size_t>(i)] + y[static_cast<size_t>(i)];
-  for (int32_t j = 0; j < n; ++j) {
-    double s = cost[static_cast<size_t>(m + j)];
-    for (int64_t t = abeg[j]; t < abeg[j + 1]; ++t)
-      s -= aval[t] * y[static_cast<size_t>(aidx[t])];
-    d[static_cast<size_t>(m + j)] = s;
-  }
+  for (int32_t k = 0; k < nt; ++k)
+    d[static_cast<size_t>(k)] = reducedcost(k);
   for (int32_t p = 0; p < m; ++p)
     d[static_cast<size_t>(head[static_cast<size_t>(p)])] = 0.0;
 }

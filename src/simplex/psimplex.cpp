@@ -116,14 +116,7 @@ int32_t SimEngine::primalprice(int32_t rule) {
         if (nstat[sk] == kNbBasic || nstat[sk] == kNbFixed) continue;
         // The reduced costs are not updated under partial pricing: each is formed from the
         // duals when its block is scanned.
-        double dk = cost[sk];
-        if (k < m) {
-          dk += y[sk];
-        } else {
-          for (int64_t e = abeg[k - m]; e < abeg[k - m + 1]; ++e)
-            dk -= aval[e] * y[static_cast<size_t>(aidx[e])];
-        }
-        d[sk] = dk;
+        d[sk] = reducedcost(k);
         const double v = dualviolation(k);
         if (v > best) {
           best = v;
@@ -634,13 +627,7 @@ int32_t SimEngine::primalloop() {
 
     // The reduced cost of q from the maintained duals must agree with the updated one.
     {
-      double s2 = cost[sq];
-      if (q < m) {
-        s2 += y[sq];
-      } else {
-        for (int64_t t = abeg[q - m]; t < abeg[q - m + 1]; ++t)
-          s2 -= aval[t] * y[static_cast<size_t>(aidx[t])];
-      }
+      const double s2 = reducedcost(q);
       const double s1 = d[sq];
       if (std::fabs(s1) > 0.01 && std::fabs(s2 - s1) / (std::fabs(s2) + 1.0) > 1e-2) {
         if (iterations() - lastdual >= 11 || fresh) {

@@ -147,6 +147,8 @@ struct SimEngine {
   void refinedual();
   // d from y and the working cost.
   void pricedual();
+  // The reduced cost of variable k from y and the working cost.
+  double reducedcost(int32_t k) const;
   // y and d from the working cost.
   void computedual();
   // The slack basis with every column at the bound its status wants.
