@@ -1156,6 +1156,7 @@ enum VLR_rescode_enum {
   VLR_RES_ERR_AD_INVALID_OPERAND                 = 3104,
   VLR_RES_ERR_AD_MISSING_OPERAND                 = 3105,
   VLR_RES_ERR_AD_MISSING_RETURN                  = 3106,
+  VLR_RES_ERR_TASK_IN_USE                        = 3110,
   VLR_RES_ERR_INVALID_BRANCH_DIRECTION           = 3200,
   VLR_RES_ERR_INVALID_BRANCH_PRIORITY            = 3201,
   VLR_RES_ERR_INTERNAL_TEST_FAILED               = 3500,

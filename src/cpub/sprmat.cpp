@@ -24,7 +24,7 @@ int32_t sprmat_minor(const sprmat* mat) {
 }
 
 int64_t sprmat_suggestmaxsize(int64_t maxsize, int64_t needed) {
-  return std::max(2 * maxsize, needed) + 1;
+  return std::min(std::max(2 * maxsize, needed) + 1, kSprMaxSize);
 }
 
 void sprmat_deletecache(sprmat* mat) {
@@ -47,6 +47,7 @@ int64_t sprmat_storedsize(const sprmat* mat) {
 // Copies every vector compactly, in major order, into new arrays of newmax + overhead elements.
 // The cache must be empty and deleted.
 int32_t sprmat_rebuild(sprmat* mat, int64_t newmax) {
+  if (newmax > kSprMaxSize) return kSprNoSpace;
   const int64_t alloc = newmax + mat->overhead;
   int32_t* nsub = sprmat_alloc<int32_t>(mat->sys, alloc);
   double* nval = sprmat_alloc<double>(mat->sys, alloc);
@@ -150,6 +151,7 @@ int32_t sprmat_flushrebuild(sprmat* mat, const FlushWork& w) {
     }
   }
   const bool grow = total > mat->maxsize;
+  if (total > kSprMaxSize) return kSprNoSpace;
   const int64_t newmax = grow ? sprmat_suggestmaxsize(mat->maxsize, total) : mat->maxsize;
   const int64_t alloc = grow ? newmax + mat->overhead : total;
   int32_t* nsub = sprmat_alloc<int32_t>(mat->sys, alloc);

@@ -12,6 +12,10 @@ namespace vlr {
 // ---- sprmat -----------------------------------------------------------------------------------
 
 // Status numbers of the sprmat functions; the task layer turns them into response codes.
+// No store of elements holds more than this: twice the size plus an overhead still fits in 64
+// bits, and so does the byte count of its values. Larger capacities are refused as no space.
+constexpr int64_t kSprMaxSize = INT64_MAX / 32;
+
 enum SprmatCode : int32_t {
   kSprOk = 0,
   kSprRowsFull = 1,       // appending rows past maxnumrow

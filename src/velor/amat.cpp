@@ -11,7 +11,7 @@ namespace vlr {
 namespace {
 
 // NaN is an error, huge an error, large a warning; tiny values count as zeros.
-int32_t amat_checkvalue(Task* task, int32_t i, int32_t j, double x) {
+int32_t amat_checkvalue(Task* task, int32_t i, int32_t j, double x, bool warn = true) {
   char bi[32], bj[32];
   if (std::isnan(x)) {
     return VLR_RAISE(task, VLR_RES_ERR_NAN_IN_AIJ, VLR_getnamex(task, VLR_PI_CON, i, bi), i,
@@ -22,7 +22,7 @@ int32_t amat_checkvalue(Task* task, int32_t i, int32_t j, double x) {
     return VLR_RAISE(task, VLR_RES_ERR_HUGE_AIJ, x, VLR_getnamex(task, VLR_PI_CON, i, bi), i,
                      VLR_getnamex(task, VLR_PI_VAR, j, bj), j);
   }
-  if (ax >= VLRP_getdouparam(task, VLR_DPAR_DATA_TOL_AIJ_LARGE)) {
+  if (warn && ax >= VLRP_getdouparam(task, VLR_DPAR_DATA_TOL_AIJ_LARGE)) {
     return VLR_RAISE(task, VLR_RES_WRN_LARGE_AIJ, x, VLR_getnamex(task, VLR_PI_CON, i, bi), i,
                      VLR_getnamex(task, VLR_PI_VAR, j, bj), j);
   }
@@ -58,15 +58,31 @@ int32_t amat_logged(Task* task, int64_t before, int32_t code) {
 template <class P>
 int32_t amat_putaveclist(Task* task, int32_t accmode, int32_t num, const int32_t* sub,
                          const P* ptrb, const P* ptre, const int32_t* asub, const double* aval) {
+  if (num < 0) return VLR_RAISE(task, VLR_RES_ERR_INDEX_IS_TOO_SMALL, num, "num");
   if (num > 0 && (sub == nullptr || ptrb == nullptr || ptre == nullptr)) {
     return VLR_RAISE(task, VLR_RES_ERR_NULL_POINTER, sub == nullptr ? "sub" : "ptrb or ptre");
   }
+  // Every vector is checked before any is written.
   for (int32_t k = 0; k < num; ++k) {
-    if (ptre[k] < ptrb[k]) return VLR_RAISE(task, VLR_RES_ERR_INV_APTRE, k);
+    if (ptre[k] < ptrb[k] || ptrb[k] < 0) return VLR_RAISE(task, VLR_RES_ERR_INV_APTRE, k);
+    const int32_t r = VLRP_checkavec(task, accmode, sub[k], static_cast<int64_t>(ptre[k] - ptrb[k]),
+                                     asub + ptrb[k], aval + ptrb[k]);
+    if (r != VLR_RES_OK) return r;
+  }
+  for (int32_t k = 0; k < num; ++k) {
     const int32_t r = VLRP_putavec(task, accmode, sub[k], static_cast<int64_t>(ptre[k] - ptrb[k]),
                                    asub + ptrb[k], aval + ptrb[k]);
     if (r != VLR_RES_OK) return r;
   }
+  return VLR_RES_OK;
+}
+
+// The slice readers fill sub and val from maxnumnz - surplus on: a surplus outside
+// [0, maxnumnz] would write before the caller's arrays, and is refused before anything is read.
+int32_t amat_checksurplus(Task* task, int64_t maxnumnz, int64_t surplus, bool arrays) {
+  if (surplus < 0) return VLR_RAISE(task, VLR_RES_ERR_NEGATIVE_SURPLUS);
+  if (maxnumnz < 0 || surplus > maxnumnz) return VLR_RAISE(task, VLR_RES_ERR_INVALID_SURPLUS);
+  if (!arrays && surplus > 0) return VLR_RAISE(task, VLR_RES_ERR_NULL_POINTER, "sub or val");
   return VLR_RES_OK;
 }
 
@@ -76,6 +92,9 @@ int32_t amat_getaslice(Task* task, int32_t accmode, int32_t first, int32_t last,
   int32_t r = amat_checkslice(task, accmode, first, last);
   if (r != VLR_RES_OK) return r;
   if (surplus == nullptr) return VLR_RAISE(task, VLR_RES_ERR_NULL_POINTER, "surplus");
+  r = amat_checksurplus(task, static_cast<int64_t>(maxnumnz), static_cast<int64_t>(*surplus),
+                        sub != nullptr && val != nullptr);
+  if (r != VLR_RES_OK) return r;
   sprmat* a = task->data->a;
   if constexpr (sizeof(P) == 8) {
     r = accmode == VLR_ACC_CON
@@ -111,6 +130,30 @@ int32_t amat_getaslicenumnz(Task* task, int32_t accmode, int32_t first, int32_t 
   }
 }
 
+// The numbers of a whole-problem load that can be checked before the old problem goes: costs,
+// the constant and the bounds. Size warnings come later, as the items are stored.
+int32_t amat_checkinput(Task* task, int32_t numcon, int32_t numvar, const double* c, double cfix,
+                        const int32_t* bkc, const double* blc, const double* buc,
+                        const int32_t* bkx, const double* blx, const double* bux) {
+  if (!std::isfinite(cfix)) return VLR_RAISE(task, VLR_RES_ERR_NAN_IN_DOUBLE_DATA, "cfix");
+  const double huge = VLRP_getdouparam(task, VLR_DPAR_DATA_TOL_C_HUGE);
+  char buf[32];
+  for (int32_t j = 0; c != nullptr && j < numvar; ++j) {
+    if (std::isnan(c[j])) {
+      return VLR_RAISE(task, VLR_RES_ERR_NAN_IN_C, VLR_getnamex(task, VLR_PI_VAR, j, buf), j);
+    }
+    if (std::fabs(c[j]) > huge) {
+      return VLR_RAISE(task, VLR_RES_ERR_HUGE_C, c[j], VLR_getnamex(task, VLR_PI_VAR, j, buf), j);
+    }
+  }
+  int32_t r = VLR_RES_OK;
+  for (int32_t i = 0; i < numcon && r == VLR_RES_OK; ++i)
+    r = VLRP_checkboundvalue(task, VLR_ACC_CON, i, bkc[i], blc[i], buc[i]);
+  for (int32_t j = 0; j < numvar && r == VLR_RES_OK; ++j)
+    r = VLRP_checkboundvalue(task, VLR_ACC_VAR, j, bkx[j], blx[j], bux[j]);
+  return r;
+}
+
 // Loads a whole linear problem: every column is checked before anything of the task changes.
 template <class P>
 int32_t amat_inputdata(VLRtask_t handle, Task* task, int32_t maxnumcon, int32_t maxnumvar,
@@ -144,6 +187,7 @@ int32_t amat_inputdata(VLRtask_t handle, Task* task, int32_t maxnumcon, int32_t 
       } else if (mark[i] == j + 1) {
         r = VLR_RAISE(task, VLR_RES_ERR_MUL_A_ELEMENT, i, j);
       }
+      if (r == VLR_RES_OK) r = amat_checkvalue(task, i, j, aval[k], false);
       if (r != VLR_RES_OK) break;
       mark[i] = j + 1;
     }
@@ -156,6 +200,8 @@ int32_t amat_inputdata(VLRtask_t handle, Task* task, int32_t maxnumcon, int32_t 
     }
   }
   VLR_putbuf(task, 4, 1, reinterpret_cast<void**>(&mark));
+  if (r != VLR_RES_OK) return r;
+  r = amat_checkinput(task, numcon, numvar, c, cfix, bkc, blc, buc, bkx, blx, bux);
   if (r != VLR_RES_OK) return r;
   r = VLR_resizetask64(handle, std::max(maxnumcon, numcon), std::max(maxnumvar, numvar), 0, total,
                        0);
@@ -201,11 +247,17 @@ int32_t amat_appendload(Task* task, int32_t accmode, int32_t num, const double* 
 
 }  // namespace
 
-int32_t VLRP_putaij(Task* task, int32_t i, int32_t j, double aij) {
-  TaskData* d = task->data;
+int32_t VLRP_checkaij(Task* task, int32_t i, int32_t j, double aij) {
+  const TaskData* d = task->data;
   int32_t r = VLR_checkindexdbg(VLR_HERE, task, i, d->numcon, "i");
   if (r == VLR_RES_OK) r = VLR_checkindexdbg(VLR_HERE, task, j, d->numvar, "j");
   if (r == VLR_RES_OK) r = amat_checkvalue(task, i, j, aij);
+  return r;
+}
+
+int32_t VLRP_putaij(Task* task, int32_t i, int32_t j, double aij) {
+  TaskData* d = task->data;
+  int32_t r = VLRP_checkaij(task, i, j, aij);
   if (r != VLR_RES_OK) return r;
   // A tiny value is stored as 0, which the cache turns into a removal.
   if (std::fabs(aij) < VLRP_getdouparam(task, VLR_DPAR_DATA_TOL_AIJ)) aij = 0.0;
@@ -215,9 +267,9 @@ int32_t VLRP_putaij(Task* task, int32_t i, int32_t j, double aij) {
   return r;
 }
 
-int32_t VLRP_putavec(Task* task, int32_t accmode, int32_t i, int64_t nz, const int32_t* sub,
-                     const double* val) {
-  TaskData* d = task->data;
+int32_t VLRP_checkavec(Task* task, int32_t accmode, int32_t i, int64_t nz, const int32_t* sub,
+                       const double* val) {
+  const TaskData* d = task->data;
   int32_t r = amat_checkaccmode(task, accmode);
   if (r != VLR_RES_OK) return r;
   const bool row = accmode == VLR_ACC_CON;
@@ -225,11 +277,10 @@ int32_t VLRP_putavec(Task* task, int32_t accmode, int32_t i, int64_t nz, const i
   const char* what = row ? "subj" : "subi";
   r = VLR_checkindexdbg(VLR_HERE, task, i, row ? d->numcon : d->numvar, "i");
   if (r != VLR_RES_OK) return r;
+  if (nz < 0) return VLR_RAISE(task, VLR_RES_ERR_INDEX_IS_TOO_SMALL, static_cast<int>(nz), "nzi");
   if (nz > 0 && (sub == nullptr || val == nullptr)) {
     return VLR_RAISE(task, VLR_RES_ERR_NULL_POINTER, sub == nullptr ? what : "val");
   }
-  const double tiny = VLRP_getdouparam(task, VLR_DPAR_DATA_TOL_AIJ);
-  int64_t nsmall = 0;
   for (int64_t k = 0; k < nz; ++k) {
     const auto pos = static_cast<int32_t>(k);
     if (sub[k] < 0)
@@ -239,6 +290,20 @@ int32_t VLRP_putavec(Task* task, int32_t accmode, int32_t i, int64_t nz, const i
     }
     r = amat_checkvalue(task, row ? i : sub[k], row ? sub[k] : i, val[k]);
     if (r != VLR_RES_OK) return r;
+  }
+  return VLR_RES_OK;
+}
+
+int32_t VLRP_putavec(Task* task, int32_t accmode, int32_t i, int64_t nz, const int32_t* sub,
+                     const double* val) {
+  TaskData* d = task->data;
+  int32_t r = VLRP_checkavec(task, accmode, i, nz, sub, val);
+  if (r != VLR_RES_OK) return r;
+  const bool row = accmode == VLR_ACC_CON;
+  const int32_t n = row ? d->numvar : d->numcon;
+  const double tiny = VLRP_getdouparam(task, VLR_DPAR_DATA_TOL_AIJ);
+  int64_t nsmall = 0;
+  for (int64_t k = 0; k < nz; ++k) {
     if (std::fabs(val[k]) <= tiny) ++nsmall;
   }
   // Gather in a dense array, summing repeated indices, and write the distinct ones.
@@ -287,7 +352,7 @@ int32_t VLRP_putavec(Task* task, int32_t accmode, int32_t i, int64_t nz, const i
 
 int32_t VLR_putaij(VLRtask_t task, int32_t i, int32_t j, double aij) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     return vlr::VLRP_putaij(t, i, j, aij);
   });
 }
@@ -295,9 +360,15 @@ int32_t VLR_putaij(VLRtask_t task, int32_t i, int32_t j, double aij) {
 int32_t VLR_putaijlist(VLRtask_t task, int32_t num, const int32_t* subi, const int32_t* subj,
                        const double* valij) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
+    if (num < 0) return VLR_RAISE(t, VLR_RES_ERR_INDEX_IS_TOO_SMALL, num, "num");
     if (num > 0 && (subi == nullptr || subj == nullptr || valij == nullptr)) {
       return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "subi, subj or valij");
+    }
+    // Every element is checked before any is written.
+    for (int32_t k = 0; k < num; ++k) {
+      const int32_t r = vlr::VLRP_checkaij(t, subi[k], subj[k], valij[k]);
+      if (r != VLR_RES_OK) return r;
     }
     for (int32_t k = 0; k < num; ++k) {
       const int32_t r = vlr::VLRP_putaij(t, subi[k], subj[k], valij[k]);
@@ -322,7 +393,7 @@ int32_t VLR_getaij(VLRtask_t task, int32_t i, int32_t j, double* aij) {
 int32_t VLR_putavec64(VLRtask_t task, int32_t accmode, int32_t i, int64_t nzi, const int32_t* asub,
                       const double* aval) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     return vlr::VLRP_putavec(t, accmode, i, nzi, asub, aval);
   });
 }
@@ -336,7 +407,7 @@ int32_t VLR_putaveclist(VLRtask_t task, int32_t accmode, int32_t num, const int3
                         const int32_t* ptrb, const int32_t* ptre, const int32_t* asub,
                         const double* aval) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     return vlr::amat_putaveclist(t, accmode, num, sub, ptrb, ptre, asub, aval);
   });
 }
@@ -345,7 +416,7 @@ int32_t VLR_putaveclist64(VLRtask_t task, int32_t accmode, int32_t num, const in
                           const int64_t* ptrb, const int64_t* ptre, const int32_t* asub,
                           const double* aval) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     return vlr::amat_putaveclist(t, accmode, num, sub, ptrb, ptre, asub, aval);
   });
 }
@@ -411,6 +482,9 @@ int32_t VLR_getaslicetrip(VLRtask_t task, int32_t accmode, int32_t first, int32_
     int32_t r = vlr::amat_checkslice(t, accmode, first, last);
     if (r != VLR_RES_OK) return r;
     if (surp == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "surp");
+    r = vlr::amat_checksurplus(t, maxnumnz, *surp,
+                               subi != nullptr && subj != nullptr && val != nullptr);
+    if (r != VLR_RES_OK) return r;
     int64_t s = *surp;
     r = accmode == VLR_ACC_CON
             ? vlr::VLR_sprmat_getrowslicetrip(d->a, first, last, maxnumnz, &s, subi, subj, val)
@@ -441,7 +515,7 @@ int32_t VLR_appendvars(VLRtask_t task, int32_t num, const double* cval, const in
                        const int32_t* aptre, const int32_t* asub, const double* aval,
                        const int32_t* bkx, const double* blx, const double* bux) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     return vlr::amat_appendload(t, VLR_ACC_VAR, num, cval, aptrb, aptre, asub, aval, bkx, blx, bux);
   });
 }
@@ -450,7 +524,7 @@ int32_t VLR_appendcons(VLRtask_t task, int32_t num, const int32_t* aptrb, const 
                        const int32_t* asub, const double* aval, const int32_t* bkc,
                        const double* blc, const double* buc) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     return vlr::amat_appendload(t, VLR_ACC_CON, num, nullptr, aptrb, aptre, asub, aval, bkc, blc,
                                 buc);
   });
@@ -462,7 +536,7 @@ int32_t VLR_inputdata(VLRtask_t task, int32_t maxnumcon, int32_t maxnumvar, int3
                       const int32_t* bkc, const double* blc, const double* buc, const int32_t* bkx,
                       const double* blx, const double* bux) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     return vlr::amat_inputdata(task, t, maxnumcon, maxnumvar, numcon, numvar, c, cfix, aptrb, aptre,
                                asub, aval, bkc, blc, buc, bkx, blx, bux);
   });
@@ -474,7 +548,7 @@ int32_t VLR_inputdata64(VLRtask_t task, int32_t maxnumcon, int32_t maxnumvar, in
                         const int32_t* bkc, const double* blc, const double* buc,
                         const int32_t* bkx, const double* blx, const double* bux) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     return vlr::amat_inputdata(task, t, maxnumcon, maxnumvar, numcon, numvar, c, cfix, aptrb, aptre,
                                asub, aval, bkc, blc, buc, bkx, blx, bux);
   });

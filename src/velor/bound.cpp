@@ -96,6 +96,9 @@ int32_t bound_checkcj(Task* task, int32_t j, double cj, const char* what) {
   int32_t r = VLR_checkindexdbg(VLR_HERE, task, j, task->data->numvar, what);
   if (r != VLR_RES_OK) return r;
   char buf[32];
+  if (std::isnan(cj)) {
+    return VLR_RAISE(task, VLR_RES_ERR_NAN_IN_C, VLR_getnamex(task, VLR_PI_VAR, j, buf), j);
+  }
   if (std::fabs(cj) > VLRP_getdouparam(task, VLR_DPAR_DATA_TOL_C_HUGE)) {
     return VLR_RAISE(task, VLR_RES_ERR_HUGE_C, cj, VLR_getnamex(task, VLR_PI_VAR, j, buf), j);
   }
@@ -118,17 +121,34 @@ void VLRP_getbound(const Task* task, int32_t accmode, int32_t i, int32_t* bk, do
   if (bu != nullptr) *bu = VLR_bkhasupp(key) ? (con ? d->buc[i] : d->bux[i]) : kInfinity;
 }
 
-int32_t VLRP_putbound(Task* task, int32_t accmode, int32_t i, int32_t bk, double bl, double bu) {
-  int32_t r = bound_checkaccmode(task, accmode);
-  if (r != VLR_RES_OK) return r;
+int32_t VLRP_checkboundvalue(Task* task, int32_t accmode, int32_t i, int32_t bk, double bl,
+                             double bu) {
   const bool con = accmode == VLR_ACC_CON;
   if (bk < 0 || bk > VLR_BK_RA) {
     return VLR_RAISE(task, con ? VLR_RES_ERR_INV_BKC : VLR_RES_ERR_INV_BKX, bk,
                      con ? "bkc" : "bkx");
   }
+  // A NaN on a side the key uses is refused here; one on an unused side is never read.
+  const bool low = VLR_bkhaslow(bk), upp = VLR_bkhasupp(bk);
+  if ((low && std::isnan(bl)) || (upp && std::isnan(bu))) {
+    char buf[32];
+    const bool nanlow = low && std::isnan(bl);
+    const int32_t code = con ? (nanlow ? VLR_RES_ERR_NAN_IN_BLC : VLR_RES_ERR_NAN_IN_BUC)
+                             : (nanlow ? VLR_RES_ERR_NAN_IN_BLX : VLR_RES_ERR_NAN_IN_BUX);
+    return VLR_RAISE(task, code, VLR_getnamex(task, con ? VLR_PI_CON : VLR_PI_VAR, i, buf), i);
+  }
   if (bk == VLR_BK_FX && bl != bu) return VLR_RAISE(task, VLR_RES_ERR_FIXED_BOUND_VALUES, bl, bu);
-  r = VLR_checkindexdbg(VLR_HERE, task, i, con ? task->data->numcon : task->data->numvar, "i");
+  return VLR_RES_OK;
+}
+
+int32_t VLRP_checkbound(Task* task, int32_t accmode, int32_t i, int32_t bk, double bl, double bu) {
+  int32_t r = bound_checkaccmode(task, accmode);
   if (r != VLR_RES_OK) return r;
+  const bool con = accmode == VLR_ACC_CON;
+  r = VLR_checkindexdbg(VLR_HERE, task, i, con ? task->data->numcon : task->data->numvar, "i");
+  if (r == VLR_RES_OK) r = VLRP_checkboundvalue(task, accmode, i, bk, bl, bu);
+  if (r != VLR_RES_OK) return r;
+  const bool low = VLR_bkhaslow(bk), upp = VLR_bkhasupp(bk);
   const double w = VLRP_getdouparam(task, VLR_DPAR_DATA_TOL_BOUND_WRN);
   const double tinf = VLRP_getdouparam(task, VLR_DPAR_DATA_TOL_BOUND_INF);
   const bool biglow = std::fabs(bl) >= w && bl >= -tinf;
@@ -136,13 +156,15 @@ int32_t VLRP_putbound(Task* task, int32_t accmode, int32_t i, int32_t bk, double
   // A fixed constraint warns once, a fixed variable twice: once for each side.
   if (con && bk == VLR_BK_FX && biglow) {
     char buf[32];
-    r = VLR_RAISE(task, VLR_RES_WRN_LARGE_CON_FX, VLR_getnamex(task, VLR_PI_CON, i, buf), i, bl);
-  } else {
-    const bool low = bk == VLR_BK_LO || bk == VLR_BK_RA || (!con && bk == VLR_BK_FX);
-    const bool upp = bk == VLR_BK_UP || bk == VLR_BK_RA || (!con && bk == VLR_BK_FX);
-    if (low && biglow) r = bound_warnlow(task, accmode, i, bl);
-    if (r == VLR_RES_OK && upp && bigupp) r = bound_warnupp(task, accmode, i, bu);
+    return VLR_RAISE(task, VLR_RES_WRN_LARGE_CON_FX, VLR_getnamex(task, VLR_PI_CON, i, buf), i, bl);
   }
+  if (low && biglow) r = bound_warnlow(task, accmode, i, bl);
+  if (r == VLR_RES_OK && upp && bigupp) r = bound_warnupp(task, accmode, i, bu);
+  return r;
+}
+
+int32_t VLRP_putbound(Task* task, int32_t accmode, int32_t i, int32_t bk, double bl, double bu) {
+  const int32_t r = VLRP_checkbound(task, accmode, i, bk, bl, bu);
   if (r != VLR_RES_OK) return r;
   bound_store(task, accmode, i, bk, bl, bu);
   return VLR_RES_OK;
@@ -158,6 +180,7 @@ int32_t VLRP_putcj(Task* task, int32_t j, double cj) {
 }
 
 int32_t VLRP_putcfix(Task* task, double cfix) {
+  if (!std::isfinite(cfix)) return VLR_RAISE(task, VLR_RES_ERR_NAN_IN_DOUBLE_DATA, "cfix");
   task->data->cfix = cfix;
   return VLR_RES_OK;
 }
@@ -165,171 +188,214 @@ int32_t VLRP_putcfix(Task* task, double cfix) {
 }  // namespace vlr
 
 int32_t VLR_putbound(VLRtask_t task, int32_t accmode, int32_t i, int32_t bk, double bl, double bu) {
-  VLR_PROLOGUE(task);
-  return vlr::VLRP_putbound(t, accmode, i, bk, bl, bu);
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PUTPROLOGUE(task);
+    return vlr::VLRP_putbound(t, accmode, i, bk, bl, bu);
+  });
 }
 
 int32_t VLR_putboundlist(VLRtask_t task, int32_t accmode, int32_t num, const int32_t* sub,
                          const int32_t* bk, const double* bl, const double* bu) {
-  VLR_PROLOGUE(task);
-  if (num > 0 && (sub == nullptr || bk == nullptr || bl == nullptr || bu == nullptr)) {
-    return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, sub == nullptr ? "sub" : "bk, bl or bu");
-  }
-  for (int32_t k = 0; k < num; ++k) {
-    const int32_t r = vlr::VLRP_putbound(t, accmode, sub[k], bk[k], bl[k], bu[k]);
-    if (r != VLR_RES_OK) return r;
-  }
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PUTPROLOGUE(task);
+    if (num < 0) return VLR_RAISE(t, VLR_RES_ERR_INDEX_IS_TOO_SMALL, num, "num");
+    if (num > 0 && (sub == nullptr || bk == nullptr || bl == nullptr || bu == nullptr)) {
+      return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, sub == nullptr ? "sub" : "bk, bl or bu");
+    }
+    // All entries are checked before any is stored.
+    for (int32_t k = 0; k < num; ++k) {
+      const int32_t r = vlr::VLRP_checkbound(t, accmode, sub[k], bk[k], bl[k], bu[k]);
+      if (r != VLR_RES_OK) return r;
+    }
+    for (int32_t k = 0; k < num; ++k)
+      vlr::bound_store(t, accmode, sub[k], bk[k], bl[k], bu[k]);
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_putboundslice(VLRtask_t task, int32_t accmode, int32_t first, int32_t last,
                           const int32_t* bk, const double* bl, const double* bu) {
-  VLR_PROLOGUE(task);
-  if (first < last && (bk == nullptr || bl == nullptr || bu == nullptr)) {
-    return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "bk, bl or bu");
-  }
-  for (int32_t i = first; i < last; ++i) {
-    const int32_t r =
-        vlr::VLRP_putbound(t, accmode, i, bk[i - first], bl[i - first], bu[i - first]);
-    if (r != VLR_RES_OK) return r;
-  }
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PUTPROLOGUE(task);
+    if (first < last && (bk == nullptr || bl == nullptr || bu == nullptr)) {
+      return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "bk, bl or bu");
+    }
+    // All entries are checked before any is stored.
+    for (int32_t i = first; i < last; ++i) {
+      const int32_t r =
+          vlr::VLRP_checkbound(t, accmode, i, bk[i - first], bl[i - first], bu[i - first]);
+      if (r != VLR_RES_OK) return r;
+    }
+    for (int32_t i = first; i < last; ++i)
+      vlr::bound_store(t, accmode, i, bk[i - first], bl[i - first], bu[i - first]);
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getbound(VLRtask_t task, int32_t accmode, int32_t i, int32_t* bk, double* bl,
                      double* bu) {
-  VLR_PROLOGUE(task);
-  int32_t r = vlr::bound_checkaccmode(t, accmode);
-  if (r != VLR_RES_OK) return r;
-  r = vlr::VLR_checkindexdbg(VLR_HERE, t, i, accmode == VLR_ACC_CON ? d->numcon : d->numvar, "i");
-  if (r != VLR_RES_OK) return r;
-  vlr::VLRP_getbound(t, accmode, i, bk, bl, bu);
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    int32_t r = vlr::bound_checkaccmode(t, accmode);
+    if (r != VLR_RES_OK) return r;
+    r = vlr::VLR_checkindexdbg(VLR_HERE, t, i, accmode == VLR_ACC_CON ? d->numcon : d->numvar, "i");
+    if (r != VLR_RES_OK) return r;
+    vlr::VLRP_getbound(t, accmode, i, bk, bl, bu);
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getboundslice(VLRtask_t task, int32_t accmode, int32_t first, int32_t last, int32_t* bk,
                           double* bl, double* bu) {
-  VLR_PROLOGUE(task);
-  int32_t r = vlr::bound_checkaccmode(t, accmode);
-  if (r == VLR_RES_OK) {
-    r = vlr::bound_checkslice(t, first, last, accmode == VLR_ACC_CON ? d->numcon : d->numvar);
-  }
-  if (r != VLR_RES_OK) return r;
-  for (int32_t i = first; i < last; ++i) {
-    vlr::VLRP_getbound(t, accmode, i, bk != nullptr ? bk + (i - first) : nullptr,
-                       bl != nullptr ? bl + (i - first) : nullptr,
-                       bu != nullptr ? bu + (i - first) : nullptr);
-  }
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    int32_t r = vlr::bound_checkaccmode(t, accmode);
+    if (r == VLR_RES_OK) {
+      r = vlr::bound_checkslice(t, first, last, accmode == VLR_ACC_CON ? d->numcon : d->numvar);
+    }
+    if (r != VLR_RES_OK) return r;
+    for (int32_t i = first; i < last; ++i) {
+      vlr::VLRP_getbound(t, accmode, i, bk != nullptr ? bk + (i - first) : nullptr,
+                         bl != nullptr ? bl + (i - first) : nullptr,
+                         bu != nullptr ? bu + (i - first) : nullptr);
+    }
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_chgbound(VLRtask_t task, int32_t accmode, int32_t i, int32_t lower, int32_t finite,
                      double value) {
-  VLR_PROLOGUE(task);
-  int32_t r = vlr::bound_checkaccmode(t, accmode);
-  if (r != VLR_RES_OK) return r;
-  r = vlr::VLR_checkindexdbg(VLR_HERE, t, i, accmode == VLR_ACC_CON ? d->numcon : d->numvar, "i");
-  if (r != VLR_RES_OK) return r;
-  const double tinf = vlr::VLRP_getdouparam(t, VLR_DPAR_DATA_TOL_BOUND_INF);
-  const double w = vlr::VLRP_getdouparam(t, VLR_DPAR_DATA_TOL_BOUND_WRN);
-  int32_t bk = 0;
-  double bl = 0, bu = 0;
-  vlr::VLRP_getbound(t, accmode, i, &bk, &bl, &bu);
-  // A side is taken as finite only when it really is.
-  const bool fin = finite != 0 && (lower ? value > -tinf : tinf > value);
-  const int32_t keep = lower ? VLR_BK_UP : VLR_BK_LO;  // the key that has only the other side
-  int32_t nbk = bk;
-  if (!fin) {
-    const bool other = bk == VLR_BK_RA || bk == VLR_BK_FX || bk == keep;
-    nbk = other ? keep : VLR_BK_FR;
-    (lower ? bl : bu) = lower ? -vlr::kInfinity : vlr::kInfinity;
-  } else {
-    if (std::fabs(value) >= w) {
-      r = lower ? vlr::bound_warnlow(t, accmode, i, value)
-                : vlr::bound_warnupp(t, accmode, i, value);
-      if (r != VLR_RES_OK) return r;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PUTPROLOGUE(task);
+    int32_t r = vlr::bound_checkaccmode(t, accmode);
+    if (r != VLR_RES_OK) return r;
+    r = vlr::VLR_checkindexdbg(VLR_HERE, t, i, accmode == VLR_ACC_CON ? d->numcon : d->numvar, "i");
+    if (r != VLR_RES_OK) return r;
+    if (finite != 0 && std::isnan(value)) {
+      char buf[32];
+      const bool con = accmode == VLR_ACC_CON;
+      const int32_t code = con ? (lower ? VLR_RES_ERR_NAN_IN_BLC : VLR_RES_ERR_NAN_IN_BUC)
+                               : (lower ? VLR_RES_ERR_NAN_IN_BLX : VLR_RES_ERR_NAN_IN_BUX);
+      return VLR_RAISE(t, code, vlr::VLR_getnamex(t, con ? VLR_PI_CON : VLR_PI_VAR, i, buf), i);
     }
-    const int32_t own = lower ? VLR_BK_LO : VLR_BK_UP;  // the key that has only this side
-    const double old = lower ? bl : bu;
-    if ((bk == own || bk == VLR_BK_FX) && old == value) return VLR_RES_OK;
-    if (bk == own || bk == VLR_BK_FR) {
-      nbk = own;
+    const double tinf = vlr::VLRP_getdouparam(t, VLR_DPAR_DATA_TOL_BOUND_INF);
+    const double w = vlr::VLRP_getdouparam(t, VLR_DPAR_DATA_TOL_BOUND_WRN);
+    int32_t bk = 0;
+    double bl = 0, bu = 0;
+    vlr::VLRP_getbound(t, accmode, i, &bk, &bl, &bu);
+    // A side is taken as finite only when it really is.
+    const bool fin = finite != 0 && (lower ? value > -tinf : tinf > value);
+    const int32_t keep = lower ? VLR_BK_UP : VLR_BK_LO;  // the key that has only the other side
+    int32_t nbk = bk;
+    if (!fin) {
+      const bool other = bk == VLR_BK_RA || bk == VLR_BK_FX || bk == keep;
+      nbk = other ? keep : VLR_BK_FR;
+      (lower ? bl : bu) = lower ? -vlr::kInfinity : vlr::kInfinity;
     } else {
-      nbk = VLR_BK_RA;
+      if (std::fabs(value) >= w) {
+        r = lower ? vlr::bound_warnlow(t, accmode, i, value)
+                  : vlr::bound_warnupp(t, accmode, i, value);
+        if (r != VLR_RES_OK) return r;
+      }
+      const int32_t own = lower ? VLR_BK_LO : VLR_BK_UP;  // the key that has only this side
+      const double old = lower ? bl : bu;
+      if ((bk == own || bk == VLR_BK_FX) && old == value) return VLR_RES_OK;
+      if (bk == own || bk == VLR_BK_FR) {
+        nbk = own;
+      } else {
+        nbk = VLR_BK_RA;
+      }
+      (lower ? bl : bu) = value;
+      if (nbk == VLR_BK_RA && bl == bu) nbk = VLR_BK_FX;
     }
-    (lower ? bl : bu) = value;
-    if (nbk == VLR_BK_RA && bl == bu) nbk = VLR_BK_FX;
-  }
-  vlr::bound_store(t, accmode, i, nbk, bl, bu);
-  return VLR_RES_OK;
+    vlr::bound_store(t, accmode, i, nbk, bl, bu);
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_putcj(VLRtask_t task, int32_t j, double cj) {
-  VLR_PROLOGUE(task);
-  return vlr::VLRP_putcj(t, j, cj);
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PUTPROLOGUE(task);
+    return vlr::VLRP_putcj(t, j, cj);
+  });
 }
 
 int32_t VLR_putclist(VLRtask_t task, int32_t num, const int32_t* subj, const double* val) {
-  VLR_PROLOGUE(task);
-  if (num > 0 && (subj == nullptr || val == nullptr)) {
-    return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, subj == nullptr ? "subj" : "val");
-  }
-  // All elements are checked before any is stored.
-  for (int32_t k = 0; k < num; ++k) {
-    const int32_t r = vlr::bound_checkcj(t, subj[k], val[k], "subj");
-    if (r != VLR_RES_OK) return r;
-  }
-  for (int32_t k = 0; k < num; ++k) {
-    if (d->c[subj[k]] == val[k]) continue;
-    vlr::VLR_updsolstaftercchg(t, subj[k]);
-    d->c[subj[k]] = val[k];
-  }
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PUTPROLOGUE(task);
+    if (num < 0) return VLR_RAISE(t, VLR_RES_ERR_INDEX_IS_TOO_SMALL, num, "num");
+    if (num > 0 && (subj == nullptr || val == nullptr)) {
+      return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, subj == nullptr ? "subj" : "val");
+    }
+    // All elements are checked before any is stored.
+    for (int32_t k = 0; k < num; ++k) {
+      const int32_t r = vlr::bound_checkcj(t, subj[k], val[k], "subj");
+      if (r != VLR_RES_OK) return r;
+    }
+    for (int32_t k = 0; k < num; ++k) {
+      if (d->c[subj[k]] == val[k]) continue;
+      vlr::VLR_updsolstaftercchg(t, subj[k]);
+      d->c[subj[k]] = val[k];
+    }
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getcslice(VLRtask_t task, int32_t first, int32_t last, double* c) {
-  VLR_PROLOGUE(task);
-  const int32_t r = vlr::bound_checkslice(t, first, last, d->numvar);
-  if (r != VLR_RES_OK) return r;
-  if (c == nullptr && first < last) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "c");
-  for (int32_t j = first; j < last; ++j)
-    c[j - first] = d->c[j];
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    const int32_t r = vlr::bound_checkslice(t, first, last, d->numvar);
+    if (r != VLR_RES_OK) return r;
+    if (c == nullptr && first < last) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "c");
+    for (int32_t j = first; j < last; ++j)
+      c[j - first] = d->c[j];
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getc(VLRtask_t task, double* c) {
-  const int32_t r = VLR_checktask(task);
-  if (r != VLR_RES_OK) return r;
-  return VLR_getcslice(task, 0, vlr::VLR_taskcast(task)->data->numvar, c);
+  return vlr::api_guard([&]() -> int32_t {
+    const int32_t r = VLR_checktask(task);
+    if (r != VLR_RES_OK) return r;
+    return VLR_getcslice(task, 0, vlr::VLR_taskcast(task)->data->numvar, c);
+  });
 }
 
 int32_t VLR_putcfix(VLRtask_t task, double cfix) {
-  VLR_PROLOGUE(task);
-  return vlr::VLRP_putcfix(t, cfix);
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PUTPROLOGUE(task);
+    return vlr::VLRP_putcfix(t, cfix);
+  });
 }
 
 int32_t VLR_getcfix(VLRtask_t task, double* cfix) {
-  VLR_PROLOGUE(task);
-  if (cfix == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "cfix");
-  *cfix = d->cfix;
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    if (cfix == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "cfix");
+    *cfix = d->cfix;
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_putobjsense(VLRtask_t task, int32_t sense) {
-  VLR_PROLOGUE(task);
-  if (sense < VLR_OBJECTIVE_SENSE_UNDEFINED || sense > VLR_OBJECTIVE_SENSE_MAXIMIZE) {
-    char text[16];
-    std::snprintf(text, sizeof text, "%d", sense);
-    return VLR_RAISE(t, VLR_RES_ERR_INVALID_OBJECTIVE_SENSE, text);
-  }
-  if (d->objsense != sense) vlr::VLR_makestatusunknown(t);
-  d->objsense = sense;
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PUTPROLOGUE(task);
+    if (sense < VLR_OBJECTIVE_SENSE_UNDEFINED || sense > VLR_OBJECTIVE_SENSE_MAXIMIZE) {
+      char text[16];
+      std::snprintf(text, sizeof text, "%d", sense);
+      return VLR_RAISE(t, VLR_RES_ERR_INVALID_OBJECTIVE_SENSE, text);
+    }
+    if (d->objsense != sense) vlr::VLR_makestatusunknown(t);
+    d->objsense = sense;
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getobjsense(VLRtask_t task, int32_t* sense) {
-  VLR_PROLOGUE(task);
-  if (sense == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "sense");
-  *sense = d->objsense;
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    if (sense == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "sense");
+    *sense = d->objsense;
+    return VLR_RES_OK;
+  });
 }

@@ -160,15 +160,21 @@ int32_t VLRP_appendcone(Task* task, int32_t type, double par, int32_t nummem,
   return VLR_RES_OK;
 }
 
-int32_t VLRP_putvartype(Task* task, int32_t j, int32_t type) {
-  TaskData* d = task->data;
-  int32_t r = VLR_checkindexdbg(VLR_HERE, task, j, d->numvar, "j");
+int32_t VLRP_checkvartype(Task* task, int32_t j, int32_t type) {
+  const int32_t r = VLR_checkindexdbg(VLR_HERE, task, j, task->data->numvar, "j");
   if (r != VLR_RES_OK) return r;
   if (type != VLR_VAR_TYPE_CONT && type != VLR_VAR_TYPE_INT) {
     char buf[32];
     return VLR_RAISE(task, VLR_RES_ERR_INV_VAR_TYPE, type, VLR_getnamex(task, VLR_PI_VAR, j, buf),
                      j, "vartype");
   }
+  return VLR_RES_OK;
+}
+
+int32_t VLRP_putvartype(Task* task, int32_t j, int32_t type) {
+  TaskData* d = task->data;
+  const int32_t r = VLRP_checkvartype(task, j, type);
+  if (r != VLR_RES_OK) return r;
   if (d->vartype == nullptr) {
     if (type == VLR_VAR_TYPE_CONT) return VLR_RES_OK;  // continuous needs no array
     d->vartype = static_cast<int32_t*>(VLR_taskalloc(task, d->maxnumvar, sizeof(int32_t)));
@@ -206,7 +212,7 @@ int32_t VLRP_putvarbranchorder(Task* task, int32_t j, int32_t pri, int32_t dir) 
 
 int32_t VLR_putmaxnumcone(VLRtask_t task, int32_t maxnumcone) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     return vlr::VLRP_putmaxnumcone(t, maxnumcone);
   });
 }
@@ -214,7 +220,7 @@ int32_t VLR_putmaxnumcone(VLRtask_t task, int32_t maxnumcone) {
 int32_t VLR_appendcone(VLRtask_t task, int32_t conetype, double conepar, int32_t nummem,
                        const int32_t* submem) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     return vlr::VLRP_appendcone(t, conetype, conepar, nummem, submem);
   });
 }
@@ -222,7 +228,7 @@ int32_t VLR_appendcone(VLRtask_t task, int32_t conetype, double conepar, int32_t
 int32_t VLR_putcone(VLRtask_t task, int32_t k, int32_t conetype, double conepar, int32_t nummem,
                     const int32_t* submem) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     int32_t r = vlr::VLR_checkindexdbg(VLR_HERE, t, k, d->numcone, "k");
     if (r == VLR_RES_OK) r = vlr::cone_check(t, k, conetype, nummem, submem);
     if (r != VLR_RES_OK) return r;
@@ -248,7 +254,7 @@ int32_t VLR_putcone(VLRtask_t task, int32_t k, int32_t conetype, double conepar,
 
 int32_t VLR_removecone(VLRtask_t task, int32_t k) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     const int32_t r = vlr::VLR_checkindexdbg(VLR_HERE, t, k, d->numcone, "k");
     if (r != VLR_RES_OK) return r;
     for (int32_t p = d->coneb[k]; p < d->conee[k]; ++p)
@@ -275,25 +281,29 @@ int32_t VLR_removecone(VLRtask_t task, int32_t k) {
 
 int32_t VLR_getconeinfo(VLRtask_t task, int32_t k, int32_t* conetype, double* conepar,
                         int32_t* nummem) {
-  VLR_PROLOGUE(task);
-  const int32_t r = vlr::VLR_checkindexdbg(VLR_HERE, t, k, d->numcone, "k");
-  if (r != VLR_RES_OK) return r;
-  if (conetype != nullptr) *conetype = d->conetype[k];
-  if (conepar != nullptr) *conepar = d->conepar[k];
-  if (nummem != nullptr) *nummem = d->conee[k] - d->coneb[k];
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    const int32_t r = vlr::VLR_checkindexdbg(VLR_HERE, t, k, d->numcone, "k");
+    if (r != VLR_RES_OK) return r;
+    if (conetype != nullptr) *conetype = d->conetype[k];
+    if (conepar != nullptr) *conepar = d->conepar[k];
+    if (nummem != nullptr) *nummem = d->conee[k] - d->coneb[k];
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getcone(VLRtask_t task, int32_t k, int32_t* conetype, double* conepar, int32_t* nummem,
                     int32_t* submem) {
-  const int32_t r = VLR_getconeinfo(task, k, conetype, conepar, nummem);
-  if (r != VLR_RES_OK) return r;
-  const vlr::TaskData* d = vlr::VLR_taskcast(task)->data;
-  const int32_t n = d->conee[k] - d->coneb[k];
-  if (submem != nullptr && n > 0) {
-    std::memcpy(submem, d->conesub + d->coneb[k], sizeof(int32_t) * size_t(n));
-  }
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    const int32_t r = VLR_getconeinfo(task, k, conetype, conepar, nummem);
+    if (r != VLR_RES_OK) return r;
+    const vlr::TaskData* d = vlr::VLR_taskcast(task)->data;
+    const int32_t n = d->conee[k] - d->coneb[k];
+    if (submem != nullptr && n > 0) {
+      std::memcpy(submem, d->conesub + d->coneb[k], sizeof(int32_t) * size_t(n));
+    }
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getnumconemem(VLRtask_t task, int32_t k, int32_t* nummem) {
@@ -301,57 +311,75 @@ int32_t VLR_getnumconemem(VLRtask_t task, int32_t k, int32_t* nummem) {
 }
 
 int32_t VLR_putvartype(VLRtask_t task, int32_t j, int32_t vartype) {
-  VLR_PROLOGUE(task);
-  return vlr::VLRP_putvartype(t, j, vartype);
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PUTPROLOGUE(task);
+    return vlr::VLRP_putvartype(t, j, vartype);
+  });
 }
 
 int32_t VLR_putvartypelist(VLRtask_t task, int32_t num, const int32_t* subj,
                            const int32_t* vartype) {
-  VLR_PROLOGUE(task);
-  if (num > 0 && (subj == nullptr || vartype == nullptr)) {
-    return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, subj == nullptr ? "subj" : "vartype");
-  }
-  // The list is read from its last element backwards.
-  for (int32_t k = num - 1; k >= 0; --k) {
-    const int32_t r = vlr::VLRP_putvartype(t, subj[k], vartype[k]);
-    if (r != VLR_RES_OK) return r;
-  }
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PUTPROLOGUE(task);
+    if (num < 0) return VLR_RAISE(t, VLR_RES_ERR_INDEX_IS_TOO_SMALL, num, "num");
+    if (num > 0 && (subj == nullptr || vartype == nullptr)) {
+      return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, subj == nullptr ? "subj" : "vartype");
+    }
+    // Every entry is checked before any is stored.
+    for (int32_t k = 0; k < num; ++k) {
+      const int32_t r = vlr::VLRP_checkvartype(t, subj[k], vartype[k]);
+      if (r != VLR_RES_OK) return r;
+    }
+    // The list is read from its last element backwards.
+    for (int32_t k = num - 1; k >= 0; --k) {
+      const int32_t r = vlr::VLRP_putvartype(t, subj[k], vartype[k]);
+      if (r != VLR_RES_OK) return r;
+    }
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getvartype(VLRtask_t task, int32_t j, int32_t* vartype) {
-  VLR_PROLOGUE(task);
-  const int32_t r = vlr::VLR_checkindexdbg(VLR_HERE, t, j, d->numvar, "j");
-  if (r != VLR_RES_OK) return r;
-  if (vartype == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "vartype");
-  *vartype = d->vartype != nullptr ? d->vartype[j] : VLR_VAR_TYPE_CONT;
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    const int32_t r = vlr::VLR_checkindexdbg(VLR_HERE, t, j, d->numvar, "j");
+    if (r != VLR_RES_OK) return r;
+    if (vartype == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "vartype");
+    *vartype = d->vartype != nullptr ? d->vartype[j] : VLR_VAR_TYPE_CONT;
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getvartypelist(VLRtask_t task, int32_t num, const int32_t* subj, int32_t* vartype) {
-  VLR_PROLOGUE(task);
-  if (num > 0 && (subj == nullptr || vartype == nullptr)) {
-    return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, subj == nullptr ? "subj" : "vartype");
-  }
-  const int32_t r = vlr::VLR_checkindiciesdbg(VLR_HERE, t, subj, num, d->numvar, "subj");
-  if (r != VLR_RES_OK) return r;
-  for (int32_t k = 0; k < num; ++k)
-    vartype[k] = d->vartype != nullptr ? d->vartype[subj[k]] : VLR_VAR_TYPE_CONT;
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    if (num > 0 && (subj == nullptr || vartype == nullptr)) {
+      return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, subj == nullptr ? "subj" : "vartype");
+    }
+    const int32_t r = vlr::VLR_checkindiciesdbg(VLR_HERE, t, subj, num, d->numvar, "subj");
+    if (r != VLR_RES_OK) return r;
+    for (int32_t k = 0; k < num; ++k)
+      vartype[k] = d->vartype != nullptr ? d->vartype[subj[k]] : VLR_VAR_TYPE_CONT;
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_putvarbranchorder(VLRtask_t task, int32_t j, int32_t priority, int32_t direction) {
-  VLR_PROLOGUE(task);
-  return vlr::VLRP_putvarbranchorder(t, j, priority, direction);
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PUTPROLOGUE(task);
+    return vlr::VLRP_putvarbranchorder(t, j, priority, direction);
+  });
 }
 
 int32_t VLR_getvarbranchorder(VLRtask_t task, int32_t j, int32_t* priority, int32_t* direction) {
-  VLR_PROLOGUE(task);
-  const int32_t r = vlr::VLR_checkindexdbg(VLR_HERE, t, j, d->numvar, "j");
-  if (r != VLR_RES_OK) return r;
-  if (priority != nullptr) *priority = d->branchpri != nullptr ? d->branchpri[j] : 0;
-  if (direction != nullptr) *direction = d->branchdir != nullptr ? d->branchdir[j] : 0;
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    const int32_t r = vlr::VLR_checkindexdbg(VLR_HERE, t, j, d->numvar, "j");
+    if (r != VLR_RES_OK) return r;
+    if (priority != nullptr) *priority = d->branchpri != nullptr ? d->branchpri[j] : 0;
+    if (direction != nullptr) *direction = d->branchdir != nullptr ? d->branchdir[j] : 0;
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getvarbranchpri(VLRtask_t task, int32_t j, int32_t* priority) {
@@ -364,19 +392,23 @@ int32_t VLR_getvarbranchdir(VLRtask_t task, int32_t j, int32_t* direction) {
 
 int32_t VLR_putnlfunc(VLRtask_t task, void* nlhandle, VLRnlgetspfunc nlgetsp,
                       VLRnlgetvafunc nlgetva) {
-  VLR_PROLOGUE(task);
-  d->nlhandle = nlhandle;
-  d->nlgetsp = nlgetsp;
-  d->nlgetva = nlgetva;
-  vlr::VLR_makestatusunknown(t);
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PUTPROLOGUE(task);
+    d->nlhandle = nlhandle;
+    d->nlgetsp = nlgetsp;
+    d->nlgetva = nlgetva;
+    vlr::VLR_makestatusunknown(t);
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getnlfunc(VLRtask_t task, void** nlhandle, VLRnlgetspfunc* nlgetsp,
                       VLRnlgetvafunc* nlgetva) {
-  VLR_PROLOGUE(task);
-  if (nlhandle != nullptr) *nlhandle = d->nlhandle;
-  if (nlgetsp != nullptr) *nlgetsp = d->nlgetsp;
-  if (nlgetva != nullptr) *nlgetva = d->nlgetva;
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    if (nlhandle != nullptr) *nlhandle = d->nlhandle;
+    if (nlgetsp != nullptr) *nlgetsp = d->nlgetsp;
+    if (nlgetva != nullptr) *nlgetva = d->nlgetva;
+    return VLR_RES_OK;
+  });
 }

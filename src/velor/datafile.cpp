@@ -199,7 +199,7 @@ int32_t VLR_writedatafile(Task* task, SysFile* file, int32_t format) {
 
 int32_t VLR_readdata(VLRtask_t task, const char* filename) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     const char* given = filename != nullptr && filename[0] != '\0'
                             ? filename
                             : vlr::VLRP_getstrparam(t, VLR_SPAR_DATA_FILE_NAME);

@@ -178,26 +178,30 @@ int32_t VLR_makeenv(VLRenv_t* penv, void* usrptr, VLRmallocfunc usrmalloc, VLRfr
 }
 
 int32_t VLR_checkenv(VLRenv_t env) {
-  if (env == nullptr) return VLR_RES_ERR_NULL_ENV;
-  if (!vlr::VLR_envcast(env)->initialised) return VLR_RES_ERR_NO_INIT_ENV;
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    if (env == nullptr) return VLR_RES_ERR_NULL_ENV;
+    if (!vlr::VLR_envcast(env)->initialised) return VLR_RES_ERR_NO_INIT_ENV;
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_initenv(VLRenv_t henv) {
-  if (henv == nullptr) return VLR_RES_ERR_NULL_ENV;
-  Env* env = vlr::VLR_envcast(henv);
-  if (env->initialised) return VLR_RES_OK;
-  int32_t* d = env->iparam_dflt;
-  vlr::VLR_sysenv_initmachinfo(env->sys, vlr::VLR_tocpuid(d[VLR_IPAR_CPU_TYPE]),
-                               d[VLR_IPAR_CACHE_SIZE_L1], d[VLR_IPAR_CACHE_SIZE_L2]);
-  vlr::VLR_sysenv_init(env->sys);
-  vlr::MachInfo mach{};
-  vlr::VLR_sysenv_getmachinfo(env->sys, &mach);
-  d[VLR_IPAR_CPU_TYPE] = vlr::VLR_tocputype(mach.cpuid);
-  d[VLR_IPAR_CACHE_SIZE_L1] = mach.cache_l1;
-  d[VLR_IPAR_CACHE_SIZE_L2] = mach.cache_l2;
-  env->initialised = 1;
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    if (henv == nullptr) return VLR_RES_ERR_NULL_ENV;
+    Env* env = vlr::VLR_envcast(henv);
+    if (env->initialised) return VLR_RES_OK;
+    int32_t* d = env->iparam_dflt;
+    vlr::VLR_sysenv_initmachinfo(env->sys, vlr::VLR_tocpuid(d[VLR_IPAR_CPU_TYPE]),
+                                 d[VLR_IPAR_CACHE_SIZE_L1], d[VLR_IPAR_CACHE_SIZE_L2]);
+    vlr::VLR_sysenv_init(env->sys);
+    vlr::MachInfo mach{};
+    vlr::VLR_sysenv_getmachinfo(env->sys, &mach);
+    d[VLR_IPAR_CPU_TYPE] = vlr::VLR_tocputype(mach.cpuid);
+    d[VLR_IPAR_CACHE_SIZE_L1] = mach.cache_l1;
+    d[VLR_IPAR_CACHE_SIZE_L2] = mach.cache_l2;
+    env->initialised = 1;
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_deleteenv(VLRenv_t* penv) {
@@ -221,16 +225,20 @@ int32_t VLR_deleteenv(VLRenv_t* penv) {
 }
 
 int32_t VLR_enablegarcolenv(VLRenv_t env) {
-  if (env == nullptr) return VLR_RES_ERR_NULL_ENV;
-  vlr::VLR_envcast(env)->garbage_collect = 1;
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    if (env == nullptr) return VLR_RES_ERR_NULL_ENV;
+    vlr::VLR_envcast(env)->garbage_collect = 1;
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_putkeepdlls(VLRenv_t env, int32_t keepdlls) {
-  const int32_t r = VLR_checkenv(env);
-  if (r != VLR_RES_OK) return r;
-  vlr::VLR_envcast(env)->keepdlls = keepdlls != 0 ? 1 : 0;
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    const int32_t r = VLR_checkenv(env);
+    if (r != VLR_RES_OK) return r;
+    vlr::VLR_envcast(env)->keepdlls = keepdlls != 0 ? 1 : 0;
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_putdllpath(VLRenv_t henv, const char* dllpath) {
@@ -247,12 +255,14 @@ int32_t VLR_putdllpath(VLRenv_t henv, const char* dllpath) {
 }
 
 int32_t VLR_putcpudefaults(VLRenv_t henv, int32_t cputype, int32_t sizel1, int32_t sizel2) {
-  if (henv == nullptr) return VLR_RES_ERR_NULL_ENV;
-  Env* env = vlr::VLR_envcast(henv);
-  if (cputype != 0) env->iparam_dflt[VLR_IPAR_CPU_TYPE] = cputype;
-  if (sizel1 >= 0) env->iparam_dflt[VLR_IPAR_CACHE_SIZE_L1] = sizel1;
-  if (sizel2 >= 0) env->iparam_dflt[VLR_IPAR_CACHE_SIZE_L2] = sizel2;
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    if (henv == nullptr) return VLR_RES_ERR_NULL_ENV;
+    Env* env = vlr::VLR_envcast(henv);
+    if (cputype != 0) env->iparam_dflt[VLR_IPAR_CPU_TYPE] = cputype;
+    if (sizel1 >= 0) env->iparam_dflt[VLR_IPAR_CACHE_SIZE_L1] = sizel1;
+    if (sizel2 >= 0) env->iparam_dflt[VLR_IPAR_CACHE_SIZE_L2] = sizel2;
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getversion(int32_t* major, int32_t* minor, int32_t* build, int32_t* revision) {
@@ -264,28 +274,32 @@ int32_t VLR_getversion(int32_t* major, int32_t* minor, int32_t* build, int32_t* 
 }
 
 int32_t VLR_getversionstring(int32_t size, char* buffer) {
-  if (buffer == nullptr) return VLR_RES_ERR_NULL_POINTER;
-  if (size > 0) {
-    std::snprintf(buffer, static_cast<size_t>(size), "%d.%d.%d.%d", vlr::kVersionMajor,
-                  vlr::kVersionMinor, vlr::kVersionBuild, vlr::kVersionRevision);
-  }
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    if (buffer == nullptr) return VLR_RES_ERR_NULL_POINTER;
+    if (size > 0) {
+      std::snprintf(buffer, static_cast<size_t>(size), "%d.%d.%d.%d", vlr::kVersionMajor,
+                    vlr::kVersionMinor, vlr::kVersionBuild, vlr::kVersionRevision);
+    }
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_checkversion(VLRenv_t henv, int32_t major, int32_t minor, int32_t build,
                          int32_t revision) {
-  const int32_t r = VLR_checkenv(henv);
-  if (r != VLR_RES_OK) return r;
-  const int32_t have[4] = {vlr::kVersionMajor, vlr::kVersionMinor, vlr::kVersionBuild,
-                           vlr::kVersionRevision};
-  const int32_t want[4] = {major, minor, build, revision};
-  for (int k = 0; k < 4; ++k) {
-    if (have[k] == want[k]) continue;
-    const int32_t code = have[k] < want[k] ? VLR_RES_ERR_OLDER_DLL : VLR_RES_ERR_NEWER_DLL;
-    return VLR_RAISEENV(vlr::VLR_envcast(henv), code, have[0], have[1], have[2], have[3], want[0],
-                        want[1], want[2], want[3]);
-  }
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    const int32_t r = VLR_checkenv(henv);
+    if (r != VLR_RES_OK) return r;
+    const int32_t have[4] = {vlr::kVersionMajor, vlr::kVersionMinor, vlr::kVersionBuild,
+                             vlr::kVersionRevision};
+    const int32_t want[4] = {major, minor, build, revision};
+    for (int k = 0; k < 4; ++k) {
+      if (have[k] == want[k]) continue;
+      const int32_t code = have[k] < want[k] ? VLR_RES_ERR_OLDER_DLL : VLR_RES_ERR_NEWER_DLL;
+      return VLR_RAISEENV(vlr::VLR_envcast(henv), code, have[0], have[1], have[2], have[3], want[0],
+                          want[1], want[2], want[3]);
+    }
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getbuildinfo(char* buildstate, char* builddate, char* buildtool) {

@@ -270,8 +270,10 @@ using vlr::Task;
 int32_t VLR_exceptiontask(VLRtask_t task, int32_t code, ...) {
   va_list ap;
   va_start(ap, code);
-  const int32_t r =
-      vlr::VLR_exceptiontaskva(VLR_HERE, "VLR_exceptiontask", vlr::VLR_taskcast(task), code, ap);
+  const int32_t r = vlr::api_guard([&]() -> int32_t {
+    return vlr::VLR_exceptiontaskva(VLR_HERE, "VLR_exceptiontask", vlr::VLR_taskcast(task), code,
+                                    ap);
+  });
   va_end(ap);
   return r;
 }
@@ -280,8 +282,9 @@ int32_t VLR_exceptionenv(VLRenv_t env, int32_t code, ...) {
   if (VLR_checkenv(env) != VLR_RES_OK) return code;
   va_list ap;
   va_start(ap, code);
-  const int32_t r =
-      vlr::VLR_exceptionenvva(VLR_HERE, "VLR_exceptionenv", vlr::VLR_envcast(env), code, ap);
+  const int32_t r = vlr::api_guard([&]() -> int32_t {
+    return vlr::VLR_exceptionenvva(VLR_HERE, "VLR_exceptionenv", vlr::VLR_envcast(env), code, ap);
+  });
   va_end(ap);
   return r;
 }
@@ -303,33 +306,41 @@ int32_t VLR_getlasterror64(VLRtask_t task, int32_t* lastrescode, int64_t sizelas
 
 int32_t VLR_getlasterror(VLRtask_t task, int32_t* lastrescode, int32_t sizelastmsg,
                          int32_t* lastmsglen, char* lastmsg) {
-  int64_t len = 0;
-  const int32_t r = VLR_getlasterror64(task, lastrescode, sizelastmsg, &len, lastmsg);
-  if (r == VLR_RES_OK && lastmsglen != nullptr) *lastmsglen = static_cast<int32_t>(len);
-  return r;
+  return vlr::api_guard([&]() -> int32_t {
+    int64_t len = 0;
+    const int32_t r = VLR_getlasterror64(task, lastrescode, sizelastmsg, &len, lastmsg);
+    if (r == VLR_RES_OK && lastmsglen != nullptr) *lastmsglen = static_cast<int32_t>(len);
+    return r;
+  });
 }
 
 int32_t VLR_putresponsefunc(VLRtask_t task, VLRresponsefunc responsefunc, void* handle) {
-  const int32_t r = VLR_checktask(task);
-  if (r != VLR_RES_OK) return r;
-  Task* t = vlr::VLR_taskcast(task);
-  t->response_func = responsefunc;
-  t->response_handle = handle;
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    const int32_t r = VLR_checktask(task);
+    if (r != VLR_RES_OK) return r;
+    Task* t = vlr::VLR_taskcast(task);
+    t->response_func = responsefunc;
+    t->response_handle = handle;
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_putexceptionfuncenv(VLRenv_t env, VLRresponsefunc responsefunc, void* handle) {
-  if (env == nullptr) return VLR_RES_ERR_NULL_ENV;
-  vlr::Env* e = vlr::VLR_envcast(env);
-  e->exception_func = responsefunc;
-  e->exception_handle = handle;
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    if (env == nullptr) return VLR_RES_ERR_NULL_ENV;
+    vlr::Env* e = vlr::VLR_envcast(env);
+    e->exception_func = responsefunc;
+    e->exception_handle = handle;
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_putexitfunc(VLRenv_t env, VLRexitfunc exitfunc, void* handle) {
-  if (env == nullptr) return VLR_RES_ERR_NULL_ENV;
-  vlr::Env* e = vlr::VLR_envcast(env);
-  e->exit_func = exitfunc;
-  e->exit_handle = handle;
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    if (env == nullptr) return VLR_RES_ERR_NULL_ENV;
+    vlr::Env* e = vlr::VLR_envcast(env);
+    e->exit_func = exitfunc;
+    e->exit_handle = handle;
+    return VLR_RES_OK;
+  });
 }

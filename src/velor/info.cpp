@@ -172,181 +172,205 @@ int32_t info_get(VLRtask_t task, int32_t item, T* value, int32_t n, const T* arr
 }  // namespace
 
 int32_t VLR_getdouinf(VLRtask_t task, int32_t whichdinf, double* dvalue) {
-  if (VLR_checktask(task) != VLR_RES_OK) return VLR_checktask(task);
-  return info_get(task, whichdinf, dvalue, vlr::kNumDouInf, vlr::VLR_taskcast(task)->dinf,
-                  VLR_RES_ERR_INF_DOU_INDEX, "dvalue");
+  return vlr::api_guard([&]() -> int32_t {
+    if (VLR_checktask(task) != VLR_RES_OK) return VLR_checktask(task);
+    return info_get(task, whichdinf, dvalue, vlr::kNumDouInf, vlr::VLR_taskcast(task)->dinf,
+                    VLR_RES_ERR_INF_DOU_INDEX, "dvalue");
+  });
 }
 
 int32_t VLR_getintinf(VLRtask_t task, int32_t whichiinf, int32_t* ivalue) {
-  if (VLR_checktask(task) != VLR_RES_OK) return VLR_checktask(task);
-  return info_get(task, whichiinf, ivalue, vlr::kNumIntInf, vlr::VLR_taskcast(task)->iinf,
-                  VLR_RES_ERR_INF_INT_INDEX, "ivalue");
+  return vlr::api_guard([&]() -> int32_t {
+    if (VLR_checktask(task) != VLR_RES_OK) return VLR_checktask(task);
+    return info_get(task, whichiinf, ivalue, vlr::kNumIntInf, vlr::VLR_taskcast(task)->iinf,
+                    VLR_RES_ERR_INF_INT_INDEX, "ivalue");
+  });
 }
 
 int32_t VLR_getlintinf(VLRtask_t task, int32_t whichliinf, int64_t* ivalue) {
-  if (VLR_checktask(task) != VLR_RES_OK) return VLR_checktask(task);
-  return info_get(task, whichliinf, ivalue, vlr::kNumLintInf, vlr::VLR_taskcast(task)->liinf,
-                  VLR_RES_ERR_INF_LINT_INDEX, "ivalue");
+  return vlr::api_guard([&]() -> int32_t {
+    if (VLR_checktask(task) != VLR_RES_OK) return VLR_checktask(task);
+    return info_get(task, whichliinf, ivalue, vlr::kNumLintInf, vlr::VLR_taskcast(task)->liinf,
+                    VLR_RES_ERR_INF_LINT_INDEX, "ivalue");
+  });
 }
 
 int32_t VLR_getinfindex(VLRtask_t task, int32_t inftype, const char* infname, int32_t* infindex) {
-  const int32_t r = VLR_checktask(task);
-  if (r != VLR_RES_OK) return r;
-  Task* t = vlr::VLR_taskcast(task);
-  if (infindex == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "infindex");
-  const char* name = infname != nullptr ? infname : "";
-  int32_t k = -1;
-  switch (inftype) {
-    case VLR_INF_DOU_TYPE:
-      k = vlr::info_find(vlr::kDouInfNames, vlr::kNumDouInf, name);
-      if (k < 0) return VLR_RAISE(t, VLR_RES_ERR_INF_DOU_NAME, name);
-      break;
-    case VLR_INF_INT_TYPE:
-      k = vlr::info_find(vlr::kIntInfNames, vlr::kNumIntInf, name);
-      if (k < 0) return VLR_RAISE(t, VLR_RES_ERR_INF_INT_NAME, name);
-      break;
-    case VLR_INF_LINT_TYPE:
-      k = vlr::info_find(vlr::kLintInfNames, vlr::kNumLintInf, name);
-      if (k < 0) return VLR_RAISE(t, VLR_RES_ERR_INF_LINT_NAME, name);
-      break;
-    default:
-      return VLR_RAISE(t, VLR_RES_ERR_INF_TYPE, inftype);
-  }
-  *infindex = k;
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    const int32_t r = VLR_checktask(task);
+    if (r != VLR_RES_OK) return r;
+    Task* t = vlr::VLR_taskcast(task);
+    if (infindex == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "infindex");
+    const char* name = infname != nullptr ? infname : "";
+    int32_t k = -1;
+    switch (inftype) {
+      case VLR_INF_DOU_TYPE:
+        k = vlr::info_find(vlr::kDouInfNames, vlr::kNumDouInf, name);
+        if (k < 0) return VLR_RAISE(t, VLR_RES_ERR_INF_DOU_NAME, name);
+        break;
+      case VLR_INF_INT_TYPE:
+        k = vlr::info_find(vlr::kIntInfNames, vlr::kNumIntInf, name);
+        if (k < 0) return VLR_RAISE(t, VLR_RES_ERR_INF_INT_NAME, name);
+        break;
+      case VLR_INF_LINT_TYPE:
+        k = vlr::info_find(vlr::kLintInfNames, vlr::kNumLintInf, name);
+        if (k < 0) return VLR_RAISE(t, VLR_RES_ERR_INF_LINT_NAME, name);
+        break;
+      default:
+        return VLR_RAISE(t, VLR_RES_ERR_INF_TYPE, inftype);
+    }
+    *infindex = k;
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getnadouinf(VLRtask_t task, const char* infitemname, double* dvalue) {
-  int32_t k = 0;
-  const int32_t r = VLR_getinfindex(task, VLR_INF_DOU_TYPE, infitemname, &k);
-  return r != VLR_RES_OK ? r : VLR_getdouinf(task, k, dvalue);
+  return vlr::api_guard([&]() -> int32_t {
+    int32_t k = 0;
+    const int32_t r = VLR_getinfindex(task, VLR_INF_DOU_TYPE, infitemname, &k);
+    return r != VLR_RES_OK ? r : VLR_getdouinf(task, k, dvalue);
+  });
 }
 
 int32_t VLR_getnaintinf(VLRtask_t task, const char* infitemname, int32_t* ivalue) {
-  int32_t k = 0;
-  const int32_t r = VLR_getinfindex(task, VLR_INF_INT_TYPE, infitemname, &k);
-  return r != VLR_RES_OK ? r : VLR_getintinf(task, k, ivalue);
+  return vlr::api_guard([&]() -> int32_t {
+    int32_t k = 0;
+    const int32_t r = VLR_getinfindex(task, VLR_INF_INT_TYPE, infitemname, &k);
+    return r != VLR_RES_OK ? r : VLR_getintinf(task, k, ivalue);
+  });
 }
 
 int32_t VLR_getinfname(VLRtask_t task, int32_t inftype, int32_t whichinf, char* infname) {
-  const int32_t r = VLR_checktask(task);
-  if (r != VLR_RES_OK) return r;
-  Task* t = vlr::VLR_taskcast(task);
-  const char* const* names = nullptr;
-  int32_t n = 0, code = 0;
-  switch (inftype) {
-    case VLR_INF_DOU_TYPE:
-      names = vlr::kDouInfNames, n = vlr::kNumDouInf, code = VLR_RES_ERR_INF_DOU_INDEX;
-      break;
-    case VLR_INF_INT_TYPE:
-      names = vlr::kIntInfNames, n = vlr::kNumIntInf, code = VLR_RES_ERR_INF_INT_INDEX;
-      break;
-    case VLR_INF_LINT_TYPE:
-      names = vlr::kLintInfNames, n = vlr::kNumLintInf, code = VLR_RES_ERR_INF_LINT_INDEX;
-      break;
-    default:
-      return VLR_RAISE(t, VLR_RES_ERR_INF_TYPE, inftype);
-  }
-  if (whichinf < 0 || whichinf >= n) return VLR_RAISE(t, code, whichinf);
-  if (infname == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "infname");
-  std::snprintf(infname, VLR_MAX_STR_LEN, "%s", names[whichinf]);
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    const int32_t r = VLR_checktask(task);
+    if (r != VLR_RES_OK) return r;
+    Task* t = vlr::VLR_taskcast(task);
+    const char* const* names = nullptr;
+    int32_t n = 0, code = 0;
+    switch (inftype) {
+      case VLR_INF_DOU_TYPE:
+        names = vlr::kDouInfNames, n = vlr::kNumDouInf, code = VLR_RES_ERR_INF_DOU_INDEX;
+        break;
+      case VLR_INF_INT_TYPE:
+        names = vlr::kIntInfNames, n = vlr::kNumIntInf, code = VLR_RES_ERR_INF_INT_INDEX;
+        break;
+      case VLR_INF_LINT_TYPE:
+        names = vlr::kLintInfNames, n = vlr::kNumLintInf, code = VLR_RES_ERR_INF_LINT_INDEX;
+        break;
+      default:
+        return VLR_RAISE(t, VLR_RES_ERR_INF_TYPE, inftype);
+    }
+    if (whichinf < 0 || whichinf >= n) return VLR_RAISE(t, code, whichinf);
+    if (infname == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "infname");
+    std::snprintf(infname, VLR_MAX_STR_LEN, "%s", names[whichinf]);
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getinfmax(VLRtask_t task, int32_t inftype, int32_t* infmax) {
-  const int32_t r = VLR_checktask(task);
-  if (r != VLR_RES_OK) return r;
-  Task* t = vlr::VLR_taskcast(task);
-  if (infmax == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "infmax");
-  switch (inftype) {
-    case VLR_INF_DOU_TYPE:
-      *infmax = vlr::kNumDouInf;
-      return VLR_RES_OK;
-    case VLR_INF_INT_TYPE:
-      *infmax = vlr::kNumIntInf;
-      return VLR_RES_OK;
-    case VLR_INF_LINT_TYPE:
-      *infmax = vlr::kNumLintInf;
-      return VLR_RES_OK;
-    default:
-      return VLR_RAISE(t, VLR_RES_ERR_INF_TYPE, inftype);
-  }
+  return vlr::api_guard([&]() -> int32_t {
+    const int32_t r = VLR_checktask(task);
+    if (r != VLR_RES_OK) return r;
+    Task* t = vlr::VLR_taskcast(task);
+    if (infmax == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "infmax");
+    switch (inftype) {
+      case VLR_INF_DOU_TYPE:
+        *infmax = vlr::kNumDouInf;
+        return VLR_RES_OK;
+      case VLR_INF_INT_TYPE:
+        *infmax = vlr::kNumIntInf;
+        return VLR_RES_OK;
+      case VLR_INF_LINT_TYPE:
+        *infmax = vlr::kNumLintInf;
+        return VLR_RES_OK;
+      default:
+        return VLR_RAISE(t, VLR_RES_ERR_INF_TYPE, inftype);
+    }
+  });
 }
 
 int32_t VLR_putcallbackfunc(VLRtask_t task, VLRcallbackfunc func, void* handle) {
-  const int32_t r = VLR_checktask(task);
-  if (r != VLR_RES_OK) return r;
-  Task* t = vlr::VLR_taskcast(task);
-  t->callback_func = func;
-  t->callback_handle = handle;
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    const int32_t r = VLR_checktask(task);
+    if (r != VLR_RES_OK) return r;
+    Task* t = vlr::VLR_taskcast(task);
+    t->callback_func = func;
+    t->callback_handle = handle;
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getcallbackfunc(VLRtask_t task, VLRcallbackfunc* func, void** handle) {
-  const int32_t r = VLR_checktask(task);
-  if (r != VLR_RES_OK) return r;
-  Task* t = vlr::VLR_taskcast(task);
-  if (func != nullptr) *func = t->callback_func;
-  if (handle != nullptr) *handle = t->callback_handle;
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    const int32_t r = VLR_checktask(task);
+    if (r != VLR_RES_OK) return r;
+    Task* t = vlr::VLR_taskcast(task);
+    if (func != nullptr) *func = t->callback_func;
+    if (handle != nullptr) *handle = t->callback_handle;
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_readsummary(VLRtask_t task, int32_t whichstream) {
-  const int32_t r = VLR_checktask(task);
-  if (r != VLR_RES_OK) return r;
-  Task* t = vlr::VLR_taskcast(task);
-  if (whichstream < 0 || whichstream >= vlr::kNumStreams) {
-    return VLR_RAISE(t, VLR_RES_ERR_INVALID_STREAM, whichstream);
-  }
-  const int32_t sense = t->iparam[VLR_IPAR_OBJECTIVE_SENSE];
-  const char* sensename = sense == VLR_OBJECTIVE_SENSE_MINIMIZE   ? "min"
-                          : sense == VLR_OBJECTIVE_SENSE_MAXIMIZE ? "max"
-                                                                  : "undefined";
-  char probtype[VLR_MAX_STR_LEN];
-  VLR_probtypetostr(task, t->iinf[VLR_IINF_RD_PROTYPE], probtype);
-  const int32_t s = whichstream;
-  vlr::VLRP_echotask(t, s, "Read - objective sense      : ");
-  vlr::VLRP_echotask(t, s, "%-12s  ", sensename);
-  vlr::VLRP_echotask(t, s, "problem type         : %s\n", probtype);
-  vlr::VLRP_echotask(t, s, "Read - number of constraints: %-12d  number of variables  : %-12d\n",
-                     t->iinf[VLR_IINF_RD_NUMCON], t->iinf[VLR_IINF_RD_NUMVAR]);
-  vlr::VLRP_echotask(t, s, "Read - number of int. var.  : %-12d  number of nz Qs      : %-12d\n",
-                     t->iinf[VLR_IINF_RD_NUMINTVAR], t->iinf[VLR_IINF_RD_NUMQ]);
-  vlr::VLRP_echotask(t, s,
-                     "Read - number of A nonzeros : %-12lld  number of Q nonzeros : %-12lld\n",
-                     static_cast<long long>(t->liinf[VLR_LIINF_RD_NUMANZ]),
-                     static_cast<long long>(t->liinf[VLR_LIINF_RD_NUMQNZ]));
-  vlr::VLRP_echotask(t, s, "Read - time                 : %-8.1f\n\n", t->dinf[VLR_DINF_RD_TIME]);
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    const int32_t r = VLR_checktask(task);
+    if (r != VLR_RES_OK) return r;
+    Task* t = vlr::VLR_taskcast(task);
+    if (whichstream < 0 || whichstream >= vlr::kNumStreams) {
+      return VLR_RAISE(t, VLR_RES_ERR_INVALID_STREAM, whichstream);
+    }
+    const int32_t sense = t->iparam[VLR_IPAR_OBJECTIVE_SENSE];
+    const char* sensename = sense == VLR_OBJECTIVE_SENSE_MINIMIZE   ? "min"
+                            : sense == VLR_OBJECTIVE_SENSE_MAXIMIZE ? "max"
+                                                                    : "undefined";
+    char probtype[VLR_MAX_STR_LEN];
+    VLR_probtypetostr(task, t->iinf[VLR_IINF_RD_PROTYPE], probtype);
+    const int32_t s = whichstream;
+    vlr::VLRP_echotask(t, s, "Read - objective sense      : ");
+    vlr::VLRP_echotask(t, s, "%-12s  ", sensename);
+    vlr::VLRP_echotask(t, s, "problem type         : %s\n", probtype);
+    vlr::VLRP_echotask(t, s, "Read - number of constraints: %-12d  number of variables  : %-12d\n",
+                       t->iinf[VLR_IINF_RD_NUMCON], t->iinf[VLR_IINF_RD_NUMVAR]);
+    vlr::VLRP_echotask(t, s, "Read - number of int. var.  : %-12d  number of nz Qs      : %-12d\n",
+                       t->iinf[VLR_IINF_RD_NUMINTVAR], t->iinf[VLR_IINF_RD_NUMQ]);
+    vlr::VLRP_echotask(t, s,
+                       "Read - number of A nonzeros : %-12lld  number of Q nonzeros : %-12lld\n",
+                       static_cast<long long>(t->liinf[VLR_LIINF_RD_NUMANZ]),
+                       static_cast<long long>(t->liinf[VLR_LIINF_RD_NUMQNZ]));
+    vlr::VLRP_echotask(t, s, "Read - time                 : %-8.1f\n\n", t->dinf[VLR_DINF_RD_TIME]);
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_optimizersummary(VLRtask_t task, int32_t whichstream) {
-  const int32_t r = VLR_checktask(task);
-  if (r != VLR_RES_OK) return r;
-  Task* t = vlr::VLR_taskcast(task);
-  if (whichstream < 0 || whichstream >= vlr::kNumStreams) {
-    return VLR_RAISE(t, VLR_RES_ERR_INVALID_STREAM, whichstream);
-  }
-  const int32_t s = whichstream;
-  const double* d = t->dinf;
-  const int32_t* i = t->iinf;
-  vlr::VLRP_echotask(t, s, "\nOptimizer summary\n");
-  vlr::VLRP_echotask(t, s, "  Optimizer                 -                        time: %-6.2f\n",
-                     d[VLR_DINF_OPTIMIZER_TIME]);
-  vlr::VLRP_echotask(t, s, "    Interior-point          - iterations : %-6d    time: %-6.2f\n",
-                     i[VLR_IINF_INTPNT_ITER], d[VLR_DINF_INTPNT_TIME]);
-  vlr::VLRP_echotask(t, s, "      Basis identification  -                        time: %-6.2f\n",
-                     d[VLR_DINF_BI_TIME]);
-  vlr::VLRP_echotask(t, s, "    Simplex                 -                        time: %-6.2f\n",
-                     d[VLR_DINF_SIM_TIME]);
-  vlr::VLRP_echotask(t, s, "      Primal simplex        - iterations : %-6d    time: %-6.2f\n",
-                     i[VLR_IINF_SIM_PRIMAL_ITER], d[VLR_DINF_SIM_PRIMAL_TIME]);
-  vlr::VLRP_echotask(t, s, "      Dual simplex          - iterations : %-6d    time: %-6.2f\n",
-                     i[VLR_IINF_SIM_DUAL_ITER], d[VLR_DINF_SIM_DUAL_TIME]);
-  vlr::VLRP_echotask(t, s, "      Primal-dual simplex   - iterations : %-6d    time: %-6.2f\n",
-                     i[VLR_IINF_SIM_PRIMAL_DUAL_ITER], d[VLR_DINF_SIM_PRIMAL_DUAL_TIME]);
-  vlr::VLRP_echotask(t, s, "    Mixed integer           - relaxations: %-6d    time: %-6.2f\n",
-                     i[VLR_IINF_MIO_NUM_RELAX], d[VLR_DINF_MIO_TIME]);
-  vlr::VLRP_echotask(t, s, "\n");
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    const int32_t r = VLR_checktask(task);
+    if (r != VLR_RES_OK) return r;
+    Task* t = vlr::VLR_taskcast(task);
+    if (whichstream < 0 || whichstream >= vlr::kNumStreams) {
+      return VLR_RAISE(t, VLR_RES_ERR_INVALID_STREAM, whichstream);
+    }
+    const int32_t s = whichstream;
+    const double* d = t->dinf;
+    const int32_t* i = t->iinf;
+    vlr::VLRP_echotask(t, s, "\nOptimizer summary\n");
+    vlr::VLRP_echotask(t, s, "  Optimizer                 -                        time: %-6.2f\n",
+                       d[VLR_DINF_OPTIMIZER_TIME]);
+    vlr::VLRP_echotask(t, s, "    Interior-point          - iterations : %-6d    time: %-6.2f\n",
+                       i[VLR_IINF_INTPNT_ITER], d[VLR_DINF_INTPNT_TIME]);
+    vlr::VLRP_echotask(t, s, "      Basis identification  -                        time: %-6.2f\n",
+                       d[VLR_DINF_BI_TIME]);
+    vlr::VLRP_echotask(t, s, "    Simplex                 -                        time: %-6.2f\n",
+                       d[VLR_DINF_SIM_TIME]);
+    vlr::VLRP_echotask(t, s, "      Primal simplex        - iterations : %-6d    time: %-6.2f\n",
+                       i[VLR_IINF_SIM_PRIMAL_ITER], d[VLR_DINF_SIM_PRIMAL_TIME]);
+    vlr::VLRP_echotask(t, s, "      Dual simplex          - iterations : %-6d    time: %-6.2f\n",
+                       i[VLR_IINF_SIM_DUAL_ITER], d[VLR_DINF_SIM_DUAL_TIME]);
+    vlr::VLRP_echotask(t, s, "      Primal-dual simplex   - iterations : %-6d    time: %-6.2f\n",
+                       i[VLR_IINF_SIM_PRIMAL_DUAL_ITER], d[VLR_DINF_SIM_PRIMAL_DUAL_TIME]);
+    vlr::VLRP_echotask(t, s, "    Mixed integer           - relaxations: %-6d    time: %-6.2f\n",
+                       i[VLR_IINF_MIO_NUM_RELAX], d[VLR_DINF_MIO_TIME]);
+    vlr::VLRP_echotask(t, s, "\n");
+    return VLR_RES_OK;
+  });
 }

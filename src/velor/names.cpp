@@ -139,7 +139,11 @@ void VLR_htbl_unassign(HashTbl* tbl, const int64_t* off, const char* pool, int32
 const char* VLR_getnamex(const Task* task, int32_t whichitem, int32_t i, char* buf) {
   const TaskData* d = task->data;
   const int64_t* off = d->names[whichitem].off;
-  if (off != nullptr && off[i] != 0) return d->namepool + off[i];
+  // Messages may name an item that does not exist (yet): it gets the generic name.
+  const int32_t count = whichitem == VLR_PI_CON   ? d->numcon
+                        : whichitem == VLR_PI_VAR ? d->numvar
+                                                  : d->numcone;
+  if (off != nullptr && i >= 0 && i < count && off[i] != 0) return d->namepool + off[i];
   std::snprintf(buf, 32, "%c%d", kGenericPrefix[whichitem], i);
   return buf;
 }
@@ -251,14 +255,14 @@ int32_t VLR_getnameindexrec(Task* task, int32_t whichitem, const char* name, int
 
 int32_t VLR_putname(VLRtask_t task, int32_t whichitem, int32_t i, const char* name) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     return vlr::VLRP_putname(t, whichitem, i, name);
   });
 }
 
 int32_t VLR_putobjname(VLRtask_t task, const char* objname) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     if (objname == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NAME_IS_NULL);
     char* copy = vlr::VLR_sysenv_strdupdbg(t->sys, VLR_HERE, objname);
     if (copy == nullptr) return VLR_RAISE(t, VLR_RES_ERR_SPACE);
@@ -270,24 +274,28 @@ int32_t VLR_putobjname(VLRtask_t task, const char* objname) {
 
 int32_t VLR_getname64(VLRtask_t task, int32_t whichitem, int32_t i, int64_t maxlen, int64_t* len,
                       char* name) {
-  VLR_PROLOGUE(task);
-  int32_t r = vlr::names_checkitem(t, whichitem);
-  if (r == VLR_RES_OK) {
-    r = vlr::VLR_checkindexdbg(VLR_HERE, t, i, vlr::names_count(d, whichitem), "i");
-  }
-  if (r != VLR_RES_OK) return r;
-  char buf[32];
-  return vlr::names_copyout(t, vlr::VLR_getnamex(t, whichitem, i, buf), maxlen, len, name);
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    int32_t r = vlr::names_checkitem(t, whichitem);
+    if (r == VLR_RES_OK) {
+      r = vlr::VLR_checkindexdbg(VLR_HERE, t, i, vlr::names_count(d, whichitem), "i");
+    }
+    if (r != VLR_RES_OK) return r;
+    char buf[32];
+    return vlr::names_copyout(t, vlr::VLR_getnamex(t, whichitem, i, buf), maxlen, len, name);
+  });
 }
 
 int32_t VLR_getname(VLRtask_t task, int32_t whichitem, int32_t i, int32_t maxlen, int32_t* len,
                     char* name) {
-  int64_t n = 0;
-  const int32_t r = VLR_getname64(task, whichitem, i, maxlen, &n, name);
-  if (len != nullptr && (r == VLR_RES_OK || r == VLR_RES_ERR_NAME_MAX_LEN)) {
-    *len = static_cast<int32_t>(n);
-  }
-  return r;
+  return vlr::api_guard([&]() -> int32_t {
+    int64_t n = 0;
+    const int32_t r = VLR_getname64(task, whichitem, i, maxlen, &n, name);
+    if (len != nullptr && (r == VLR_RES_OK || r == VLR_RES_ERR_NAME_MAX_LEN)) {
+      *len = static_cast<int32_t>(n);
+    }
+    return r;
+  });
 }
 
 int32_t VLR_getnamelen64(VLRtask_t task, int32_t whichitem, int32_t i, int64_t* len) {
@@ -311,20 +319,26 @@ int32_t VLR_getconname(VLRtask_t task, int32_t i, int32_t maxlen, char* name) {
 }
 
 int32_t VLR_getobjname64(VLRtask_t task, int64_t maxlen, int64_t* len, char* objname) {
-  VLR_PROLOGUE(task);
-  return vlr::names_copyout(t, d->objname != nullptr ? d->objname : "", maxlen, len, objname);
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    return vlr::names_copyout(t, d->objname != nullptr ? d->objname : "", maxlen, len, objname);
+  });
 }
 
 int32_t VLR_getobjname(VLRtask_t task, int32_t maxlen, int32_t* len, char* objname) {
-  int64_t n = 0;
-  const int32_t r = VLR_getobjname64(task, maxlen, &n, objname);
-  if (len != nullptr && r == VLR_RES_OK) *len = static_cast<int32_t>(n);
-  return r;
+  return vlr::api_guard([&]() -> int32_t {
+    int64_t n = 0;
+    const int32_t r = VLR_getobjname64(task, maxlen, &n, objname);
+    if (len != nullptr && r == VLR_RES_OK) *len = static_cast<int32_t>(n);
+    return r;
+  });
 }
 
 int32_t VLR_gettaskname64(VLRtask_t task, int64_t maxlen, int64_t* len, char* taskname) {
-  VLR_PROLOGUE(task);
-  return vlr::names_copyout(t, t->name != nullptr ? t->name : "", maxlen, len, taskname);
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    return vlr::names_copyout(t, t->name != nullptr ? t->name : "", maxlen, len, taskname);
+  });
 }
 
 int32_t VLR_getnameindex(VLRtask_t task, int32_t whichitem, const char* name, int32_t* asgn,
@@ -344,16 +358,18 @@ int32_t VLR_getnameindex(VLRtask_t task, int32_t whichitem, const char* name, in
 }
 
 int32_t VLR_getmaxnamelen(VLRtask_t task, int32_t* maxlen) {
-  VLR_PROLOGUE(task);
-  if (maxlen == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "maxlen");
-  size_t m = std::max(d->objname != nullptr ? std::strlen(d->objname) : 0,
-                      t->name != nullptr ? std::strlen(t->name) : 0);
-  char buf[32];
-  for (int32_t w = VLR_PI_VAR; w <= VLR_PI_CONE; ++w) {
-    const int32_t n = vlr::names_count(d, w);
-    for (int32_t i = 0; i < n; ++i)
-      m = std::max(m, std::strlen(vlr::VLR_getnamex(t, w, i, buf)));
-  }
-  *maxlen = static_cast<int32_t>(m);
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    if (maxlen == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "maxlen");
+    size_t m = std::max(d->objname != nullptr ? std::strlen(d->objname) : 0,
+                        t->name != nullptr ? std::strlen(t->name) : 0);
+    char buf[32];
+    for (int32_t w = VLR_PI_VAR; w <= VLR_PI_CONE; ++w) {
+      const int32_t n = vlr::names_count(d, w);
+      for (int32_t i = 0; i < n; ++i)
+        m = std::max(m, std::strlen(vlr::VLR_getnamex(t, w, i, buf)));
+    }
+    *maxlen = static_cast<int32_t>(m);
+    return VLR_RES_OK;
+  });
 }

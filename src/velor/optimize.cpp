@@ -113,6 +113,9 @@ int32_t VLR_optimize(VLRtask_t task) {
     const int32_t r0 = VLR_checktask(task);
     if (r0 != VLR_RES_OK) return r0;
     Task* t = vlr::VLR_taskcast(task);
+    const int32_t busy = vlr::VLR_checktaskidle(t);
+    if (busy != VLR_RES_OK) return busy;
+    const vlr::TaskInUse inuse(t);  // callbacks may call in; they must not change the task
     int32_t r = vlr::VLR_startoptimizer(t, VLR_CALLBACK_BEGIN_OPTIMIZER);
     if (r != VLR_RES_OK) return r;
     r = vlr::VLR_optimizetask(t);

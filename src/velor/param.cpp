@@ -257,67 +257,82 @@ using vlr::Task;
   const int32_t r_ = VLR_checktask(task); \
   if (r_ != VLR_RES_OK) return r_;        \
   Task* t = vlr::VLR_taskcast(task)
+#define VLR_TASK_PUTPROLOGUE(task) \
+  VLR_TASK_PROLOGUE(task);         \
+  if (const int32_t busy_ = vlr::VLR_checktaskidle(t); busy_ != VLR_RES_OK) return busy_
 
 int32_t VLR_setdefaults(VLRtask_t task) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_TASK_PROLOGUE(task);
+    VLR_TASK_PUTPROLOGUE(task);
     return vlr::VLR_setdefaults(t);
   });
 }
 
 int32_t VLR_putintparam(VLRtask_t task, int32_t param, int32_t parvalue) {
-  VLR_TASK_PROLOGUE(task);
-  return vlr::VLR_putintparamrec(t, param, parvalue);
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_TASK_PUTPROLOGUE(task);
+    return vlr::VLR_putintparamrec(t, param, parvalue);
+  });
 }
 
 int32_t VLR_getintparam(VLRtask_t task, int32_t param, int32_t* parvalue) {
-  VLR_TASK_PROLOGUE(task);
-  if (param < 0 || param >= vlr::kNumIntParams) {
-    return VLR_RAISE(t, VLR_RES_ERR_PARAM_INDEX, param, "integer");
-  }
-  if (parvalue == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "parvalue");
-  *parvalue = t->iparam[param];
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_TASK_PROLOGUE(task);
+    if (param < 0 || param >= vlr::kNumIntParams) {
+      return VLR_RAISE(t, VLR_RES_ERR_PARAM_INDEX, param, "integer");
+    }
+    if (parvalue == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "parvalue");
+    *parvalue = t->iparam[param];
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_putdouparam(VLRtask_t task, int32_t param, double parvalue) {
-  VLR_TASK_PROLOGUE(task);
-  return vlr::VLR_putdouparamrec(t, param, parvalue);
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_TASK_PUTPROLOGUE(task);
+    return vlr::VLR_putdouparamrec(t, param, parvalue);
+  });
 }
 
 int32_t VLR_getdouparam(VLRtask_t task, int32_t param, double* parvalue) {
-  VLR_TASK_PROLOGUE(task);
-  if (param < 0 || param >= vlr::kNumDouParams) {
-    return VLR_RAISE(t, VLR_RES_ERR_PARAM_INDEX, param, "double");
-  }
-  if (parvalue == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "parvalue");
-  *parvalue = t->dparam[param];
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_TASK_PROLOGUE(task);
+    if (param < 0 || param >= vlr::kNumDouParams) {
+      return VLR_RAISE(t, VLR_RES_ERR_PARAM_INDEX, param, "double");
+    }
+    if (parvalue == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "parvalue");
+    *parvalue = t->dparam[param];
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_putstrparam(VLRtask_t task, int32_t param, const char* parvalue) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_TASK_PROLOGUE(task);
+    VLR_TASK_PUTPROLOGUE(task);
     return vlr::VLR_putstrparamrec(t, param, parvalue);
   });
 }
 
 int32_t VLR_getstrparam64(VLRtask_t task, int32_t param, int64_t maxlen, int64_t* len,
                           char* parvalue) {
-  VLR_TASK_PROLOGUE(task);
-  if (param < 0 || param >= vlr::kNumStrParams) {
-    return VLR_RAISE(t, VLR_RES_ERR_PARAM_INDEX, param, "string");
-  }
-  vlr::param_copyout(t->sparam[param], maxlen, len, parvalue);
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_TASK_PROLOGUE(task);
+    if (param < 0 || param >= vlr::kNumStrParams) {
+      return VLR_RAISE(t, VLR_RES_ERR_PARAM_INDEX, param, "string");
+    }
+    vlr::param_copyout(t->sparam[param], maxlen, len, parvalue);
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getstrparam(VLRtask_t task, int32_t param, int32_t maxlen, int32_t* len,
                         char* parvalue) {
-  int64_t n = 0;
-  const int32_t r = VLR_getstrparam64(task, param, maxlen, &n, parvalue);
-  if (r == VLR_RES_OK && len != nullptr) *len = static_cast<int32_t>(n);
-  return r;
+  return vlr::api_guard([&]() -> int32_t {
+    int64_t n = 0;
+    const int32_t r = VLR_getstrparam64(task, param, maxlen, &n, parvalue);
+    if (r == VLR_RES_OK && len != nullptr) *len = static_cast<int32_t>(n);
+    return r;
+  });
 }
 
 int32_t VLR_getstrparamal(VLRtask_t task, int32_t param, int32_t numaddchr, char** value) {
@@ -339,59 +354,80 @@ int32_t VLR_getstrparamal(VLRtask_t task, int32_t param, int32_t numaddchr, char
 }
 
 int32_t VLR_putnaintparam(VLRtask_t task, const char* paramname, int32_t parvalue) {
-  VLR_TASK_PROLOGUE(task);
-  const int32_t k = vlr::param_findname(paramname, VLR_PAR_INT_TYPE);
-  if (k < 0) return VLR_RAISE(t, VLR_RES_ERR_PARAM_NAME_INT, paramname != nullptr ? paramname : "");
-  return vlr::VLR_putintparamrec(t, k, parvalue);
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_TASK_PUTPROLOGUE(task);
+    const int32_t k = vlr::param_findname(paramname, VLR_PAR_INT_TYPE);
+    if (k < 0)
+      return VLR_RAISE(t, VLR_RES_ERR_PARAM_NAME_INT, paramname != nullptr ? paramname : "");
+    return vlr::VLR_putintparamrec(t, k, parvalue);
+  });
 }
 
 int32_t VLR_getnaintparam(VLRtask_t task, const char* paramname, int32_t* parvalue) {
-  VLR_TASK_PROLOGUE(task);
-  const int32_t k = vlr::param_findname(paramname, VLR_PAR_INT_TYPE);
-  if (k < 0) return VLR_RAISE(t, VLR_RES_ERR_PARAM_NAME_INT, paramname != nullptr ? paramname : "");
-  return VLR_getintparam(task, k, parvalue);
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_TASK_PROLOGUE(task);
+    const int32_t k = vlr::param_findname(paramname, VLR_PAR_INT_TYPE);
+    if (k < 0)
+      return VLR_RAISE(t, VLR_RES_ERR_PARAM_NAME_INT, paramname != nullptr ? paramname : "");
+    return VLR_getintparam(task, k, parvalue);
+  });
 }
 
 int32_t VLR_putnadouparam(VLRtask_t task, const char* paramname, double parvalue) {
-  VLR_TASK_PROLOGUE(task);
-  const int32_t k = vlr::param_findname(paramname, VLR_PAR_DOU_TYPE);
-  if (k < 0) return VLR_RAISE(t, VLR_RES_ERR_PARAM_NAME_DOU, paramname != nullptr ? paramname : "");
-  return vlr::VLR_putdouparamrec(t, k, parvalue);
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_TASK_PUTPROLOGUE(task);
+    const int32_t k = vlr::param_findname(paramname, VLR_PAR_DOU_TYPE);
+    if (k < 0)
+      return VLR_RAISE(t, VLR_RES_ERR_PARAM_NAME_DOU, paramname != nullptr ? paramname : "");
+    return vlr::VLR_putdouparamrec(t, k, parvalue);
+  });
 }
 
 int32_t VLR_getnadouparam(VLRtask_t task, const char* paramname, double* parvalue) {
-  VLR_TASK_PROLOGUE(task);
-  const int32_t k = vlr::param_findname(paramname, VLR_PAR_DOU_TYPE);
-  if (k < 0) return VLR_RAISE(t, VLR_RES_ERR_PARAM_NAME_DOU, paramname != nullptr ? paramname : "");
-  return VLR_getdouparam(task, k, parvalue);
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_TASK_PROLOGUE(task);
+    const int32_t k = vlr::param_findname(paramname, VLR_PAR_DOU_TYPE);
+    if (k < 0)
+      return VLR_RAISE(t, VLR_RES_ERR_PARAM_NAME_DOU, paramname != nullptr ? paramname : "");
+    return VLR_getdouparam(task, k, parvalue);
+  });
 }
 
 int32_t VLR_putnastrparam(VLRtask_t task, const char* paramname, const char* parvalue) {
-  VLR_TASK_PROLOGUE(task);
-  const int32_t k = vlr::param_findname(paramname, VLR_PAR_STR_TYPE);
-  if (k < 0) return VLR_RAISE(t, VLR_RES_ERR_PARAM_NAME_STR, paramname != nullptr ? paramname : "");
-  return VLR_putstrparam(task, k, parvalue);
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_TASK_PUTPROLOGUE(task);
+    const int32_t k = vlr::param_findname(paramname, VLR_PAR_STR_TYPE);
+    if (k < 0)
+      return VLR_RAISE(t, VLR_RES_ERR_PARAM_NAME_STR, paramname != nullptr ? paramname : "");
+    return VLR_putstrparam(task, k, parvalue);
+  });
 }
 
 int32_t VLR_getnastrparam(VLRtask_t task, const char* paramname, int32_t maxlen, int32_t* len,
                           char* parvalue) {
-  VLR_TASK_PROLOGUE(task);
-  const int32_t k = vlr::param_findname(paramname, VLR_PAR_STR_TYPE);
-  if (k < 0) return VLR_RAISE(t, VLR_RES_ERR_PARAM_NAME_STR, paramname != nullptr ? paramname : "");
-  return VLR_getstrparam(task, k, maxlen, len, parvalue);
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_TASK_PROLOGUE(task);
+    const int32_t k = vlr::param_findname(paramname, VLR_PAR_STR_TYPE);
+    if (k < 0)
+      return VLR_RAISE(t, VLR_RES_ERR_PARAM_NAME_STR, paramname != nullptr ? paramname : "");
+    return VLR_getstrparam(task, k, maxlen, len, parvalue);
+  });
 }
 
 int32_t VLR_getnastrparamal(VLRtask_t task, const char* paramname, int32_t numaddchr,
                             char** value) {
-  VLR_TASK_PROLOGUE(task);
-  const int32_t k = vlr::param_findname(paramname, VLR_PAR_STR_TYPE);
-  if (k < 0) return VLR_RAISE(t, VLR_RES_ERR_PARAM_NAME_STR, paramname != nullptr ? paramname : "");
-  return VLR_getstrparamal(task, k, numaddchr, value);
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_TASK_PROLOGUE(task);
+    const int32_t k = vlr::param_findname(paramname, VLR_PAR_STR_TYPE);
+    if (k < 0)
+      return VLR_RAISE(t, VLR_RES_ERR_PARAM_NAME_STR, paramname != nullptr ? paramname : "");
+    return VLR_getstrparamal(task, k, numaddchr, value);
+  });
 }
 
 int32_t VLR_putparam(VLRtask_t task, const char* parname, const char* parvalue) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_TASK_PROLOGUE(task);
+    VLR_TASK_PUTPROLOGUE(task);
     if (parname == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "parname");
     return vlr::VLR_putparamrec(t, parname, parvalue);
   });
@@ -410,122 +446,139 @@ int32_t param_isparname(VLRtask_t task, const char* parname, int32_t* param, int
 }  // namespace
 
 int32_t VLR_isintparname(VLRtask_t task, const char* parname, int32_t* param) {
-  return param_isparname(task, parname, param, VLR_PAR_INT_TYPE);
+  return vlr::api_guard(
+      [&]() -> int32_t { return param_isparname(task, parname, param, VLR_PAR_INT_TYPE); });
 }
 
 int32_t VLR_isdouparname(VLRtask_t task, const char* parname, int32_t* param) {
-  return param_isparname(task, parname, param, VLR_PAR_DOU_TYPE);
+  return vlr::api_guard(
+      [&]() -> int32_t { return param_isparname(task, parname, param, VLR_PAR_DOU_TYPE); });
 }
 
 int32_t VLR_isstrparname(VLRtask_t task, const char* parname, int32_t* param) {
-  return param_isparname(task, parname, param, VLR_PAR_STR_TYPE);
+  return vlr::api_guard(
+      [&]() -> int32_t { return param_isparname(task, parname, param, VLR_PAR_STR_TYPE); });
 }
 
 int32_t VLR_whichparam(VLRtask_t task, const char* parname, int32_t* partype, int32_t* param) {
-  VLR_TASK_PROLOGUE(task);
-  if (partype == nullptr || param == nullptr) {
-    return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, partype == nullptr ? "partype" : "param");
-  }
-  vlr::VLR_whichparamrec(parname, partype, param);
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_TASK_PROLOGUE(task);
+    if (partype == nullptr || param == nullptr) {
+      return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, partype == nullptr ? "partype" : "param");
+    }
+    vlr::VLR_whichparamrec(parname, partype, param);
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getparamname(VLRtask_t task, int32_t partype, int32_t param, char* parname) {
-  VLR_TASK_PROLOGUE(task);
-  const int32_t n = vlr::param_count(partype);
-  if (n < 0) return VLR_RAISE(t, VLR_RES_ERR_PARAM_TYPE, partype);
-  if (param < 0 || param >= n) {
-    const char* what = partype == VLR_PAR_INT_TYPE   ? "integer"
-                       : partype == VLR_PAR_DOU_TYPE ? "double"
-                                                     : "string";
-    return VLR_RAISE(t, VLR_RES_ERR_PARAM_INDEX, param, what);
-  }
-  if (parname == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "parname");
-  const char* name = partype == VLR_PAR_INT_TYPE   ? vlr::kIntParams[param].name
-                     : partype == VLR_PAR_DOU_TYPE ? vlr::kDouParams[param].name
-                                                   : vlr::kStrParams[param].name;
-  std::snprintf(parname, VLR_MAX_STR_LEN, "%s", name);
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_TASK_PROLOGUE(task);
+    const int32_t n = vlr::param_count(partype);
+    if (n < 0) return VLR_RAISE(t, VLR_RES_ERR_PARAM_TYPE, partype);
+    if (param < 0 || param >= n) {
+      const char* what = partype == VLR_PAR_INT_TYPE   ? "integer"
+                         : partype == VLR_PAR_DOU_TYPE ? "double"
+                                                       : "string";
+      return VLR_RAISE(t, VLR_RES_ERR_PARAM_INDEX, param, what);
+    }
+    if (parname == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "parname");
+    const char* name = partype == VLR_PAR_INT_TYPE   ? vlr::kIntParams[param].name
+                       : partype == VLR_PAR_DOU_TYPE ? vlr::kDouParams[param].name
+                                                     : vlr::kStrParams[param].name;
+    std::snprintf(parname, VLR_MAX_STR_LEN, "%s", name);
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getparammax(VLRtask_t task, int32_t partype, int32_t* parammax) {
-  VLR_TASK_PROLOGUE(task);
-  if (parammax == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "parammax");
-  *parammax = vlr::param_count(partype);
-  if (*parammax < 0) return VLR_RAISE(t, VLR_RES_ERR_PARAM_TYPE, partype);
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_TASK_PROLOGUE(task);
+    if (parammax == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "parammax");
+    *parammax = vlr::param_count(partype);
+    if (*parammax < 0) return VLR_RAISE(t, VLR_RES_ERR_PARAM_TYPE, partype);
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getnumparam(VLRtask_t task, int32_t partype, int32_t* numparam) {
-  const int32_t r = VLR_getparammax(task, partype, numparam);
-  // Kept as it has always been: the integer type answers with the double count.
-  if (r == VLR_RES_OK && partype == VLR_PAR_INT_TYPE) *numparam = vlr::kNumDouParams;
-  return r;
+  return vlr::api_guard([&]() -> int32_t {
+    const int32_t r = VLR_getparammax(task, partype, numparam);
+    // Kept as it has always been: the integer type answers with the double count.
+    if (r == VLR_RES_OK && partype == VLR_PAR_INT_TYPE) *numparam = vlr::kNumDouParams;
+    return r;
+  });
 }
 
 int32_t VLR_copyparam(VLRtask_t desttask, VLRtask_t srctask) {
-  const int32_t r0 = VLR_checktask(desttask);
-  if (r0 != VLR_RES_OK) return r0;
-  const int32_t r1 = VLR_checktask(srctask);
-  if (r1 != VLR_RES_OK) return r1;
-  Task* src = vlr::VLR_taskcast(srctask);
-  for (int32_t k = 0; k < vlr::kNumIntParams; ++k) {
-    const int32_t r = VLR_putintparam(desttask, k, src->iparam[k]);
-    if (r != VLR_RES_OK) return r;
-  }
-  for (int32_t k = 0; k < vlr::kNumDouParams; ++k) {
-    const int32_t r = VLR_putdouparam(desttask, k, src->dparam[k]);
-    if (r != VLR_RES_OK) return r;
-  }
-  for (int32_t k = 0; k < vlr::kNumStrParams; ++k) {
-    // A stored value never has quotes to lose: copy it as it stands.
-    Task* dst = vlr::VLR_taskcast(desttask);
-    char* copy = vlr::VLR_sysenv_strdupdbg(dst->sys, VLR_HERE, src->sparam[k]);
-    if (copy == nullptr) return VLR_RAISE(dst, VLR_RES_ERR_SPACE);
-    vlr::VLR_sysenv_freedbg(dst->sys, VLR_HERE, dst->sparam[k]);
-    dst->sparam[k] = copy;
-  }
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    const int32_t r0 = VLR_checktask(desttask);
+    if (r0 != VLR_RES_OK) return r0;
+    const int32_t r1 = VLR_checktask(srctask);
+    if (r1 != VLR_RES_OK) return r1;
+    const int32_t r2 = vlr::VLR_checktaskidle(vlr::VLR_taskcast(desttask));
+    if (r2 != VLR_RES_OK) return r2;
+    Task* src = vlr::VLR_taskcast(srctask);
+    for (int32_t k = 0; k < vlr::kNumIntParams; ++k) {
+      const int32_t r = VLR_putintparam(desttask, k, src->iparam[k]);
+      if (r != VLR_RES_OK) return r;
+    }
+    for (int32_t k = 0; k < vlr::kNumDouParams; ++k) {
+      const int32_t r = VLR_putdouparam(desttask, k, src->dparam[k]);
+      if (r != VLR_RES_OK) return r;
+    }
+    for (int32_t k = 0; k < vlr::kNumStrParams; ++k) {
+      // A stored value never has quotes to lose: copy it as it stands.
+      Task* dst = vlr::VLR_taskcast(desttask);
+      char* copy = vlr::VLR_sysenv_strdupdbg(dst->sys, VLR_HERE, src->sparam[k]);
+      if (copy == nullptr) return VLR_RAISE(dst, VLR_RES_ERR_SPACE);
+      vlr::VLR_sysenv_freedbg(dst->sys, VLR_HERE, dst->sparam[k]);
+      dst->sparam[k] = copy;
+    }
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_printparam(VLRtask_t task) {
-  VLR_TASK_PROLOGUE(task);
-  const int32_t msg = VLR_STREAM_MSG;
-  vlr::VLRP_echotask(t, msg, "Integer parameters\n");
-  for (int32_t k = 0; k < vlr::kNumIntParams; ++k) {
-    const vlr::IntParInfo& p = vlr::kIntParams[k];
-    vlr::VLRP_echotask(t, msg, "%-3d %-48s: %-18d", k, p.name, t->iparam[k]);
-    if (p.kind == vlr::kParLower || p.kind == vlr::kParRange) {
-      vlr::VLRP_echotask(t, msg, "   %-18d", p.min);
-    } else {
-      vlr::VLRP_echotask(t, msg, "   %-18s", "NONE");
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_TASK_PROLOGUE(task);
+    const int32_t msg = VLR_STREAM_MSG;
+    vlr::VLRP_echotask(t, msg, "Integer parameters\n");
+    for (int32_t k = 0; k < vlr::kNumIntParams; ++k) {
+      const vlr::IntParInfo& p = vlr::kIntParams[k];
+      vlr::VLRP_echotask(t, msg, "%-3d %-48s: %-18d", k, p.name, t->iparam[k]);
+      if (p.kind == vlr::kParLower || p.kind == vlr::kParRange) {
+        vlr::VLRP_echotask(t, msg, "   %-18d", p.min);
+      } else {
+        vlr::VLRP_echotask(t, msg, "   %-18s", "NONE");
+      }
+      if (p.kind == vlr::kParUpper || p.kind == vlr::kParRange) {
+        vlr::VLRP_echotask(t, msg, "   %-18d", p.max);
+      } else {
+        vlr::VLRP_echotask(t, msg, "   %-18s", "NONE");
+      }
+      vlr::VLRP_echotask(t, msg, "\n");
     }
-    if (p.kind == vlr::kParUpper || p.kind == vlr::kParRange) {
-      vlr::VLRP_echotask(t, msg, "   %-18d", p.max);
-    } else {
-      vlr::VLRP_echotask(t, msg, "   %-18s", "NONE");
+    vlr::VLRP_echotask(t, msg, "\nDouble parameters\n");
+    for (int32_t k = 0; k < vlr::kNumDouParams; ++k) {
+      const vlr::DouParInfo& p = vlr::kDouParams[k];
+      vlr::VLRP_echotask(t, msg, "%-3d %-48s: %-18.8e", k, p.name, t->dparam[k]);
+      if (p.kind == vlr::kParLower || p.kind == vlr::kParRange) {
+        vlr::VLRP_echotask(t, msg, "   %-18.8e", p.min);
+      } else {
+        vlr::VLRP_echotask(t, msg, "   %-18s", "NONE");
+      }
+      if (p.kind == vlr::kParUpper || p.kind == vlr::kParRange) {
+        vlr::VLRP_echotask(t, msg, "   %-18.8e", p.max);
+      } else {
+        vlr::VLRP_echotask(t, msg, "   %-18s", "NONE");
+      }
+      vlr::VLRP_echotask(t, msg, "\n");
     }
-    vlr::VLRP_echotask(t, msg, "\n");
-  }
-  vlr::VLRP_echotask(t, msg, "\nDouble parameters\n");
-  for (int32_t k = 0; k < vlr::kNumDouParams; ++k) {
-    const vlr::DouParInfo& p = vlr::kDouParams[k];
-    vlr::VLRP_echotask(t, msg, "%-3d %-48s: %-18.8e", k, p.name, t->dparam[k]);
-    if (p.kind == vlr::kParLower || p.kind == vlr::kParRange) {
-      vlr::VLRP_echotask(t, msg, "   %-18.8e", p.min);
-    } else {
-      vlr::VLRP_echotask(t, msg, "   %-18s", "NONE");
+    vlr::VLRP_echotask(t, msg, "\nString parameters\n");
+    for (int32_t k = 0; k < vlr::kNumStrParams; ++k) {
+      vlr::VLRP_echotask(t, msg, "%-3d %-48s: %-s\n", k, vlr::kStrParams[k].name, t->sparam[k]);
     }
-    if (p.kind == vlr::kParUpper || p.kind == vlr::kParRange) {
-      vlr::VLRP_echotask(t, msg, "   %-18.8e", p.max);
-    } else {
-      vlr::VLRP_echotask(t, msg, "   %-18s", "NONE");
-    }
-    vlr::VLRP_echotask(t, msg, "\n");
-  }
-  vlr::VLRP_echotask(t, msg, "\nString parameters\n");
-  for (int32_t k = 0; k < vlr::kNumStrParams; ++k) {
-    vlr::VLRP_echotask(t, msg, "%-3d %-48s: %-s\n", k, vlr::kStrParams[k].name, t->sparam[k]);
-  }
-  return VLR_RES_OK;
+    return VLR_RES_OK;
+  });
 }

@@ -160,6 +160,7 @@ int32_t VLR_readparamfile(VLRtask_t task) {
     const int32_t r = VLR_checktask(task);
     if (r != VLR_RES_OK) return r;
     vlr::Task* t = vlr::VLR_taskcast(task);
+    if (const int32_t busy = vlr::VLR_checktaskidle(t); busy != VLR_RES_OK) return busy;
     const char* fname = t->sparam[VLR_SPAR_PARAM_READ_FILE_NAME];
     if (fname[0] == '\0') return VLR_RES_OK;
     // The name is copied: reading may set the parameter that holds it.

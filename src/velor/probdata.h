@@ -125,6 +125,12 @@ int32_t VLR_regrow(Task* task, void** p, int64_t count, int64_t newcap, size_t w
 
 // ---- Bounds and objective (bound.cpp) ---------------------------------------------------------
 
+// Checks one bound (class, key, index, NaN on a used side, fixed values, size warnings) and
+// returns the code; VLRP_putbound checks, then stores. VLRP_checkboundvalue checks only the key
+// and the numbers, for items that do not exist yet.
+int32_t VLRP_checkboundvalue(Task* task, int32_t accmode, int32_t i, int32_t bk, double bl,
+                             double bu);
+int32_t VLRP_checkbound(Task* task, int32_t accmode, int32_t i, int32_t bk, double bl, double bu);
 int32_t VLRP_putbound(Task* task, int32_t accmode, int32_t i, int32_t bk, double bl, double bu);
 int32_t VLRP_putcj(Task* task, int32_t j, double cj);
 int32_t VLRP_putcfix(Task* task, double cfix);
@@ -135,6 +141,11 @@ void VLRP_getbound(const Task* task, int32_t accmode, int32_t i, int32_t* bk, do
 // ---- Constraint matrix (amat.cpp) -------------------------------------------------------------
 
 int32_t VLRP_putaij(Task* task, int32_t i, int32_t j, double aij);
+// The checks of VLRP_putaij and VLRP_putavec alone, so that a list is checked before any of it
+// is written.
+int32_t VLRP_checkaij(Task* task, int32_t i, int32_t j, double aij);
+int32_t VLRP_checkavec(Task* task, int32_t accmode, int32_t i, int64_t nz, const int32_t* sub,
+                       const double* val);
 int32_t VLRP_putavec(Task* task, int32_t accmode, int32_t i, int64_t nz, const int32_t* sub,
                      const double* val);
 
@@ -202,6 +213,7 @@ int32_t VLRP_putqconk(Task* task, int32_t k, int64_t nz, const int32_t* subi, co
 int32_t VLRP_putmaxnumcone(Task* task, int32_t n);
 int32_t VLRP_appendcone(Task* task, int32_t type, double par, int32_t nummem,
                         const int32_t* submem);
+int32_t VLRP_checkvartype(Task* task, int32_t j, int32_t type);
 int32_t VLRP_putvartype(Task* task, int32_t j, int32_t type);
 int32_t VLRP_putvarbranchorder(Task* task, int32_t j, int32_t pri, int32_t dir);
 
@@ -218,3 +230,9 @@ int32_t VLRP_putvarbranchorder(Task* task, int32_t j, int32_t pri, int32_t dir);
   }                                                                   \
   ::vlr::TaskData* const d = t->data;                                 \
   (void)d
+
+// The start of every exported body that changes a task: the prologue, then the refusal while an
+// optimiser runs on it.
+#define VLR_PUTPROLOGUE(task) \
+  VLR_PROLOGUE(task);         \
+  if (const int32_t busy_ = ::vlr::VLR_checktaskidle(t); busy_ != VLR_RES_OK) return busy_

@@ -111,6 +111,8 @@ int32_t q_write(Task* task, int64_t* b, int64_t* e, int64_t nz, const int32_t* s
 int32_t q_checkobj(Task* task, int64_t nz, const int32_t* subi, const int32_t* subj,
                    const double* val) {
   const int32_t n = task->data->numvar;
+  if (nz < 0)
+    return VLR_RAISE(task, VLR_RES_ERR_INDEX_IS_TOO_SMALL, static_cast<int>(nz), "numqonz");
   if (nz > 0 && (subi == nullptr || subj == nullptr || val == nullptr)) {
     return VLR_RAISE(task, VLR_RES_ERR_NULL_POINTER, "qosubi, qosubj or qoval");
   }
@@ -134,6 +136,8 @@ int32_t q_checkobj(Task* task, int64_t nz, const int32_t* subi, const int32_t* s
 int32_t q_checkcon(Task* task, int64_t nz, const int32_t* subk, const int32_t* subi,
                    const int32_t* subj, const double* val) {
   const int32_t n = task->data->numvar, m = task->data->numcon;
+  if (nz < 0)
+    return VLR_RAISE(task, VLR_RES_ERR_INDEX_IS_TOO_SMALL, static_cast<int>(nz), "numqcnz");
   if (nz > 0 && (subi == nullptr || subj == nullptr || val == nullptr)) {
     return VLR_RAISE(task, VLR_RES_ERR_NULL_POINTER, "qcsubi, qcsubj or qcval");
   }
@@ -256,7 +260,7 @@ int32_t VLRP_putqconk(Task* task, int32_t k, int64_t nz, const int32_t* subi, co
 int32_t VLR_putqobj(VLRtask_t task, int32_t numqonz, const int32_t* qosubi, const int32_t* qosubj,
                     const double* qoval) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     return vlr::VLRP_putqobj(t, numqonz, qosubi, qosubj, qoval);
   });
 }
@@ -264,7 +268,7 @@ int32_t VLR_putqobj(VLRtask_t task, int32_t numqonz, const int32_t* qosubi, cons
 int32_t VLR_putqconk(VLRtask_t task, int32_t k, int32_t numqcnz, const int32_t* qcsubi,
                      const int32_t* qcsubj, const double* qcval) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     return vlr::VLRP_putqconk(t, k, numqcnz, qcsubi, qcsubj, qcval);
   });
 }
@@ -272,7 +276,7 @@ int32_t VLR_putqconk(VLRtask_t task, int32_t k, int32_t numqcnz, const int32_t* 
 int32_t VLR_putqcon(VLRtask_t task, int32_t numqcnz, const int32_t* qcsubk, const int32_t* qcsubi,
                     const int32_t* qcsubj, const double* qcval) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     if (numqcnz > 0 && qcsubk == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "qcsubk");
     int32_t r = vlr::q_checkcon(t, numqcnz, qcsubk, qcsubi, qcsubj, qcval);
     if (r == VLR_RES_OK) r = vlr::q_makeconranges(t);
@@ -312,10 +316,11 @@ int32_t VLR_putqcon(VLRtask_t task, int32_t numqcnz, const int32_t* qcsubk, cons
 
 int32_t VLR_putqobjij(VLRtask_t task, int32_t i, int32_t j, double qoij) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     int32_t r = vlr::VLR_checkindexdbg(VLR_HERE, t, i, d->numvar, "i");
     if (r == VLR_RES_OK) r = vlr::VLR_checkindexdbg(VLR_HERE, t, j, d->numvar, "j");
     if (r != VLR_RES_OK) return r;
+    if (std::isnan(qoij)) return VLR_RAISE(t, VLR_RES_ERR_INV_QOBJ_VAL, qoij, 0);
     if (j > i) std::swap(i, j);
     int64_t found = -1;
     for (int64_t k = d->qobjb; k < d->qobje && found < 0; ++k) {
@@ -367,49 +372,59 @@ int32_t VLR_putqobjij(VLRtask_t task, int32_t i, int32_t j, double qoij) {
 }
 
 int32_t VLR_getqobjij(VLRtask_t task, int32_t i, int32_t j, double* qoij) {
-  VLR_PROLOGUE(task);
-  int32_t r = vlr::VLR_checkindexdbg(VLR_HERE, t, i, d->numvar, "i");
-  if (r == VLR_RES_OK) r = vlr::VLR_checkindexdbg(VLR_HERE, t, j, d->numvar, "j");
-  if (r != VLR_RES_OK) return r;
-  if (qoij == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "qoij");
-  double s = 0.0;
-  for (int64_t k = d->qobjb; k < d->qobje; ++k) {
-    if ((d->qsubi[k] == i && d->qsubj[k] == j) || (d->qsubi[k] == j && d->qsubj[k] == i)) {
-      s += d->qval[k];
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    int32_t r = vlr::VLR_checkindexdbg(VLR_HERE, t, i, d->numvar, "i");
+    if (r == VLR_RES_OK) r = vlr::VLR_checkindexdbg(VLR_HERE, t, j, d->numvar, "j");
+    if (r != VLR_RES_OK) return r;
+    if (qoij == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "qoij");
+    double s = 0.0;
+    for (int64_t k = d->qobjb; k < d->qobje; ++k) {
+      if ((d->qsubi[k] == i && d->qsubj[k] == j) || (d->qsubi[k] == j && d->qsubj[k] == i)) {
+        s += d->qval[k];
+      }
     }
-  }
-  *qoij = s;
-  return VLR_RES_OK;
+    *qoij = s;
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getqobj64(VLRtask_t task, int64_t maxnumqonz, int64_t* numqonz, int32_t* qosubi,
                       int32_t* qosubj, double* qoval) {
-  VLR_PROLOGUE(task);
-  return vlr::q_copyout(t, d->qobjb, d->qobje, maxnumqonz, numqonz, qosubi, qosubj, qoval);
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    return vlr::q_copyout(t, d->qobjb, d->qobje, maxnumqonz, numqonz, qosubi, qosubj, qoval);
+  });
 }
 
 int32_t VLR_getqobj(VLRtask_t task, int32_t maxnumqonz, int32_t* numqonz, int32_t* qosubi,
                     int32_t* qosubj, double* qoval) {
-  VLR_PROLOGUE(task);
-  return vlr::q_copyout(t, d->qobjb, d->qobje, maxnumqonz, numqonz, qosubi, qosubj, qoval);
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    return vlr::q_copyout(t, d->qobjb, d->qobje, maxnumqonz, numqonz, qosubi, qosubj, qoval);
+  });
 }
 
 int32_t VLR_getqconk64(VLRtask_t task, int32_t k, int64_t maxnumqcnz, int64_t* numqcnz,
                        int32_t* qcsubi, int32_t* qcsubj, double* qcval) {
-  VLR_PROLOGUE(task);
-  const int32_t r = vlr::VLR_checkindexdbg(VLR_HERE, t, k, d->numcon, "k");
-  if (r != VLR_RES_OK) return r;
-  if (d->qconb == nullptr)
-    return vlr::q_copyout(t, 0, 0, maxnumqcnz, numqcnz, qcsubi, qcsubj, qcval);
-  return vlr::q_copyout(t, d->qconb[k], d->qcone[k], maxnumqcnz, numqcnz, qcsubi, qcsubj, qcval);
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    const int32_t r = vlr::VLR_checkindexdbg(VLR_HERE, t, k, d->numcon, "k");
+    if (r != VLR_RES_OK) return r;
+    if (d->qconb == nullptr)
+      return vlr::q_copyout(t, 0, 0, maxnumqcnz, numqcnz, qcsubi, qcsubj, qcval);
+    return vlr::q_copyout(t, d->qconb[k], d->qcone[k], maxnumqcnz, numqcnz, qcsubi, qcsubj, qcval);
+  });
 }
 
 int32_t VLR_getqconk(VLRtask_t task, int32_t k, int32_t maxnumqcnz, int32_t* numqcnz,
                      int32_t* qcsubi, int32_t* qcsubj, double* qcval) {
-  int64_t n = 0;
-  const int32_t r = VLR_getqconk64(task, k, maxnumqcnz, &n, qcsubi, qcsubj, qcval);
-  if (numqcnz != nullptr) *numqcnz = static_cast<int32_t>(n);
-  return r;
+  return vlr::api_guard([&]() -> int32_t {
+    int64_t n = 0;
+    const int32_t r = VLR_getqconk64(task, k, maxnumqcnz, &n, qcsubi, qcsubj, qcval);
+    if (numqcnz != nullptr) *numqcnz = static_cast<int32_t>(n);
+    return r;
+  });
 }
 
 int32_t VLR_getnumqobjnz64(VLRtask_t task, int64_t* numqonz) {
@@ -430,7 +445,7 @@ int32_t VLR_getnumqconknz(VLRtask_t task, int32_t k, int32_t* numqcnz) {
 
 int32_t VLR_putmaxnumqnz64(VLRtask_t task, int64_t maxnumqnz) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     if (maxnumqnz < 0) return VLR_RAISE(t, VLR_RES_ERR_MAXNUMQNZ);
     return vlr::VLR_chgqnz(t, 0, maxnumqnz);
   });
@@ -441,15 +456,19 @@ int32_t VLR_putmaxnumqnz(VLRtask_t task, int32_t maxnumqnz) {
 }
 
 int32_t VLR_getmaxnumqnz64(VLRtask_t task, int64_t* maxnumqnz) {
-  VLR_PROLOGUE(task);
-  if (maxnumqnz == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "maxnumqnz");
-  *maxnumqnz = d->maxnumqnz;
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    if (maxnumqnz == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "maxnumqnz");
+    *maxnumqnz = d->maxnumqnz;
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getmaxnumqnz(VLRtask_t task, int32_t* maxnumqnz) {
-  int64_t n = 0;
-  const int32_t r = VLR_getmaxnumqnz64(task, &n);
-  if (r != VLR_RES_OK) return r;
-  return vlr::VLR_int64to32dbg(vlr::VLR_taskcast(task), VLR_HERE, maxnumqnz, n);
+  return vlr::api_guard([&]() -> int32_t {
+    int64_t n = 0;
+    const int32_t r = VLR_getmaxnumqnz64(task, &n);
+    if (r != VLR_RES_OK) return r;
+    return vlr::VLR_int64to32dbg(vlr::VLR_taskcast(task), VLR_HERE, maxnumqnz, n);
+  });
 }

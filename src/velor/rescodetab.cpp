@@ -906,6 +906,9 @@ const ResCodeInfo kResCodes[] = {
     {3106, "VLR_RES_ERR_AD_MISSING_RETURN",
      "The code list data was invalid.",
      "Invalid code list data."},
+    {3110, "VLR_RES_ERR_TASK_IN_USE",
+     "The task is in use by a running optimizer.",
+     "The task cannot be changed while an optimizer runs on it."},
     {3200, "VLR_RES_ERR_INVALID_BRANCH_DIRECTION",
      "An invalid branching direction is specified.",
      "%d is an invalid branching direction."},
@@ -983,6 +986,6 @@ const ResCodeInfo kResCodes[] = {
      "The optimizer terminated for internal reasons."},
 };
 // clang-format on
-const int32_t kNumResCodes = 314;
+const int32_t kNumResCodes = 315;
 
 }  // namespace vlr

@@ -352,7 +352,7 @@ int32_t VLR_putsolution(VLRtask_t task, int32_t whichsol, const int32_t* skc, co
                         const double* slc, const double* suc, const double* slx, const double* sux,
                         const double* snx) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     int32_t r = vlr::VLR_checkwhichsol(t, whichsol);
     if (r == VLR_RES_OK) r = vlr::sol_checkkeys(t, skc, d->numcon, VLR_RES_ERR_INV_SKC);
     if (r == VLR_RES_OK) r = vlr::sol_checkkeys(t, skx, d->numvar, VLR_RES_ERR_INV_SKX);
@@ -394,176 +394,201 @@ int32_t VLR_putsolution(VLRtask_t task, int32_t whichsol, const int32_t* skc, co
 int32_t VLR_getsolution(VLRtask_t task, int32_t whichsol, int32_t* prosta, int32_t* solsta,
                         int32_t* skc, int32_t* skx, int32_t* skn, double* xc, double* xx, double* y,
                         double* slc, double* suc, double* slx, double* sux, double* snx) {
-  VLR_PROLOGUE(task);
-  const int32_t r = sol_checkdefined(t, whichsol);
-  if (r != VLR_RES_OK) return r;
-  const vlr::SolRec& s = t->sols->sol[whichsol];
-  if (prosta != nullptr) *prosta = s.prosta;
-  if (solsta != nullptr) *solsta = s.solsta;
-  auto copykeys = [](const int32_t* from, int32_t* to, int32_t n) {
-    if (to != nullptr && n > 0) std::memcpy(to, from, sizeof(int32_t) * size_t(n));
-  };
-  copykeys(vlr::VLR_solkeyptr(t, whichsol, VLR_ACC_CON), skc, d->numcon);
-  copykeys(vlr::VLR_solkeyptr(t, whichsol, VLR_ACC_VAR), skx, d->numvar);
-  if (whichsol == VLR_SOL_ITR) copykeys(vlr::VLR_solkeyptr(t, whichsol, 2), skn, d->numcone);
-  double* items[8] = {xc, xx, y, slc, suc, slx, sux, snx};
-  for (int32_t item = 0; item < vlr::sol_numitems(whichsol); ++item) {
-    const int32_t n = sol_itemcount(d, item);
-    if (items[item] != nullptr && n > 0) {
-      std::memcpy(items[item], vlr::VLR_solitemptr(t, whichsol, item), sizeof(double) * size_t(n));
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    const int32_t r = sol_checkdefined(t, whichsol);
+    if (r != VLR_RES_OK) return r;
+    const vlr::SolRec& s = t->sols->sol[whichsol];
+    if (prosta != nullptr) *prosta = s.prosta;
+    if (solsta != nullptr) *solsta = s.solsta;
+    auto copykeys = [](const int32_t* from, int32_t* to, int32_t n) {
+      if (to != nullptr && n > 0) std::memcpy(to, from, sizeof(int32_t) * size_t(n));
+    };
+    copykeys(vlr::VLR_solkeyptr(t, whichsol, VLR_ACC_CON), skc, d->numcon);
+    copykeys(vlr::VLR_solkeyptr(t, whichsol, VLR_ACC_VAR), skx, d->numvar);
+    if (whichsol == VLR_SOL_ITR) copykeys(vlr::VLR_solkeyptr(t, whichsol, 2), skn, d->numcone);
+    double* items[8] = {xc, xx, y, slc, suc, slx, sux, snx};
+    for (int32_t item = 0; item < vlr::sol_numitems(whichsol); ++item) {
+      const int32_t n = sol_itemcount(d, item);
+      if (items[item] != nullptr && n > 0) {
+        std::memcpy(items[item], vlr::VLR_solitemptr(t, whichsol, item),
+                    sizeof(double) * size_t(n));
+      }
     }
-  }
-  return VLR_RES_OK;
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getsolutionslice(VLRtask_t task, int32_t whichsol, int32_t solitem, int32_t first,
                              int32_t last, double* values) {
-  VLR_PROLOGUE(task);
-  int32_t r = vlr::VLR_checkwhichsol(t, whichsol);
-  if (r == VLR_RES_OK) r = vlr::VLR_checksolitem(t, whichsol, solitem);
-  if (r == VLR_RES_OK) r = sol_checkdefined(t, whichsol);
-  if (r != VLR_RES_OK) return r;
-  const int32_t n = sol_itemcount(d, solitem);
-  if (first < 0) return VLR_RAISE(t, VLR_RES_ERR_INDEX_IS_TOO_SMALL, first, "first");
-  if (last > n) return VLR_RAISE(t, VLR_RES_ERR_INDEX_IS_TOO_LARGE, last, "last");
-  if (first > last) return VLR_RAISE(t, VLR_RES_ERR_INDEX_IS_TOO_LARGE, first, "first");
-  if (values == nullptr && first < last) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "values");
-  const double* src = vlr::VLR_solitemptr(t, whichsol, solitem);
-  for (int32_t k = first; k < last; ++k)
-    values[k - first] = src[k];
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    int32_t r = vlr::VLR_checkwhichsol(t, whichsol);
+    if (r == VLR_RES_OK) r = vlr::VLR_checksolitem(t, whichsol, solitem);
+    if (r == VLR_RES_OK) r = sol_checkdefined(t, whichsol);
+    if (r != VLR_RES_OK) return r;
+    const int32_t n = sol_itemcount(d, solitem);
+    if (first < 0) return VLR_RAISE(t, VLR_RES_ERR_INDEX_IS_TOO_SMALL, first, "first");
+    if (last > n) return VLR_RAISE(t, VLR_RES_ERR_INDEX_IS_TOO_LARGE, last, "last");
+    if (first > last) return VLR_RAISE(t, VLR_RES_ERR_INDEX_IS_TOO_LARGE, first, "first");
+    if (values == nullptr && first < last) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "values");
+    const double* src = vlr::VLR_solitemptr(t, whichsol, solitem);
+    for (int32_t k = first; k < last; ++k)
+      values[k - first] = src[k];
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getsolutionstatuskeyslice(VLRtask_t task, int32_t accmode, int32_t whichsol,
                                       int32_t first, int32_t last, int32_t* sk) {
-  VLR_PROLOGUE(task);
-  int32_t r = sol_checkdefined(t, whichsol);
-  if (r != VLR_RES_OK) return r;
-  if (accmode != VLR_ACC_VAR && accmode != VLR_ACC_CON) {
-    return VLR_RAISE(t, VLR_RES_ERR_INVALID_ACCMODE, accmode);
-  }
-  const int32_t n = accmode == VLR_ACC_CON ? d->numcon : d->numvar;
-  if (first < 0) return VLR_RAISE(t, VLR_RES_ERR_INDEX_IS_TOO_SMALL, first, "first");
-  if (last > n) return VLR_RAISE(t, VLR_RES_ERR_INDEX_IS_TOO_LARGE, last, "last");
-  if (first > last) return VLR_RAISE(t, VLR_RES_ERR_INDEX_IS_TOO_LARGE, first, "first");
-  if (sk == nullptr && first < last) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "sk");
-  const int32_t* keys = vlr::VLR_solkeyptr(t, whichsol, accmode);
-  for (int32_t k = first; k < last; ++k)
-    sk[k - first] = keys[k];
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    int32_t r = sol_checkdefined(t, whichsol);
+    if (r != VLR_RES_OK) return r;
+    if (accmode != VLR_ACC_VAR && accmode != VLR_ACC_CON) {
+      return VLR_RAISE(t, VLR_RES_ERR_INVALID_ACCMODE, accmode);
+    }
+    const int32_t n = accmode == VLR_ACC_CON ? d->numcon : d->numvar;
+    if (first < 0) return VLR_RAISE(t, VLR_RES_ERR_INDEX_IS_TOO_SMALL, first, "first");
+    if (last > n) return VLR_RAISE(t, VLR_RES_ERR_INDEX_IS_TOO_LARGE, last, "last");
+    if (first > last) return VLR_RAISE(t, VLR_RES_ERR_INDEX_IS_TOO_LARGE, first, "first");
+    if (sk == nullptr && first < last) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "sk");
+    const int32_t* keys = vlr::VLR_solkeyptr(t, whichsol, accmode);
+    for (int32_t k = first; k < last; ++k)
+      sk[k - first] = keys[k];
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getsolutionstatus(VLRtask_t task, int32_t whichsol, int32_t* prosta, int32_t* solsta) {
-  VLR_PROLOGUE(task);
-  const int32_t r = sol_checkdefined(t, whichsol);
-  if (r != VLR_RES_OK) return r;
-  if (prosta != nullptr) *prosta = t->sols->sol[whichsol].prosta;
-  if (solsta != nullptr) *solsta = t->sols->sol[whichsol].solsta;
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    const int32_t r = sol_checkdefined(t, whichsol);
+    if (r != VLR_RES_OK) return r;
+    if (prosta != nullptr) *prosta = t->sols->sol[whichsol].prosta;
+    if (solsta != nullptr) *solsta = t->sols->sol[whichsol].solsta;
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_putsolutioni(VLRtask_t task, int32_t accmode, int32_t i, int32_t whichsol, int32_t sk,
                          double x, double sl, double su, double sn) {
-  VLR_PROLOGUE(task);
-  int32_t r = sol_checkdefined(t, whichsol);
-  if (r != VLR_RES_OK) return r;
-  if (accmode != VLR_ACC_VAR && accmode != VLR_ACC_CON) {
-    return VLR_RAISE(t, VLR_RES_ERR_INVALID_ACCMODE, accmode);
-  }
-  const bool con = accmode == VLR_ACC_CON;
-  r = vlr::VLR_checkindexdbg(VLR_HERE, t, i, con ? d->numcon : d->numvar, "i");
-  if (r != VLR_RES_OK) return r;
-  if (sk < VLR_SK_UNK || sk > VLR_SK_INF) return VLR_RAISE(t, VLR_RES_ERR_INV_SK, sk);
-  vlr::VLR_solkeyptr(t, whichsol, accmode)[i] = sk;
-  vlr::VLR_solitemptr(t, whichsol, con ? VLR_SOL_ITEM_XC : VLR_SOL_ITEM_XX)[i] = x;
-  if (whichsol != VLR_SOL_ITG) {
-    vlr::VLR_solitemptr(t, whichsol, con ? VLR_SOL_ITEM_SLC : VLR_SOL_ITEM_SLX)[i] = sl;
-    vlr::VLR_solitemptr(t, whichsol, con ? VLR_SOL_ITEM_SUC : VLR_SOL_ITEM_SUX)[i] = su;
-  }
-  if (whichsol == VLR_SOL_ITR && !con) vlr::VLR_solitemptr(t, whichsol, VLR_SOL_ITEM_SNX)[i] = sn;
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PUTPROLOGUE(task);
+    int32_t r = sol_checkdefined(t, whichsol);
+    if (r != VLR_RES_OK) return r;
+    if (accmode != VLR_ACC_VAR && accmode != VLR_ACC_CON) {
+      return VLR_RAISE(t, VLR_RES_ERR_INVALID_ACCMODE, accmode);
+    }
+    const bool con = accmode == VLR_ACC_CON;
+    r = vlr::VLR_checkindexdbg(VLR_HERE, t, i, con ? d->numcon : d->numvar, "i");
+    if (r != VLR_RES_OK) return r;
+    if (sk < VLR_SK_UNK || sk > VLR_SK_INF) return VLR_RAISE(t, VLR_RES_ERR_INV_SK, sk);
+    vlr::VLR_solkeyptr(t, whichsol, accmode)[i] = sk;
+    vlr::VLR_solitemptr(t, whichsol, con ? VLR_SOL_ITEM_XC : VLR_SOL_ITEM_XX)[i] = x;
+    if (whichsol != VLR_SOL_ITG) {
+      vlr::VLR_solitemptr(t, whichsol, con ? VLR_SOL_ITEM_SLC : VLR_SOL_ITEM_SLX)[i] = sl;
+      vlr::VLR_solitemptr(t, whichsol, con ? VLR_SOL_ITEM_SUC : VLR_SOL_ITEM_SUX)[i] = su;
+    }
+    if (whichsol == VLR_SOL_ITR && !con) vlr::VLR_solitemptr(t, whichsol, VLR_SOL_ITEM_SNX)[i] = sn;
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_putsolutionyi(VLRtask_t task, int32_t i, int32_t whichsol, double y) {
-  VLR_PROLOGUE(task);
-  int32_t r = sol_checkdefined(t, whichsol);
-  if (r == VLR_RES_OK) r = vlr::VLR_checksolitem(t, whichsol, VLR_SOL_ITEM_Y);
-  if (r == VLR_RES_OK) r = vlr::VLR_checkindexdbg(VLR_HERE, t, i, d->numcon, "i");
-  if (r != VLR_RES_OK) return r;
-  vlr::VLR_solitemptr(t, whichsol, VLR_SOL_ITEM_Y)[i] = y;
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PUTPROLOGUE(task);
+    int32_t r = sol_checkdefined(t, whichsol);
+    if (r == VLR_RES_OK) r = vlr::VLR_checksolitem(t, whichsol, VLR_SOL_ITEM_Y);
+    if (r == VLR_RES_OK) r = vlr::VLR_checkindexdbg(VLR_HERE, t, i, d->numcon, "i");
+    if (r != VLR_RES_OK) return r;
+    vlr::VLR_solitemptr(t, whichsol, VLR_SOL_ITEM_Y)[i] = y;
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getsolutioni(VLRtask_t task, int32_t accmode, int32_t i, int32_t whichsol, int32_t* sk,
                          double* x, double* sl, double* su, double* sn) {
-  VLR_PROLOGUE(task);
-  int32_t r = sol_checkdefined(t, whichsol);
-  if (r != VLR_RES_OK) return r;
-  if (accmode != VLR_ACC_VAR && accmode != VLR_ACC_CON) {
-    return VLR_RAISE(t, VLR_RES_ERR_INVALID_ACCMODE, accmode);
-  }
-  const bool con = accmode == VLR_ACC_CON;
-  r = vlr::VLR_checkindexdbg(VLR_HERE, t, i, con ? d->numcon : d->numvar, "i");
-  if (r != VLR_RES_OK) return r;
-  if (sk != nullptr) *sk = vlr::VLR_solkeyptr(t, whichsol, accmode)[i];
-  if (x != nullptr)
-    *x = vlr::VLR_solitemptr(t, whichsol, con ? VLR_SOL_ITEM_XC : VLR_SOL_ITEM_XX)[i];
-  const bool dual = whichsol != VLR_SOL_ITG;
-  if (sl != nullptr) {
-    *sl = dual ? vlr::VLR_solitemptr(t, whichsol, con ? VLR_SOL_ITEM_SLC : VLR_SOL_ITEM_SLX)[i] : 0;
-  }
-  if (su != nullptr) {
-    *su = dual ? vlr::VLR_solitemptr(t, whichsol, con ? VLR_SOL_ITEM_SUC : VLR_SOL_ITEM_SUX)[i] : 0;
-  }
-  if (sn != nullptr) {
-    *sn = whichsol == VLR_SOL_ITR && !con ? vlr::VLR_solitemptr(t, whichsol, VLR_SOL_ITEM_SNX)[i]
-                                          : 0.0;
-  }
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    int32_t r = sol_checkdefined(t, whichsol);
+    if (r != VLR_RES_OK) return r;
+    if (accmode != VLR_ACC_VAR && accmode != VLR_ACC_CON) {
+      return VLR_RAISE(t, VLR_RES_ERR_INVALID_ACCMODE, accmode);
+    }
+    const bool con = accmode == VLR_ACC_CON;
+    r = vlr::VLR_checkindexdbg(VLR_HERE, t, i, con ? d->numcon : d->numvar, "i");
+    if (r != VLR_RES_OK) return r;
+    if (sk != nullptr) *sk = vlr::VLR_solkeyptr(t, whichsol, accmode)[i];
+    if (x != nullptr)
+      *x = vlr::VLR_solitemptr(t, whichsol, con ? VLR_SOL_ITEM_XC : VLR_SOL_ITEM_XX)[i];
+    const bool dual = whichsol != VLR_SOL_ITG;
+    if (sl != nullptr) {
+      *sl =
+          dual ? vlr::VLR_solitemptr(t, whichsol, con ? VLR_SOL_ITEM_SLC : VLR_SOL_ITEM_SLX)[i] : 0;
+    }
+    if (su != nullptr) {
+      *su =
+          dual ? vlr::VLR_solitemptr(t, whichsol, con ? VLR_SOL_ITEM_SUC : VLR_SOL_ITEM_SUX)[i] : 0;
+    }
+    if (sn != nullptr) {
+      *sn = whichsol == VLR_SOL_ITR && !con ? vlr::VLR_solitemptr(t, whichsol, VLR_SOL_ITEM_SNX)[i]
+                                            : 0.0;
+    }
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getreducedcosts(VLRtask_t task, int32_t whichsol, int32_t first, int32_t last,
                             double* redcosts) {
-  VLR_PROLOGUE(task);
-  int32_t r = sol_checkdefined(t, whichsol);
-  if (r == VLR_RES_OK) r = vlr::VLR_checksolitem(t, whichsol, VLR_SOL_ITEM_SLX);
-  if (r != VLR_RES_OK) return r;
-  if (first < 0) return VLR_RAISE(t, VLR_RES_ERR_INDEX_IS_TOO_SMALL, first, "first");
-  if (last > d->numvar) return VLR_RAISE(t, VLR_RES_ERR_INDEX_IS_TOO_LARGE, last, "last");
-  if (first > last) return VLR_RAISE(t, VLR_RES_ERR_INDEX_IS_TOO_LARGE, first, "first");
-  if (redcosts == nullptr && first < last) {
-    return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "redcosts");
-  }
-  const double* slx = vlr::VLR_solitemptr(t, whichsol, VLR_SOL_ITEM_SLX);
-  const double* sux = vlr::VLR_solitemptr(t, whichsol, VLR_SOL_ITEM_SUX);
-  for (int32_t j = first; j < last; ++j)
-    redcosts[j - first] = slx[j] - sux[j];
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    int32_t r = sol_checkdefined(t, whichsol);
+    if (r == VLR_RES_OK) r = vlr::VLR_checksolitem(t, whichsol, VLR_SOL_ITEM_SLX);
+    if (r != VLR_RES_OK) return r;
+    if (first < 0) return VLR_RAISE(t, VLR_RES_ERR_INDEX_IS_TOO_SMALL, first, "first");
+    if (last > d->numvar) return VLR_RAISE(t, VLR_RES_ERR_INDEX_IS_TOO_LARGE, last, "last");
+    if (first > last) return VLR_RAISE(t, VLR_RES_ERR_INDEX_IS_TOO_LARGE, first, "first");
+    if (redcosts == nullptr && first < last) {
+      return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "redcosts");
+    }
+    const double* slx = vlr::VLR_solitemptr(t, whichsol, VLR_SOL_ITEM_SLX);
+    const double* sux = vlr::VLR_solitemptr(t, whichsol, VLR_SOL_ITEM_SUX);
+    for (int32_t j = first; j < last; ++j)
+      redcosts[j - first] = slx[j] - sux[j];
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_solutiondef(VLRtask_t task, int32_t whichsol, int32_t* isdef) {
-  VLR_PROLOGUE(task);
-  const int32_t r = vlr::VLR_checkwhichsol(t, whichsol);
-  if (r != VLR_RES_OK) return r;
-  if (isdef == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "isdef");
-  *isdef = vlr::VLR_solutiondefrec(t, whichsol);
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    const int32_t r = vlr::VLR_checkwhichsol(t, whichsol);
+    if (r != VLR_RES_OK) return r;
+    if (isdef == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "isdef");
+    *isdef = vlr::VLR_solutiondefrec(t, whichsol);
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_undefsolution(VLRtask_t task, int32_t whichsol) {
-  VLR_PROLOGUE(task);
-  const int32_t r = vlr::VLR_checkwhichsol(t, whichsol);
-  if (r != VLR_RES_OK) return r;
-  t->sols->sol[whichsol].defined = 0;  // the arrays stay for the next optimise
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PUTPROLOGUE(task);
+    const int32_t r = vlr::VLR_checkwhichsol(t, whichsol);
+    if (r != VLR_RES_OK) return r;
+    t->sols->sol[whichsol].defined = 0;  // the arrays stay for the next optimise
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_deletesolution(VLRtask_t task, int32_t whichsol) {
-  VLR_PROLOGUE(task);
-  const int32_t r = vlr::VLR_checkwhichsol(t, whichsol);
-  if (r != VLR_RES_OK) return r;
-  vlr::sol_free(t, &t->sols->sol[whichsol]);
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PUTPROLOGUE(task);
+    const int32_t r = vlr::VLR_checkwhichsol(t, whichsol);
+    if (r != VLR_RES_OK) return r;
+    vlr::sol_free(t, &t->sols->sol[whichsol]);
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_makesolutionstatusunknown(VLRtask_t task, int32_t whichsol) {
@@ -585,23 +610,27 @@ int32_t VLR_makesolutionstatusunknown(VLRtask_t task, int32_t whichsol) {
 }
 
 int32_t VLR_putprosta(VLRtask_t task, int32_t whichsol, int32_t prosta) {
-  VLR_PROLOGUE(task);
-  const int32_t r = sol_checkdefined(t, whichsol);
-  if (r != VLR_RES_OK) return r;
-  if (prosta < VLR_PRO_STA_UNKNOWN || prosta > VLR_PRO_STA_PRIM_INFEAS_OR_UNBOUNDED) {
-    return VLR_RAISE(t, VLR_RES_ERR_IN_ARGUMENT, "prosta");
-  }
-  t->sols->sol[whichsol].prosta = prosta;
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PUTPROLOGUE(task);
+    const int32_t r = sol_checkdefined(t, whichsol);
+    if (r != VLR_RES_OK) return r;
+    if (prosta < VLR_PRO_STA_UNKNOWN || prosta > VLR_PRO_STA_PRIM_INFEAS_OR_UNBOUNDED) {
+      return VLR_RAISE(t, VLR_RES_ERR_IN_ARGUMENT, "prosta");
+    }
+    t->sols->sol[whichsol].prosta = prosta;
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_putsolsta(VLRtask_t task, int32_t whichsol, int32_t solsta) {
-  VLR_PROLOGUE(task);
-  const int32_t r = sol_checkdefined(t, whichsol);
-  if (r != VLR_RES_OK) return r;
-  if (solsta < VLR_SOL_STA_UNKNOWN || solsta > VLR_SOL_STA_NEAR_INTEGER_OPTIMAL || solsta == 7) {
-    return VLR_RAISE(t, VLR_RES_ERR_IN_ARGUMENT, "solsta");
-  }
-  t->sols->sol[whichsol].solsta = solsta;
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PUTPROLOGUE(task);
+    const int32_t r = sol_checkdefined(t, whichsol);
+    if (r != VLR_RES_OK) return r;
+    if (solsta < VLR_SOL_STA_UNKNOWN || solsta > VLR_SOL_STA_NEAR_INTEGER_OPTIMAL || solsta == 7) {
+      return VLR_RAISE(t, VLR_RES_ERR_IN_ARGUMENT, "solsta");
+    }
+    t->sols->sol[whichsol].solsta = solsta;
+    return VLR_RES_OK;
+  });
 }

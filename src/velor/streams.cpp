@@ -134,82 +134,94 @@ using vlr::Task;
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 int32_t VLR_echotask(VLRtask_t task, int32_t whichstream, const char* format, ...) {
-  const int32_t r = VLR_checktask(task);
-  if (r != VLR_RES_OK) return r;
-  if (format == nullptr)
-    return VLR_RAISE(vlr::VLR_taskcast(task), VLR_RES_ERR_NULL_POINTER, "format");
   va_list ap;
   va_start(ap, format);
-  const int32_t e = vlr::VLR_echotaskva(vlr::VLR_taskcast(task), whichstream, format, ap);
+  const int32_t r = vlr::api_guard([&]() -> int32_t {
+    const int32_t r0 = VLR_checktask(task);
+    if (r0 != VLR_RES_OK) return r0;
+    if (format == nullptr)
+      return VLR_RAISE(vlr::VLR_taskcast(task), VLR_RES_ERR_NULL_POINTER, "format");
+    return vlr::VLR_echotaskva(vlr::VLR_taskcast(task), whichstream, format, ap);
+  });
   va_end(ap);
-  return e;
+  return r;
 }
 
 int32_t VLR_echoenv(VLRenv_t henv, int32_t whichstream, const char* format, ...) {
-  const int32_t r = VLR_checkenv(henv);
-  if (r != VLR_RES_OK) return r;
-  Env* env = vlr::VLR_envcast(henv);
-  if (format == nullptr) return VLR_RAISEENV(env, VLR_RES_ERR_NULL_POINTER, "format");
-  if (whichstream < 0 || whichstream >= vlr::kNumStreams) {
-    return VLR_RAISEENV(env, VLR_RES_ERR_INVALID_STREAM, whichstream);
-  }
-  char text[4048];
   va_list ap;
   va_start(ap, format);
-  std::vsnprintf(text, sizeof text, format, ap);
+  const int32_t r = vlr::api_guard([&]() -> int32_t {
+    const int32_t r0 = VLR_checkenv(henv);
+    if (r0 != VLR_RES_OK) return r0;
+    Env* env = vlr::VLR_envcast(henv);
+    if (format == nullptr) return VLR_RAISEENV(env, VLR_RES_ERR_NULL_POINTER, "format");
+    if (whichstream < 0 || whichstream >= vlr::kNumStreams) {
+      return VLR_RAISEENV(env, VLR_RES_ERR_INVALID_STREAM, whichstream);
+    }
+    char text[4048];
+    std::vsnprintf(text, sizeof text, format, ap);
+    vlr::VLR_echostream(env->streams, whichstream, text);
+    return VLR_RES_OK;
+  });
   va_end(ap);
-  vlr::VLR_echostream(env->streams, whichstream, text);
-  return VLR_RES_OK;
+  return r;
 }
 #pragma GCC diagnostic pop
 
 int32_t VLR_echointro(VLRenv_t henv, int32_t longver) {
-  const int32_t r = VLR_checkenv(henv);
-  if (r != VLR_RES_OK) return r;
-  char date[VLR_MAX_STR_LEN];
-  VLR_getbuildinfo(nullptr, date, nullptr);
-  VLR_echoenv(henv, VLR_STREAM_MSG, "%s Version %d.%d.%d.%d (Build date: %s)\n", "VELOR",
-              vlr::kVersionMajor, vlr::kVersionMinor, vlr::kVersionBuild, vlr::kVersionRevision,
-              date);
-  if (longver) {
-    VLR_echoenv(henv, VLR_STREAM_MSG, "64 bit architecture.\n");
-    VLR_echoenv(henv, VLR_STREAM_MSG, "\nOperating system variables\n");
-    const char* value = std::getenv("LD_LIBRARY_PATH");
-    if (value == nullptr) value = "";
-    // Each directory of the search path on a line of its own.
-    const char* p = value;
-    do {
-      const char* sep = std::strchr(p, ':');
-      const size_t n = sep != nullptr ? static_cast<size_t>(sep - p) : std::strlen(p);
-      VLR_echoenv(henv, VLR_STREAM_MSG, "%-25s: %.*s\n", "LD_LIBRARY_PATH", static_cast<int>(n), p);
-      p = sep != nullptr ? sep + 1 : nullptr;
-    } while (p != nullptr);
-  }
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    const int32_t r = VLR_checkenv(henv);
+    if (r != VLR_RES_OK) return r;
+    char date[VLR_MAX_STR_LEN];
+    VLR_getbuildinfo(nullptr, date, nullptr);
+    VLR_echoenv(henv, VLR_STREAM_MSG, "%s Version %d.%d.%d.%d (Build date: %s)\n", "VELOR",
+                vlr::kVersionMajor, vlr::kVersionMinor, vlr::kVersionBuild, vlr::kVersionRevision,
+                date);
+    if (longver) {
+      VLR_echoenv(henv, VLR_STREAM_MSG, "64 bit architecture.\n");
+      VLR_echoenv(henv, VLR_STREAM_MSG, "\nOperating system variables\n");
+      const char* value = std::getenv("LD_LIBRARY_PATH");
+      if (value == nullptr) value = "";
+      // Each directory of the search path on a line of its own.
+      const char* p = value;
+      do {
+        const char* sep = std::strchr(p, ':');
+        const size_t n = sep != nullptr ? static_cast<size_t>(sep - p) : std::strlen(p);
+        VLR_echoenv(henv, VLR_STREAM_MSG, "%-25s: %.*s\n", "LD_LIBRARY_PATH", static_cast<int>(n),
+                    p);
+        p = sep != nullptr ? sep + 1 : nullptr;
+      } while (p != nullptr);
+    }
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_linkfunctotaskstream(VLRtask_t task, int32_t whichstream, void* handle,
                                  VLRstreamfunc func) {
-  const int32_t r = VLR_checktask(task);
-  if (r != VLR_RES_OK) return r;
-  Task* t = vlr::VLR_taskcast(task);
-  if (whichstream < 0 || whichstream >= vlr::kNumStreams) {
-    return VLR_RAISE(t, VLR_RES_ERR_INVALID_STREAM, whichstream);
-  }
-  vlr::VLR_stream_linkfunc(t->streams, whichstream, handle, func);
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    const int32_t r = VLR_checktask(task);
+    if (r != VLR_RES_OK) return r;
+    Task* t = vlr::VLR_taskcast(task);
+    if (whichstream < 0 || whichstream >= vlr::kNumStreams) {
+      return VLR_RAISE(t, VLR_RES_ERR_INVALID_STREAM, whichstream);
+    }
+    vlr::VLR_stream_linkfunc(t->streams, whichstream, handle, func);
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_linkfunctoenvstream(VLRenv_t henv, int32_t whichstream, void* handle,
                                 VLRstreamfunc func) {
-  const int32_t r = VLR_checkenv(henv);
-  if (r != VLR_RES_OK) return r;
-  Env* env = vlr::VLR_envcast(henv);
-  if (whichstream < 0 || whichstream >= vlr::kNumStreams) {
-    return VLR_RAISEENV(env, VLR_RES_ERR_INVALID_STREAM, whichstream);
-  }
-  vlr::VLR_stream_linkfunc(env->streams, whichstream, handle, func);
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    const int32_t r = VLR_checkenv(henv);
+    if (r != VLR_RES_OK) return r;
+    Env* env = vlr::VLR_envcast(henv);
+    if (whichstream < 0 || whichstream >= vlr::kNumStreams) {
+      return VLR_RAISEENV(env, VLR_RES_ERR_INVALID_STREAM, whichstream);
+    }
+    vlr::VLR_stream_linkfunc(env->streams, whichstream, handle, func);
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_unlinkfuncfromtaskstream(VLRtask_t task, int32_t whichstream) {
@@ -248,15 +260,20 @@ int32_t VLR_linkfiletoenvstream(VLRenv_t henv, int32_t whichstream, const char* 
 
 int32_t VLR_utf8towchar(size_t outputsize, size_t* len, size_t* conv, wchar_t* output,
                         const char* input) {
-  if (output == nullptr || input == nullptr) return VLR_RES_ERR_NULL_POINTER;
-  return vlr::VLR_UTF8toWChar(outputsize, len, conv, output, input) == 0 ? VLR_RES_OK
-                                                                         : VLR_RES_ERR_INVALID_UTF8;
+  return vlr::api_guard([&]() -> int32_t {
+    if (output == nullptr || input == nullptr) return VLR_RES_ERR_NULL_POINTER;
+    return vlr::VLR_UTF8toWChar(outputsize, len, conv, output, input) == 0
+               ? VLR_RES_OK
+               : VLR_RES_ERR_INVALID_UTF8;
+  });
 }
 
 int32_t VLR_wchartoutf8(size_t outputsize, size_t* len, size_t* conv, char* output,
                         const wchar_t* input) {
-  if (output == nullptr || input == nullptr) return VLR_RES_ERR_NULL_POINTER;
-  return vlr::VLR_WCharToUTF8(outputsize, len, conv, output, input) == 0
-             ? VLR_RES_OK
-             : VLR_RES_ERR_INVALID_WCHAR;
+  return vlr::api_guard([&]() -> int32_t {
+    if (output == nullptr || input == nullptr) return VLR_RES_ERR_NULL_POINTER;
+    return vlr::VLR_WCharToUTF8(outputsize, len, conv, output, input) == 0
+               ? VLR_RES_OK
+               : VLR_RES_ERR_INVALID_WCHAR;
+  });
 }

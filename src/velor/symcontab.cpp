@@ -1115,6 +1115,7 @@ const EnumValue kRescodeValues[] = {
     {"ERR_AD_INVALID_OPERAND", 3104},
     {"ERR_AD_MISSING_OPERAND", 3105},
     {"ERR_AD_MISSING_RETURN", 3106},
+    {"ERR_TASK_IN_USE", 3110},
     {"ERR_INVALID_BRANCH_DIRECTION", 3200},
     {"ERR_INVALID_BRANCH_PRIORITY", 3201},
     {"ERR_INTERNAL_TEST_FAILED", 3500},
@@ -1349,7 +1350,7 @@ const EnumInfo kEnums[] = {
     {"VLR_problemtype", "PROBTYPE_", kProblemtypeValues, 6},
     {"VLR_prosta", "PRO_STA_", kProstaValues, 12},
     {"VLR_qreadtype", "Q_READ_", kQreadtypeValues, 3},
-    {"VLR_rescode", "RES_", kRescodeValues, 314},
+    {"VLR_rescode", "RES_", kRescodeValues, 315},
     {"VLR_rescodetype", "RESPONSE_", kRescodetypeValues, 5},
     {"VLR_scalingmethod", "SCALING_METHOD_", kScalingmethodValues, 2},
     {"VLR_scalingtype", "SCALING_", kScalingtypeValues, 4},
@@ -2309,6 +2310,7 @@ const SymCon kSymCons[] = {
     {"VLR_RES_ERR_SPACE", 1051},
     {"VLR_RES_ERR_SPACE_LEAKING", 1080},
     {"VLR_RES_ERR_SPACE_NO_INFO", 1081},
+    {"VLR_RES_ERR_TASK_IN_USE", 3110},
     {"VLR_RES_ERR_THREAD_COND_INIT", 1049},
     {"VLR_RES_ERR_THREAD_CREATE", 1048},
     {"VLR_RES_ERR_THREAD_MUTEX_INIT", 1045},
@@ -2496,7 +2498,7 @@ const SymCon kSymCons[] = {
     {"VLR_WRITE_XML_MODE_COL", 1},
     {"VLR_WRITE_XML_MODE_ROW", 0},
 };
-const int32_t kNumSymCons = 1120;
+const int32_t kNumSymCons = 1121;
 // clang-format on
 
 }  // namespace vlr

@@ -107,18 +107,20 @@ using vlr::Env;
 using vlr::Task;
 
 int32_t VLR_checktask(VLRtask_t task) {
-  if (task == nullptr) return VLR_RES_ERR_NULL_TASK;
-  if (vlr::VLR_taskcast(task)->env == nullptr) return VLR_RES_ERR_INVALID_TASK;
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    if (task == nullptr) return VLR_RES_ERR_NULL_TASK;
+    if (vlr::VLR_taskcast(task)->env == nullptr) return VLR_RES_ERR_INVALID_TASK;
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_maketask(VLRenv_t henv, int32_t maxnumcon, int32_t maxnumvar, VLRtask_t* ptask) {
   return vlr::api_guard([&]() -> int32_t {
+    if (ptask != nullptr) *ptask = nullptr;  // a failed make leaves no stale handle behind
     const int32_t r0 = VLR_checkenv(henv);
     if (r0 != VLR_RES_OK) return r0;
     Env* env = vlr::VLR_envcast(henv);
     if (ptask == nullptr) return VLR_RAISEENV(env, VLR_RES_ERR_NULL_POINTER, "task");
-    *ptask = nullptr;
     if (maxnumcon < 0)
       return VLR_RAISEENV(env, VLR_RES_ERR_INDEX_IS_TOO_SMALL, maxnumcon, "maxnumcon");
     if (maxnumvar < 0)
@@ -179,6 +181,8 @@ int32_t VLR_deletetask(VLRtask_t* ptask) {
     const int32_t r0 = VLR_checktask(*ptask);
     if (r0 != VLR_RES_OK) return r0;
     Task* task = vlr::VLR_taskcast(*ptask);
+    const int32_t busy = vlr::VLR_checktaskidle(task);
+    if (busy != VLR_RES_OK) return busy;
     Env* env = task->env;
     const int32_t r = vlr::task_destroy(task);
     vlr::VLR_removetask(env);
@@ -194,6 +198,8 @@ int32_t VLR_resizetask64(VLRtask_t task, int32_t maxnumcon, int32_t maxnumvar, i
     const int32_t r = VLR_checktask(task);
     if (r != VLR_RES_OK) return r;
     Task* t = vlr::VLR_taskcast(task);
+    const int32_t busy = vlr::VLR_checktaskidle(t);
+    if (busy != VLR_RES_OK) return busy;
     const struct {
       int64_t value;
       const char* name;
@@ -207,6 +213,10 @@ int32_t VLR_resizetask64(VLRtask_t task, int32_t maxnumcon, int32_t maxnumvar, i
         return VLR_RAISE(t, VLR_RES_ERR_INDEX_IS_TOO_SMALL, static_cast<int>(a.value), a.name);
       }
     }
+    // A capacity no store can hold is refused before the old problem goes.
+    if (maxnumanz > vlr::kSprMaxSize || maxnumqnz > vlr::kSprMaxSize) {
+      return VLR_RAISE(t, VLR_RES_ERR_SPACE);
+    }
     return vlr::task_resize(t, maxnumcon, maxnumvar, maxnumcone, maxnumanz, maxnumqnz);
   });
 }
@@ -217,12 +227,14 @@ int32_t VLR_resizetask(VLRtask_t task, int32_t maxnumcon, int32_t maxnumvar, int
 }
 
 int32_t VLR_getenv(VLRtask_t task, VLRenv_t* env) {
-  const int32_t r = VLR_checktask(task);
-  if (r != VLR_RES_OK) return r;
-  Task* t = vlr::VLR_taskcast(task);
-  if (env == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "env");
-  *env = vlr::VLR_envhandle(t->env);
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    const int32_t r = VLR_checktask(task);
+    if (r != VLR_RES_OK) return r;
+    Task* t = vlr::VLR_taskcast(task);
+    if (env == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "env");
+    *env = vlr::VLR_envhandle(t->env);
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_puttaskname(VLRtask_t task, const char* taskname) {
@@ -230,6 +242,8 @@ int32_t VLR_puttaskname(VLRtask_t task, const char* taskname) {
     const int32_t r = VLR_checktask(task);
     if (r != VLR_RES_OK) return r;
     Task* t = vlr::VLR_taskcast(task);
+    const int32_t busy = vlr::VLR_checktaskidle(t);
+    if (busy != VLR_RES_OK) return busy;
     char* copy = vlr::VLR_sysenv_strdupdbg(t->sys, VLR_HERE, taskname);
     if (copy == nullptr) return VLR_RAISE(t, VLR_RES_ERR_SPACE);
     vlr::VLR_sysenv_freedbg(t->sys, VLR_HERE, t->name);
@@ -239,15 +253,17 @@ int32_t VLR_puttaskname(VLRtask_t task, const char* taskname) {
 }
 
 int32_t VLR_gettaskname(VLRtask_t task, int32_t sizetaskname, char* taskname) {
-  const int32_t r = VLR_checktask(task);
-  if (r != VLR_RES_OK) return r;
-  Task* t = vlr::VLR_taskcast(task);
-  if (taskname == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "taskname");
-  const char* name = t->name != nullptr ? t->name : "";
-  const auto len = static_cast<int32_t>(std::strlen(name));
-  if (sizetaskname > 0) std::snprintf(taskname, static_cast<size_t>(sizetaskname), "%s", name);
-  if (len >= sizetaskname) return VLR_RAISE(t, VLR_RES_WRN_NAME_MAX_LEN, len, sizetaskname);
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    const int32_t r = VLR_checktask(task);
+    if (r != VLR_RES_OK) return r;
+    Task* t = vlr::VLR_taskcast(task);
+    if (taskname == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "taskname");
+    const char* name = t->name != nullptr ? t->name : "";
+    const auto len = static_cast<int32_t>(std::strlen(name));
+    if (sizetaskname > 0) std::snprintf(taskname, static_cast<size_t>(sizetaskname), "%s", name);
+    if (len >= sizetaskname) return VLR_RAISE(t, VLR_RES_WRN_NAME_MAX_LEN, len, sizetaskname);
+    return VLR_RES_OK;
+  });
 }
 
 void* VLR_callocenv(VLRenv_t env, size_t number, size_t size) {
@@ -320,49 +336,59 @@ char* VLR_strdupdbgtask(VLRtask_t task, const char* str, const char* file, int32
 }
 
 int32_t VLR_checkmemenv(VLRenv_t env, const char* file, int32_t line) {
-  if (env == nullptr) return VLR_RES_ERR_NULL_ENV;
-  vlr::VLR_sysenv_scanmemdbg(vlr::VLR_envcast(env)->sys, file, line);
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    if (env == nullptr) return VLR_RES_ERR_NULL_ENV;
+    vlr::VLR_sysenv_scanmemdbg(vlr::VLR_envcast(env)->sys, file, line);
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_checkmemtask(VLRtask_t task, const char* file, int32_t line) {
-  const int32_t r = VLR_checktask(task);
-  if (r != VLR_RES_OK) return r;
-  vlr::VLR_sysenv_scanmemdbg(vlr::VLR_taskcast(task)->sys, file, line);
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    const int32_t r = VLR_checktask(task);
+    if (r != VLR_RES_OK) return r;
+    vlr::VLR_sysenv_scanmemdbg(vlr::VLR_taskcast(task)->sys, file, line);
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getmemusagetask64(VLRtask_t task, int64_t* meminuse, int64_t* maxmemuse) {
-  const int32_t r = VLR_checktask(task);
-  if (r != VLR_RES_OK) return r;
-  Task* t = vlr::VLR_taskcast(task);
-  if (vlr::VLR_sysenv_getdbgmemlev(t->sys) == 0) {
-    if (meminuse != nullptr) *meminuse = 0;
-    if (maxmemuse != nullptr) *maxmemuse = 0;
-    return VLR_RAISE(t, VLR_RES_ERR_SPACE_NO_INFO);
-  }
-  vlr::VLR_sysenv_getmemusage(t->sys, meminuse, maxmemuse);
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    const int32_t r = VLR_checktask(task);
+    if (r != VLR_RES_OK) return r;
+    Task* t = vlr::VLR_taskcast(task);
+    if (vlr::VLR_sysenv_getdbgmemlev(t->sys) == 0) {
+      if (meminuse != nullptr) *meminuse = 0;
+      if (maxmemuse != nullptr) *maxmemuse = 0;
+      return VLR_RAISE(t, VLR_RES_ERR_SPACE_NO_INFO);
+    }
+    vlr::VLR_sysenv_getmemusage(t->sys, meminuse, maxmemuse);
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getmemusagetask(VLRtask_t task, int32_t* meminuse, int32_t* maxmemuse) {
-  int64_t cur = 0, max = 0;
-  const int32_t r = VLR_getmemusagetask64(task, &cur, &max);
-  if (r != VLR_RES_OK && r != VLR_RES_ERR_SPACE_NO_INFO) return r;
-  Task* t = vlr::VLR_taskcast(task);
-  int32_t r2 = VLR_RES_OK;
-  if (meminuse != nullptr) r2 = vlr::VLR_int64to32dbg(t, VLR_HERE, meminuse, cur);
-  if (r2 == VLR_RES_OK && maxmemuse != nullptr)
-    r2 = vlr::VLR_int64to32dbg(t, VLR_HERE, maxmemuse, max);
-  return r != VLR_RES_OK ? r : r2;
+  return vlr::api_guard([&]() -> int32_t {
+    int64_t cur = 0, max = 0;
+    const int32_t r = VLR_getmemusagetask64(task, &cur, &max);
+    if (r != VLR_RES_OK && r != VLR_RES_ERR_SPACE_NO_INFO) return r;
+    Task* t = vlr::VLR_taskcast(task);
+    int32_t r2 = VLR_RES_OK;
+    if (meminuse != nullptr) r2 = vlr::VLR_int64to32dbg(t, VLR_HERE, meminuse, cur);
+    if (r2 == VLR_RES_OK && maxmemuse != nullptr)
+      r2 = vlr::VLR_int64to32dbg(t, VLR_HERE, maxmemuse, max);
+    return r != VLR_RES_OK ? r : r2;
+  });
 }
 
 int32_t VLR_getintpntnumthreads(VLRtask_t task, int32_t* numthreads) {
-  const int32_t r = VLR_checktask(task);
-  if (r != VLR_RES_OK) return r;
-  Task* t = vlr::VLR_taskcast(task);
-  if (numthreads == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "numthreads");
-  const int32_t n = t->iparam[VLR_IPAR_INTPNT_NUM_THREADS];
-  *numthreads = n != 0 ? n : vlr::VLR_sysenv_getnumcores(t->sys);
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    const int32_t r = VLR_checktask(task);
+    if (r != VLR_RES_OK) return r;
+    Task* t = vlr::VLR_taskcast(task);
+    if (numthreads == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "numthreads");
+    const int32_t n = t->iparam[VLR_IPAR_INTPNT_NUM_THREADS];
+    *numthreads = n != 0 ? n : vlr::VLR_sysenv_getnumcores(t->sys);
+    return VLR_RES_OK;
+  });
 }

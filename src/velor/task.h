@@ -79,6 +79,7 @@ struct Task {
   int32_t callback_stop;         // set when a callback asked to stop
   double stat_start, stat_time;  // wall clock of VLR_startstat and the span to VLR_stopstat
   double opt_start;              // wall clock at the start of the running optimise, -1 when idle
+  int32_t inuse;                 // 1 while an optimiser runs on the task; its callbacks may call in
   TaskData* data;                // the problem; null after a failed resize until the next call
   SolStore* sols;                // the solutions; null entries until made
 };
@@ -235,6 +236,24 @@ int32_t VLR_putsystemcallbackfunc(Task* task, VLRcallbackfunc func, void* handle
 // 5 (the inner code of a time limit) once the running optimise is past
 // VLR_DPAR_OPTIMIZER_MAX_TIME, else 0.
 int32_t VLR_checkoptimizermaxtime(Task* task);
+
+// A call that would change a task while an optimiser runs on it (from a callback, a stream
+// function or the response function) is refused: VLR_RES_ERR_TASK_IN_USE, and nothing changes.
+inline int32_t VLR_checktaskidle(Task* task) {
+  return task->inuse != 0 ? VLR_RAISE(task, VLR_RES_ERR_TASK_IN_USE) : VLR_RES_OK;
+}
+
+// Marks a task in use for the life of the scope.
+class TaskInUse {
+ public:
+  explicit TaskInUse(Task* task) : task_(task) { task_->inuse = 1; }
+  ~TaskInUse() { task_->inuse = 0; }
+  TaskInUse(const TaskInUse&) = delete;
+  TaskInUse& operator=(const TaskInUse&) = delete;
+
+ private:
+  Task* task_;
+};
 
 // Last fence: no C++ exception leaves an exported function.
 template <class F>

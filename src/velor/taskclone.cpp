@@ -112,6 +112,8 @@ int32_t clone_solutions(Task* s, Task* c) {
 
 int32_t VLR_clonetask(VLRtask_t task, VLRtask_t* clonedtask) {
   return vlr::api_guard([&]() -> int32_t {
+    // A failed clone leaves no stale handle behind; the source's own handle is never cleared.
+    if (clonedtask != nullptr && *clonedtask != task) *clonedtask = nullptr;
     VLR_PROLOGUE(task);
     if (clonedtask == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "clonedtask");
     if (*clonedtask == task) return VLR_RAISE(t, VLR_RES_ERR_IDENTICAL_TASKS);

@@ -326,6 +326,10 @@ int32_t VLR_core_append(Task* task, int32_t accmode, int32_t num, int32_t* first
   const int32_t count = con ? d->numcon : d->numvar;
   if (first != nullptr) *first = count;
   if (num == 0) return VLR_RES_OK;
+  // Indices are 32-bit: a count past INT32_MAX cannot be held whatever the memory.
+  if (int64_t{count} + num > INT32_MAX) {
+    return VLR_RAISE(task, con ? VLR_RES_ERR_NUMCONLIM : VLR_RES_ERR_NUMVARLIM);
+  }
   const int32_t cap = con ? d->maxnumcon : d->maxnumvar;
   if (static_cast<int64_t>(count) + num > cap) {
     const int64_t want = std::max<int64_t>(2 * int64_t{cap}, int64_t{count} + num);
@@ -496,29 +500,43 @@ int32_t data_getcount(VLRtask_t task, T* out, const char* name, F field) {
 }  // namespace
 
 int32_t VLR_getnumcon(VLRtask_t task, int32_t* numcon) {
-  return data_getcount(task, numcon, "numcon", [](const TaskData* d) { return d->numcon; });
+  return vlr::api_guard([&]() -> int32_t {
+    return data_getcount(task, numcon, "numcon", [](const TaskData* d) { return d->numcon; });
+  });
 }
 int32_t VLR_getnumvar(VLRtask_t task, int32_t* numvar) {
-  return data_getcount(task, numvar, "numvar", [](const TaskData* d) { return d->numvar; });
+  return vlr::api_guard([&]() -> int32_t {
+    return data_getcount(task, numvar, "numvar", [](const TaskData* d) { return d->numvar; });
+  });
 }
 int32_t VLR_getnumcone(VLRtask_t task, int32_t* numcone) {
-  return data_getcount(task, numcone, "numcone", [](const TaskData* d) { return d->numcone; });
+  return vlr::api_guard([&]() -> int32_t {
+    return data_getcount(task, numcone, "numcone", [](const TaskData* d) { return d->numcone; });
+  });
 }
 int32_t VLR_getnumintvar(VLRtask_t task, int32_t* numintvar) {
-  return data_getcount(task, numintvar, "numintvar",
-                       [](const TaskData* d) { return d->numintvar; });
+  return vlr::api_guard([&]() -> int32_t {
+    return data_getcount(task, numintvar, "numintvar",
+                         [](const TaskData* d) { return d->numintvar; });
+  });
 }
 int32_t VLR_getmaxnumcon(VLRtask_t task, int32_t* maxnumcon) {
-  return data_getcount(task, maxnumcon, "maxnumcon",
-                       [](const TaskData* d) { return d->maxnumcon; });
+  return vlr::api_guard([&]() -> int32_t {
+    return data_getcount(task, maxnumcon, "maxnumcon",
+                         [](const TaskData* d) { return d->maxnumcon; });
+  });
 }
 int32_t VLR_getmaxnumvar(VLRtask_t task, int32_t* maxnumvar) {
-  return data_getcount(task, maxnumvar, "maxnumvar",
-                       [](const TaskData* d) { return d->maxnumvar; });
+  return vlr::api_guard([&]() -> int32_t {
+    return data_getcount(task, maxnumvar, "maxnumvar",
+                         [](const TaskData* d) { return d->maxnumvar; });
+  });
 }
 int32_t VLR_getmaxnumcone(VLRtask_t task, int32_t* maxnumcone) {
-  return data_getcount(task, maxnumcone, "maxnumcone",
-                       [](const TaskData* d) { return d->maxnumcone; });
+  return vlr::api_guard([&]() -> int32_t {
+    return data_getcount(task, maxnumcone, "maxnumcone",
+                         [](const TaskData* d) { return d->maxnumcone; });
+  });
 }
 
 int32_t VLR_getnumanz64(VLRtask_t task, int64_t* numanz) {
@@ -531,46 +549,52 @@ int32_t VLR_getnumanz64(VLRtask_t task, int64_t* numanz) {
 }
 
 int32_t VLR_getnumanz(VLRtask_t task, int32_t* numanz) {
-  int64_t n = 0;
-  const int32_t r = VLR_getnumanz64(task, &n);
-  if (r != VLR_RES_OK) return r;
-  if (numanz == nullptr)
-    return VLR_RAISE(vlr::VLR_taskcast(task), VLR_RES_ERR_NULL_POINTER, "numanz");
-  return vlr::VLR_int64to32dbg(vlr::VLR_taskcast(task), VLR_HERE, numanz, n);
+  return vlr::api_guard([&]() -> int32_t {
+    int64_t n = 0;
+    const int32_t r = VLR_getnumanz64(task, &n);
+    if (r != VLR_RES_OK) return r;
+    if (numanz == nullptr)
+      return VLR_RAISE(vlr::VLR_taskcast(task), VLR_RES_ERR_NULL_POINTER, "numanz");
+    return vlr::VLR_int64to32dbg(vlr::VLR_taskcast(task), VLR_HERE, numanz, n);
+  });
 }
 
 int32_t VLR_getmaxnumanz64(VLRtask_t task, int64_t* maxnumanz) {
-  return data_getcount(task, maxnumanz, "maxnumanz",
-                       [](const TaskData* d) { return vlr::VLR_sprmat_getmaxsize(d->a); });
+  return vlr::api_guard([&]() -> int32_t {
+    return data_getcount(task, maxnumanz, "maxnumanz",
+                         [](const TaskData* d) { return vlr::VLR_sprmat_getmaxsize(d->a); });
+  });
 }
 
 int32_t VLR_getmaxnumanz(VLRtask_t task, int32_t* maxnumanz) {
-  int64_t n = 0;
-  const int32_t r = VLR_getmaxnumanz64(task, &n);
-  if (r != VLR_RES_OK) return r;
-  if (maxnumanz == nullptr) {
-    return VLR_RAISE(vlr::VLR_taskcast(task), VLR_RES_ERR_NULL_POINTER, "maxnumanz");
-  }
-  return vlr::VLR_int64to32dbg(vlr::VLR_taskcast(task), VLR_HERE, maxnumanz, n);
+  return vlr::api_guard([&]() -> int32_t {
+    int64_t n = 0;
+    const int32_t r = VLR_getmaxnumanz64(task, &n);
+    if (r != VLR_RES_OK) return r;
+    if (maxnumanz == nullptr) {
+      return VLR_RAISE(vlr::VLR_taskcast(task), VLR_RES_ERR_NULL_POINTER, "maxnumanz");
+    }
+    return vlr::VLR_int64to32dbg(vlr::VLR_taskcast(task), VLR_HERE, maxnumanz, n);
+  });
 }
 
 int32_t VLR_putmaxnumcon(VLRtask_t task, int32_t maxnumcon) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     return vlr::VLRP_putmaxnumcon(t, maxnumcon);
   });
 }
 
 int32_t VLR_putmaxnumvar(VLRtask_t task, int32_t maxnumvar) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     return vlr::VLRP_putmaxnumvar(t, maxnumvar);
   });
 }
 
 int32_t VLR_putmaxnumanz64(VLRtask_t task, int64_t maxnumanz) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     return vlr::VLRP_putmaxnumanz(t, maxnumanz);
   });
 }
@@ -581,57 +605,61 @@ int32_t VLR_putmaxnumanz(VLRtask_t task, int32_t maxnumanz) {
 
 int32_t VLR_append(VLRtask_t task, int32_t accmode, int32_t num) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     return vlr::VLR_core_append(t, accmode, num, nullptr);
   });
 }
 
 int32_t VLR_remove(VLRtask_t task, int32_t accmode, int32_t num, const int32_t* sub) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     return vlr::VLRP_remove(t, accmode, num, sub);
   });
 }
 
 int32_t VLR_commitchanges(VLRtask_t task) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     const int32_t r = vlr::VLR_sprmat_flushcache(d->a);
     return r == vlr::kSprOk ? VLR_RES_OK : VLR_SPRRES(t, r);
   });
 }
 
 int32_t VLR_getprobtype(VLRtask_t task, int32_t* probtype) {
-  VLR_PROLOGUE(task);
-  if (probtype == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "probtype");
-  *probtype = vlr::VLRP_getprobtype(t);
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    if (probtype == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "probtype");
+    *probtype = vlr::VLRP_getprobtype(t);
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_checkdata(VLRtask_t task) {
-  VLR_PROLOGUE(task);
-  char buf[32];
-  for (int32_t i = 0; i < d->numcon; ++i) {
-    int32_t r = VLR_RES_OK;
-    const char* name = vlr::VLR_getnamex(t, VLR_PI_CON, i, buf);
-    if (vlr::VLR_bkhaslow(d->bkc[i]) && std::isnan(d->blc[i])) {
-      r = VLR_RAISE(t, VLR_RES_ERR_NAN_IN_BLC, name, i);
-    } else if (vlr::VLR_bkhasupp(d->bkc[i]) && std::isnan(d->buc[i])) {
-      r = VLR_RAISE(t, VLR_RES_ERR_NAN_IN_BUC, name, i);
+  return vlr::api_guard([&]() -> int32_t {
+    VLR_PROLOGUE(task);
+    char buf[32];
+    for (int32_t i = 0; i < d->numcon; ++i) {
+      int32_t r = VLR_RES_OK;
+      const char* name = vlr::VLR_getnamex(t, VLR_PI_CON, i, buf);
+      if (vlr::VLR_bkhaslow(d->bkc[i]) && std::isnan(d->blc[i])) {
+        r = VLR_RAISE(t, VLR_RES_ERR_NAN_IN_BLC, name, i);
+      } else if (vlr::VLR_bkhasupp(d->bkc[i]) && std::isnan(d->buc[i])) {
+        r = VLR_RAISE(t, VLR_RES_ERR_NAN_IN_BUC, name, i);
+      }
+      if (r != VLR_RES_OK) return r;
     }
-    if (r != VLR_RES_OK) return r;
-  }
-  for (int32_t j = 0; j < d->numvar; ++j) {
-    int32_t r = VLR_RES_OK;
-    const char* name = vlr::VLR_getnamex(t, VLR_PI_VAR, j, buf);
-    if (std::isnan(d->c[j])) {
-      r = VLR_RAISE(t, VLR_RES_ERR_NAN_IN_C, name, j);
-    } else if (vlr::VLR_bkhaslow(d->bkx[j]) && std::isnan(d->blx[j])) {
-      r = VLR_RAISE(t, VLR_RES_ERR_NAN_IN_BLX, name, j);
-    } else if (vlr::VLR_bkhasupp(d->bkx[j]) && std::isnan(d->bux[j])) {
-      r = VLR_RAISE(t, VLR_RES_ERR_NAN_IN_BUX, name, j);
+    for (int32_t j = 0; j < d->numvar; ++j) {
+      int32_t r = VLR_RES_OK;
+      const char* name = vlr::VLR_getnamex(t, VLR_PI_VAR, j, buf);
+      if (std::isnan(d->c[j])) {
+        r = VLR_RAISE(t, VLR_RES_ERR_NAN_IN_C, name, j);
+      } else if (vlr::VLR_bkhaslow(d->bkx[j]) && std::isnan(d->blx[j])) {
+        r = VLR_RAISE(t, VLR_RES_ERR_NAN_IN_BLX, name, j);
+      } else if (vlr::VLR_bkhasupp(d->bkx[j]) && std::isnan(d->bux[j])) {
+        r = VLR_RAISE(t, VLR_RES_ERR_NAN_IN_BUX, name, j);
+      }
+      if (r != VLR_RES_OK) return r;
     }
-    if (r != VLR_RES_OK) return r;
-  }
-  return VLR_RES_OK;
+    return VLR_RES_OK;
+  });
 }

@@ -17,7 +17,7 @@ namespace {
 // ---- The code table, without a task -------------------------------------------------------------
 
 TEST(RescodeTable, EveryCodeRoundTripsThroughNameDescriptionAndClass) {
-  EXPECT_EQ(vlr::kNumResCodes, 314);
+  EXPECT_EQ(vlr::kNumResCodes, 315);
   for (int32_t k = 0; k < vlr::kNumResCodes; ++k) {
     const vlr::ResCodeInfo& c = vlr::kResCodes[k];
     if (k > 0) {

@@ -1,0 +1,372 @@
+// tests/velor/misuse_test.cpp: the interface under a hostile caller: capacities that lie, sizes
+// that overflow, lists with one bad entry, negative counts and calls that fail half-way. A refused
+// call gets its code and leaves the task exactly as it was.
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "fixture.h"
+#include "taskdump.h"
+#include "velor.h"
+
+#if defined(__SANITIZE_ADDRESS__)
+// Absurd sizes must come back as null from the allocator, as they do without the sanitizer.
+extern "C" const char* __asan_default_options() {
+  return "allocator_may_return_null=1";
+}
+#endif
+
+namespace {
+
+using vlrtest::Dump;
+using vlrtest::EnvPtr;
+using vlrtest::MakeEnv;
+using vlrtest::MakeTask;
+using vlrtest::TaskPtr;
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInf = std::numeric_limits<double>::infinity();
+
+// A 3 x 4 problem with 7 non-zeros, bounds, costs and names.
+void Load(VLRtask_t task) {
+  const int32_t ptrb[] = {0, 2, 3, 5};
+  const int32_t ptre[] = {2, 3, 5, 7};
+  const int32_t sub[] = {0, 2, 1, 0, 1, 1, 2};
+  const double val[] = {1, 2, 3, 4, 5, 6, 7};
+  const double c[] = {1, -2, 3, -4};
+  const int32_t bkc[] = {VLR_BK_UP, VLR_BK_RA, VLR_BK_FX};
+  const double blc[] = {-VLR_INFINITY, -1, 2};
+  const double buc[] = {10, 5, 2};
+  const int32_t bkx[] = {VLR_BK_LO, VLR_BK_RA, VLR_BK_FR, VLR_BK_UP};
+  const double blx[] = {0, -1, -VLR_INFINITY, -VLR_INFINITY};
+  const double bux[] = {VLR_INFINITY, 1, VLR_INFINITY, 3};
+  ASSERT_EQ(
+      VLR_inputdata(task, 3, 4, 3, 4, c, 0.5, ptrb, ptre, sub, val, bkc, blc, buc, bkx, blx, bux),
+      VLR_RES_OK);
+  ASSERT_EQ(VLR_putname(task, VLR_PI_VAR, 1, "y"), VLR_RES_OK);
+  ASSERT_EQ(VLR_putname(task, VLR_PI_CON, 2, "r2"), VLR_RES_OK);
+}
+
+class Misuse : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    env_ = MakeEnv();
+    task_ = MakeTask(env_.get());
+    Load(task_.get());
+  }
+  VLRtask_t task() { return task_.get(); }
+  // Runs a call that must be refused with `code` and must leave the task's dump unchanged.
+  void Refused(int32_t code, const std::function<int32_t(VLRtask_t)>& call, const char* what) {
+    const std::string before = Dump(task());
+    EXPECT_EQ(call(task()), code) << what;
+    EXPECT_EQ(Dump(task()), before) << what;
+  }
+  EnvPtr env_;
+  TaskPtr task_;
+};
+
+// The slice readers fill from maxnumnz - surp on: a surplus above the capacity, a negative one or
+// one too small for the slice is refused before anything is written, and nothing outside
+// [maxnumnz - surp, maxnumnz) is ever touched.
+TEST_F(Misuse, SliceReadersNeverWritePastTheCallersArrays) {
+  constexpr int32_t kPad = 16, kCap = 8;
+  for (int32_t accmode : {VLR_ACC_VAR, VLR_ACC_CON}) {
+    for (int32_t surp : {kCap + 1, kCap + 1000000, -1, 2, std::numeric_limits<int32_t>::max()}) {
+      std::vector<int32_t> sub(kCap + 2 * kPad, -7);
+      std::vector<double> val(kCap + 2 * kPad, -7.0);
+      std::vector<int32_t> ptrb(4 + 2 * kPad, -7), ptre(4 + 2 * kPad, -7);
+      int32_t s = surp;
+      const int32_t r = VLR_getaslice(task(), accmode, 0, accmode == VLR_ACC_VAR ? 4 : 3, kCap, &s,
+                                      ptrb.data() + kPad, ptre.data() + kPad, sub.data() + kPad,
+                                      val.data() + kPad);
+      EXPECT_NE(r, VLR_RES_OK) << "surp " << surp;
+      EXPECT_EQ(s, surp);
+      for (int32_t k = 0; k < kCap + 2 * kPad; ++k) {
+        ASSERT_EQ(sub[k], -7) << "surp " << surp << " at " << k;
+        ASSERT_EQ(val[k], -7.0);
+      }
+      int64_t s64 = surp;
+      std::vector<int64_t> p64(4 + 2 * kPad, -7);
+      EXPECT_NE(VLR_getaslice64(task(), accmode, 0, 3, kCap, &s64, p64.data() + kPad,
+                                p64.data() + kPad, sub.data() + kPad, val.data() + kPad),
+                VLR_RES_OK);
+      int32_t st = surp;
+      std::vector<int32_t> subj(kCap + 2 * kPad, -7);
+      EXPECT_NE(VLR_getaslicetrip(task(), accmode, 0, 3, kCap, &st, sub.data() + kPad,
+                                  subj.data() + kPad, val.data() + kPad),
+                VLR_RES_OK);
+      for (int32_t k = 0; k < kCap + 2 * kPad; ++k) {
+        ASSERT_EQ(sub[k], -7) << "surp " << surp << " at " << k;
+        ASSERT_EQ(subj[k], -7);
+      }
+    }
+  }
+  int32_t s = 3;  // a surplus that the capacity holds but the slice does not fit in
+  std::vector<int32_t> sub(8), ptrb(4), ptre(4);
+  std::vector<double> val(8);
+  EXPECT_EQ(VLR_getaslice(task(), VLR_ACC_VAR, 0, 4, 8, &s, ptrb.data(), ptre.data(), sub.data(),
+                          val.data()),
+            VLR_RES_ERR_NEGATIVE_SURPLUS);
+  s = 8;  // and the exact fit still works
+  EXPECT_EQ(VLR_getaslice(task(), VLR_ACC_VAR, 0, 4, 8, &s, ptrb.data(), ptre.data(), sub.data(),
+                          val.data()),
+            VLR_RES_OK);
+  EXPECT_EQ(s, 1);
+  EXPECT_EQ(ptre[3], 7);
+}
+
+// Sizes that overflow a byte count, or that no machine has, end in a code with the task as it
+// was; the task stays usable.
+TEST_F(Misuse, AbsurdCapacitiesAreRefusedWithTheTaskUnchanged) {
+  constexpr int64_t kHuge = std::numeric_limits<int64_t>::max();
+  for (int64_t n : {kHuge, kHuge - 1, kHuge / 8 + 1, kHuge / 12 + 1, int64_t{1} << 61}) {
+    Refused(
+        VLR_RES_ERR_SPACE, [n](VLRtask_t t) { return VLR_putmaxnumanz64(t, n); }, "anz");
+    Refused(
+        VLR_RES_ERR_SPACE, [n](VLRtask_t t) { return VLR_putmaxnumqnz64(t, n); }, "qnz");
+    Refused(
+        VLR_RES_ERR_SPACE, [n](VLRtask_t t) { return VLR_resizetask64(t, 3, 4, 0, n, 0); },
+        "resize anz");
+    Refused(
+        VLR_RES_ERR_SPACE, [n](VLRtask_t t) { return VLR_resizetask64(t, 3, 4, 0, 7, n); },
+        "resize qnz");
+  }
+  // A count past what 32-bit indices hold is refused whatever the memory.
+  constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
+  Refused(
+      VLR_RES_ERR_NUMVARLIM, [](VLRtask_t t) { return VLR_append(t, VLR_ACC_VAR, kMax - 2); },
+      "append vars");
+  Refused(
+      VLR_RES_ERR_NUMCONLIM, [](VLRtask_t t) { return VLR_append(t, VLR_ACC_CON, kMax); },
+      "append cons");
+  Refused(
+      VLR_RES_ERR_NEGATIVE_APPEND, [](VLRtask_t t) { return VLR_append(t, VLR_ACC_CON, -1); },
+      "append -1");
+  // Still usable: a real change goes through.
+  EXPECT_EQ(VLR_putmaxnumanz64(task(), 100), VLR_RES_OK);
+  EXPECT_EQ(VLR_putcj(task(), 0, 9.0), VLR_RES_OK);
+}
+
+// Every list call checks its whole list before it applies any of it: one bad entry at the end
+// leaves the task as it was.
+TEST_F(Misuse, ListCallsApplyAllOrNothing) {
+  const int32_t sub[] = {0, 1, 9};
+  const int32_t ok[] = {0, 1, 2};
+  const int32_t subbad[] = {0, 1, -1};
+  const double val[] = {1.5, 2.5, 3.5};
+  const double valnan[] = {1.5, 2.5, kNaN};
+  const int32_t bk[] = {VLR_BK_FX, VLR_BK_FX, 99};
+  const int32_t bkok[] = {VLR_BK_FX, VLR_BK_LO, VLR_BK_RA};
+  const int32_t types[] = {VLR_VAR_TYPE_INT, VLR_VAR_TYPE_INT, 7};
+  Refused(
+      VLR_RES_ERR_INDEX_IS_TOO_LARGE,
+      [&](VLRtask_t t) { return VLR_putaijlist(t, 3, sub, sub, val); }, "aij index");
+  Refused(
+      VLR_RES_ERR_NAN_IN_AIJ, [&](VLRtask_t t) { return VLR_putaijlist(t, 3, ok, ok, valnan); },
+      "aij nan");
+  Refused(
+      VLR_RES_ERR_INDEX_IS_TOO_LARGE, [&](VLRtask_t t) { return VLR_putclist(t, 3, sub, val); },
+      "c index");
+  Refused(
+      VLR_RES_ERR_INDEX_IS_TOO_SMALL, [&](VLRtask_t t) { return VLR_putclist(t, 3, subbad, val); },
+      "c negative index");
+  Refused(
+      VLR_RES_ERR_NAN_IN_C, [&](VLRtask_t t) { return VLR_putclist(t, 2, sub, valnan + 1); },
+      "c nan");
+  Refused(
+      VLR_RES_ERR_INV_BKX,
+      [&](VLRtask_t t) { return VLR_putboundlist(t, VLR_ACC_VAR, 3, ok, bk, val, val); },
+      "bound key");
+  Refused(
+      VLR_RES_ERR_INDEX_IS_TOO_LARGE,
+      [&](VLRtask_t t) { return VLR_putboundlist(t, VLR_ACC_CON, 3, sub, bkok, val, val); },
+      "bound index");
+  Refused(
+      VLR_RES_ERR_NAN_IN_BLX,
+      [&](VLRtask_t t) {
+        const int32_t s[] = {0, 1, 2};
+        return VLR_putboundlist(t, VLR_ACC_VAR, 3, s, bkok, valnan, val);
+      },
+      "bound nan");
+  Refused(
+      VLR_RES_ERR_NAN_IN_BUC,
+      [&](VLRtask_t t) {
+        const int32_t ra[] = {VLR_BK_RA, VLR_BK_RA, VLR_BK_RA};
+        return VLR_putboundslice(t, VLR_ACC_CON, 0, 3, ra, val, valnan);
+      },
+      "bound slice nan");
+  Refused(
+      VLR_RES_ERR_INV_VAR_TYPE,
+      [&](VLRtask_t t) {
+        const int32_t s[] = {0, 1, 2};
+        return VLR_putvartypelist(t, 3, s, types);
+      },
+      "var type");
+  // A list of rows where the last row holds a bad column index.
+  const int32_t rows[] = {0, 1};
+  const int32_t ptrb[] = {0, 2};
+  const int32_t ptre[] = {2, 4};
+  const int32_t asub[] = {0, 1, 2, 17};
+  const double aval[] = {1, 2, 3, 4};
+  Refused(
+      VLR_RES_ERR_INDEX_ARR_IS_TOO_LARGE,
+      [&](VLRtask_t t) { return VLR_putaveclist(t, VLR_ACC_CON, 2, rows, ptrb, ptre, asub, aval); },
+      "aveclist");
+  const double avalnan[] = {1, 2, 3, kNaN};
+  const int32_t asubok[] = {0, 1, 2, 3};
+  Refused(
+      VLR_RES_ERR_NAN_IN_AIJ,
+      [&](VLRtask_t t) {
+        return VLR_putaveclist(t, VLR_ACC_CON, 2, rows, ptrb, ptre, asubok, avalnan);
+      },
+      "aveclist nan");
+  const int32_t qi[] = {0, 1, 5}, qj[] = {0, 0, 0};
+  Refused(
+      VLR_RES_ERR_INDEX_ARR_IS_TOO_LARGE,
+      [&](VLRtask_t t) { return VLR_putqobj(t, 3, qi, qj, val); }, "qobj");
+  const int32_t mem[] = {0, 1, 0};
+  Refused(
+      VLR_RES_ERR_CONE_REP_VAR,
+      [&](VLRtask_t t) { return VLR_appendcone(t, VLR_CT_QUAD, 0.0, 3, mem); }, "cone");
+}
+
+// VLR_inputdata checks everything before it throws the old problem away.
+TEST_F(Misuse, InputdataRefusesBeforeItWipes) {
+  const int32_t ptrb[] = {0, 1};
+  const int32_t ptre[] = {1, 2};
+  const int32_t sub[] = {0, 5};  // row 5 does not exist
+  const double val[] = {1, 2};
+  const double c[] = {1, 1};
+  const int32_t bk[] = {VLR_BK_LO, VLR_BK_LO};
+  const double bl[] = {0, 0}, bu[] = {1, 1};
+  const double blnan[] = {0, kNaN};
+  Refused(
+      VLR_RES_ERR_INDEX_ARR_IS_TOO_LARGE,
+      [&](VLRtask_t t) {
+        return VLR_inputdata(t, 2, 2, 2, 2, c, 0, ptrb, ptre, sub, val, bk, bl, bu, bk, bl, bu);
+      },
+      "row index");
+  const int32_t sub0[] = {0, 1};
+  Refused(
+      VLR_RES_ERR_NAN_IN_BLX,
+      [&](VLRtask_t t) {
+        return VLR_inputdata(t, 2, 2, 2, 2, c, 0, ptrb, ptre, sub0, val, bk, bl, bu, bk, blnan, bu);
+      },
+      "nan bound");
+  Refused(
+      VLR_RES_ERR_NAN_IN_DOUBLE_DATA,
+      [&](VLRtask_t t) {
+        return VLR_inputdata(t, 2, 2, 2, 2, c, kNaN, ptrb, ptre, sub0, val, bk, bl, bu, bk, bl, bu);
+      },
+      "nan cfix");
+  Refused(
+      VLR_RES_ERR_INDEX_IS_TOO_SMALL,
+      [&](VLRtask_t t) {
+        return VLR_inputdata(t, 2, 2, -2, 2, c, 0, ptrb, ptre, sub0, val, bk, bl, bu, bk, bl, bu);
+      },
+      "negative numcon");
+  const int32_t bkbad[] = {VLR_BK_LO, 9};
+  Refused(
+      VLR_RES_ERR_INV_BKC,
+      [&](VLRtask_t t) {
+        return VLR_inputdata(t, 2, 2, 2, 2, c, 0, ptrb, ptre, sub0, val, bkbad, bl, bu, bk, bl, bu);
+      },
+      "bound key");
+}
+
+// Negative lengths and counts are refused, never taken as "nothing" or as a huge unsigned count.
+TEST_F(Misuse, NegativeCountsAreRefused) {
+  const int32_t sub[] = {0};
+  const double val[] = {1};
+  const int32_t bk[] = {VLR_BK_FR};
+  Refused(
+      VLR_RES_ERR_INDEX_IS_TOO_SMALL,
+      [&](VLRtask_t t) { return VLR_putaijlist(t, -1, sub, sub, val); }, "aijlist");
+  Refused(
+      VLR_RES_ERR_INDEX_IS_TOO_SMALL, [&](VLRtask_t t) { return VLR_putclist(t, -3, sub, val); },
+      "clist");
+  Refused(
+      VLR_RES_ERR_INDEX_IS_TOO_SMALL,
+      [&](VLRtask_t t) { return VLR_putboundlist(t, VLR_ACC_VAR, -1, sub, bk, val, val); },
+      "boundlist");
+  Refused(
+      VLR_RES_ERR_INDEX_IS_TOO_SMALL,
+      [&](VLRtask_t t) { return VLR_putvartypelist(t, -1, sub, sub); }, "vartypelist");
+  Refused(
+      VLR_RES_ERR_INDEX_IS_TOO_SMALL,
+      [&](VLRtask_t t) { return VLR_putavec(t, VLR_ACC_VAR, 0, -1, sub, val); }, "avec");
+  Refused(
+      VLR_RES_ERR_INDEX_IS_TOO_SMALL,
+      [&](VLRtask_t t) { return VLR_putaveclist(t, VLR_ACC_VAR, -1, sub, sub, sub, sub, val); },
+      "aveclist");
+  Refused(
+      VLR_RES_ERR_INDEX_IS_TOO_SMALL,
+      [&](VLRtask_t t) { return VLR_putqobj(t, -1, sub, sub, val); }, "qobj");
+  Refused(
+      VLR_RES_ERR_CONE_SIZE,
+      [&](VLRtask_t t) { return VLR_appendcone(t, VLR_CT_QUAD, 0.0, -2, sub); }, "cone");
+  Refused(
+      VLR_RES_ERR_IN_ARGUMENT,
+      [&](VLRtask_t t) { return VLR_appendvars(t, -1, val, sub, sub, sub, val, bk, val, val); },
+      "appendvars");
+  Refused(
+      VLR_RES_ERR_IN_ARGUMENT,
+      [&](VLRtask_t t) { return VLR_appendcons(t, -1, sub, sub, sub, val, bk, val, val); },
+      "appendcons");
+}
+
+// NaN and infinity are refused where they enter: costs, the constant, bounds, A and Q.
+TEST_F(Misuse, NanAndInfinityAreRefusedWhereTheyEnter) {
+  Refused(
+      VLR_RES_ERR_NAN_IN_DOUBLE_DATA, [](VLRtask_t t) { return VLR_putcfix(t, kNaN); }, "cfix nan");
+  Refused(
+      VLR_RES_ERR_NAN_IN_DOUBLE_DATA, [](VLRtask_t t) { return VLR_putcfix(t, kInf); }, "cfix inf");
+  Refused(
+      VLR_RES_ERR_HUGE_C, [](VLRtask_t t) { return VLR_putcj(t, 0, -kInf); }, "cj inf");
+  Refused(
+      VLR_RES_ERR_NAN_IN_C, [](VLRtask_t t) { return VLR_putcj(t, 0, kNaN); }, "cj");
+  Refused(
+      VLR_RES_ERR_NAN_IN_BLX,
+      [](VLRtask_t t) { return VLR_putbound(t, VLR_ACC_VAR, 0, VLR_BK_RA, kNaN, 1); }, "blx");
+  Refused(
+      VLR_RES_ERR_NAN_IN_BUC,
+      [](VLRtask_t t) { return VLR_putbound(t, VLR_ACC_CON, 0, VLR_BK_UP, 0, kNaN); }, "buc");
+  Refused(
+      VLR_RES_ERR_NAN_IN_BLX,
+      [](VLRtask_t t) { return VLR_chgbound(t, VLR_ACC_VAR, 0, 1, 1, kNaN); }, "chgbound");
+  Refused(
+      VLR_RES_ERR_NAN_IN_AIJ, [](VLRtask_t t) { return VLR_putaij(t, 0, 0, kNaN); }, "aij");
+  Refused(
+      VLR_RES_ERR_INV_QOBJ_VAL, [](VLRtask_t t) { return VLR_putqobjij(t, 0, 0, kNaN); }, "qobjij");
+}
+
+// Every make... call that fails leaves its output null, also when the failure is the handle.
+TEST(MisuseMake, FailedMakesLeaveNullOutputs) {
+  VLRtask_t task = reinterpret_cast<VLRtask_t>(0x1);
+  EXPECT_EQ(VLR_maketask(nullptr, 0, 0, &task), VLR_RES_ERR_NULL_ENV);
+  EXPECT_EQ(task, nullptr);
+  task = reinterpret_cast<VLRtask_t>(0x1);
+  EXPECT_EQ(VLR_makeemptytask(nullptr, &task), VLR_RES_ERR_NULL_ENV);
+  EXPECT_EQ(task, nullptr);
+  VLRenv_t env = nullptr;
+  ASSERT_EQ(VLR_makeenv(&env, nullptr, nullptr, nullptr, nullptr), VLR_RES_OK);
+  task = reinterpret_cast<VLRtask_t>(0x1);
+  EXPECT_EQ(VLR_maketask(env, 0, 0, &task), VLR_RES_ERR_NO_INIT_ENV);
+  EXPECT_EQ(task, nullptr);
+  ASSERT_EQ(VLR_initenv(env), VLR_RES_OK);
+  task = reinterpret_cast<VLRtask_t>(0x1);
+  EXPECT_EQ(VLR_maketask(env, -1, 0, &task), VLR_RES_ERR_INDEX_IS_TOO_SMALL);
+  EXPECT_EQ(task, nullptr);
+  VLRtask_t clone = reinterpret_cast<VLRtask_t>(0x1);
+  EXPECT_EQ(VLR_clonetask(nullptr, &clone), VLR_RES_ERR_NULL_TASK);
+  EXPECT_EQ(clone, nullptr);
+  ASSERT_EQ(VLR_deleteenv(&env), VLR_RES_OK);
+}
+
+}  // namespace
