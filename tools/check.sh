@@ -1,8 +1,8 @@
 #!/bin/sh
 # tools/check.sh: the whole test run: house checks, an optimised build with -Werror and its tests,
 # then an address/undefined-sanitizer build whose tests run once without and once with the memory
-# tracker, and a short fuzzing run of each reader when clang is there. Installs what it needs when
-# it is missing.
+# tracker, a thread-sanitizer build for the tests on threads, and a short fuzzing run of each
+# reader when clang is there. Installs what it needs when it is missing.
 # SPDX-License-Identifier: Apache-2.0
 set -eu
 cd "$(dirname "$0")/.."
@@ -21,6 +21,9 @@ if [ -n "$need" ]; then
   apt-get update -qq && DEBIAN_FRONTEND=noninteractive apt-get install -y -qq $need
 fi
 
+echo "== every exported function inside the fence"
+python3 tests/scripts/fence.py .
+
 echo "== release build with -Werror"
 cmake -S . -B build/ci -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVLR_WERROR=ON > /dev/null
 cmake --build build/ci -j "$jobs"
@@ -33,6 +36,11 @@ cmake --build build/ci-asan -j "$jobs"
 
 echo "== the same tests with every block tracked"
 (cd build/ci-asan && VLR_TEST_TRACK=1 ctest -j "$jobs" --output-on-failure -L "unit|memfail" -LE slow)
+
+echo "== thread sanitizer on the tests that delete and run tasks from many threads"
+cmake --preset tsan > /dev/null
+cmake --build build/tsan -j "$jobs" --target vlr_velor_tests
+(cd build/tsan && ctest -j "$jobs" --output-on-failure -L thread)
 
 # Each reader under libFuzzer with the address and undefined-behaviour sanitizers, for a short
 # time from the seeds in tests/data/fuzz; only clang builds the targets.

@@ -10,8 +10,9 @@ namespace vlr {
 
 namespace {
 
-// Hands buf[0..count) to the function and the file. When the text does not end a line, an
-// incomplete UTF-8 character at its end is held back. Returns the bytes consumed.
+// Takes buf[0..count) out of the buffer and hands it to the function and the file. When the text
+// does not end a line, an incomplete UTF-8 character at its end is held back. Returns the bytes
+// taken.
 size_t stream_redirect(StreamSlot* slot, size_t count, bool whole) {
   size_t n = count;
   if (!whole && n > 0) {
@@ -25,9 +26,13 @@ size_t stream_redirect(StreamSlot* slot, size_t count, bool whole) {
     }
     if (n == 0) n = count;  // a buffer of one broken character goes out as it is
   }
+  // The text leaves the buffer before anyone sees it: the function may write to this same stream
+  // (an error it causes is echoed to the log), and that write must find a consistent buffer.
   char text[kStreamBufSize + 1];
   std::memcpy(text, slot->buf, n);
   text[n] = '\0';
+  std::memmove(slot->buf, slot->buf + n, slot->len - n);
+  slot->len -= n;
   if (slot->func != nullptr) slot->func(slot->handle, text);
   if (slot->file != nullptr) {
     VLR_sysenv_fputss(slot->file, text, n);
@@ -38,9 +43,7 @@ size_t stream_redirect(StreamSlot* slot, size_t count, bool whole) {
 
 void stream_deliver(StreamSlot* slot, bool whole) {
   while (slot->len > 0) {
-    const size_t used = stream_redirect(slot, slot->len, whole);
-    std::memmove(slot->buf, slot->buf + used, slot->len - used);
-    slot->len -= used;
+    stream_redirect(slot, slot->len, whole);
     if (!whole) break;
   }
 }

@@ -3,6 +3,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cmath>
 #include <cstdio>
+#include <initializer_list>
 
 #include "velor/probdata.h"
 
@@ -182,6 +183,64 @@ int32_t VLRP_putcj(Task* task, int32_t j, double cj) {
 int32_t VLRP_putcfix(Task* task, double cfix) {
   if (!std::isfinite(cfix)) return VLR_RAISE(task, VLR_RES_ERR_NAN_IN_DOUBLE_DATA, "cfix");
   task->data->cfix = cfix;
+  return VLR_RES_OK;
+}
+
+// Bounds no point can meet are found here, before any optimiser runs. A side with a value at or
+// beyond the infinity tolerance on the wrong side (a lower bound of +inf) cannot be worked with:
+// VLR_RES_ERR_INFINITE_BOUND. A lower bound above the upper one is a proof of infeasibility by
+// itself: y = 0 and a unit multiplier on both sides of the item give a Farkas certificate whose
+// bound side is the gap, which is written as the basic solution.
+int32_t VLR_checkcrossedbounds(Task* task, int32_t* decided) {
+  *decided = 0;
+  const TaskData* d = task->data;
+  const double tinf = VLRP_getdouparam(task, VLR_DPAR_DATA_TOL_BOUND_INF);
+  int32_t crossed = -1;  // the first crossed item: rows first, then columns at numcon + j
+  for (int32_t k = 0; k < d->numcon + d->numvar; ++k) {
+    const bool con = k < d->numcon;
+    const int32_t i = con ? k : k - d->numcon;
+    const int32_t bk = con ? d->bkc[i] : d->bkx[i];
+    const double bl = con ? d->blc[i] : d->blx[i], bu = con ? d->buc[i] : d->bux[i];
+    const bool low = VLR_bkhaslow(bk), upp = VLR_bkhasupp(bk);
+    if ((low && bl >= tinf) || (upp && bu <= -tinf)) {
+      return VLR_RAISE(task, VLR_RES_ERR_INFINITE_BOUND);
+    }
+    if (crossed < 0 && low && upp && bl > bu) crossed = k;
+  }
+  if (crossed < 0) return VLR_RES_OK;
+  const bool con = crossed < d->numcon;
+  const int32_t i = con ? crossed : crossed - d->numcon;
+  const int32_t r = VLR_makesolution(task, VLR_SOL_BAS);
+  if (r != VLR_RES_OK) return r;
+  SolRec& s = task->sols->sol[VLR_SOL_BAS];
+  s.defined = 1;
+  s.prosta = VLR_PRO_STA_PRIM_INFEAS;
+  s.solsta = VLR_SOL_STA_PRIM_INFEAS_CER;
+  for (int32_t acc : {VLR_ACC_CON, VLR_ACC_VAR}) {
+    int32_t* sk = VLR_solkeyptr(task, VLR_SOL_BAS, acc);
+    const int32_t count = acc == VLR_ACC_CON ? d->numcon : d->numvar;
+    for (int32_t k = 0; k < count; ++k)
+      sk[k] = VLR_SK_UNK;
+  }
+  for (int32_t item : {VLR_SOL_ITEM_XC, VLR_SOL_ITEM_Y, VLR_SOL_ITEM_SLC, VLR_SOL_ITEM_SUC}) {
+    double* v = VLR_solitemptr(task, VLR_SOL_BAS, item);
+    for (int32_t k = 0; k < d->numcon; ++k)
+      v[k] = 0.0;
+  }
+  for (int32_t item : {VLR_SOL_ITEM_XX, VLR_SOL_ITEM_SLX, VLR_SOL_ITEM_SUX}) {
+    double* v = VLR_solitemptr(task, VLR_SOL_BAS, item);
+    for (int32_t k = 0; k < d->numvar; ++k)
+      v[k] = 0.0;
+  }
+  VLR_solitemptr(task, VLR_SOL_BAS, con ? VLR_SOL_ITEM_SLC : VLR_SOL_ITEM_SLX)[i] = 1.0;
+  VLR_solitemptr(task, VLR_SOL_BAS, con ? VLR_SOL_ITEM_SUC : VLR_SOL_ITEM_SUX)[i] = 1.0;
+  char buf[32];
+  VLRP_echotask(task, VLR_STREAM_LOG,
+                "The %s '%s' (%d) has a lower bound above its upper bound: the problem is "
+                "primal infeasible.\n",
+                con ? "constraint" : "variable",
+                VLR_getnamex(task, con ? VLR_PI_CON : VLR_PI_VAR, i, buf), i);
+  *decided = 1;
   return VLR_RES_OK;
 }
 

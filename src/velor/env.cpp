@@ -129,11 +129,7 @@ int32_t VLR_unlockmutexenv(Env* env, int32_t index) {
 }
 
 void VLR_garcolenv(Env* env) {
-  if (env == nullptr || !env->delete_pending) return;
-  VLR_lockmutexenv(env, 2);
-  const bool alive = env->tasks_removed < env->tasks_made;
-  VLR_unlockmutexenv(env, 2);
-  if (!alive) env_destroy(env);
+  env_destroy(env);
 }
 
 }  // namespace vlr
@@ -205,23 +201,25 @@ int32_t VLR_initenv(VLRenv_t henv) {
 }
 
 int32_t VLR_deleteenv(VLRenv_t* penv) {
-  if (penv == nullptr || *penv == nullptr) return VLR_RES_OK;
-  Env* env = vlr::VLR_envcast(*penv);
-  vlr::VLR_lockmutexenv(env, 2);
-  const bool alive = env->tasks_removed < env->tasks_made;
-  if (alive) {
-    vlr::VLR_sysenv_echotodbgfile(env->sys,
-                                  "*** ERROR *** Living tasks when deleting the environment\n");
-    if (!env->garbage_collect) {
-      vlr::VLR_unlockmutexenv(env, 2);
-      return VLR_RES_ERR_LIVING_TASKS;
+  return vlr::api_guard([&]() -> int32_t {
+    if (penv == nullptr || *penv == nullptr) return VLR_RES_OK;
+    Env* env = vlr::VLR_envcast(*penv);
+    vlr::VLR_lockmutexenv(env, 2);
+    const bool alive = env->tasks_removed < env->tasks_made;
+    if (alive) {
+      vlr::VLR_sysenv_echotodbgfile(env->sys,
+                                    "*** ERROR *** Living tasks when deleting the environment\n");
+      if (!env->garbage_collect) {
+        vlr::VLR_unlockmutexenv(env, 2);
+        return VLR_RES_ERR_LIVING_TASKS;
+      }
+      env->delete_pending = 1;
     }
-    env->delete_pending = 1;
-  }
-  vlr::VLR_unlockmutexenv(env, 2);
-  if (alive) return VLR_RES_OK;  // the last task deletes the env; the handle stays usable
-  *penv = nullptr;
-  return vlr::env_destroy(env);
+    vlr::VLR_unlockmutexenv(env, 2);
+    if (alive) return VLR_RES_OK;  // the last task deletes the env; the handle stays usable
+    *penv = nullptr;
+    return vlr::env_destroy(env);
+  });
 }
 
 int32_t VLR_enablegarcolenv(VLRenv_t env) {
@@ -266,11 +264,13 @@ int32_t VLR_putcpudefaults(VLRenv_t henv, int32_t cputype, int32_t sizel1, int32
 }
 
 int32_t VLR_getversion(int32_t* major, int32_t* minor, int32_t* build, int32_t* revision) {
-  if (major != nullptr) *major = vlr::kVersionMajor;
-  if (minor != nullptr) *minor = vlr::kVersionMinor;
-  if (build != nullptr) *build = vlr::kVersionBuild;
-  if (revision != nullptr) *revision = vlr::kVersionRevision;
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    if (major != nullptr) *major = vlr::kVersionMajor;
+    if (minor != nullptr) *minor = vlr::kVersionMinor;
+    if (build != nullptr) *build = vlr::kVersionBuild;
+    if (revision != nullptr) *revision = vlr::kVersionRevision;
+    return VLR_RES_OK;
+  });
 }
 
 int32_t VLR_getversionstring(int32_t size, char* buffer) {
@@ -303,20 +303,22 @@ int32_t VLR_checkversion(VLRenv_t henv, int32_t major, int32_t minor, int32_t bu
 }
 
 int32_t VLR_getbuildinfo(char* buildstate, char* builddate, char* buildtool) {
-  if (buildstate != nullptr) std::snprintf(buildstate, VLR_MAX_STR_LEN, "%s", "release");
-  if (builddate != nullptr) {
-    // __DATE__ is "Mmm dd yyyy"; give it as "yyyy-mm-dd hh:mm:ss".
-    static const char months[] = "JanFebMarAprMayJunJulAugSepOctNovDec";
-    const char* d = __DATE__;
-    char mon[4] = {d[0], d[1], d[2], '\0'};
-    const char* at = std::strstr(months, mon);
-    const int m = at != nullptr ? static_cast<int>(at - months) / 3 + 1 : 0;
-    const int day = (d[4] == ' ' ? 0 : d[4] - '0') * 10 + (d[5] - '0');
-    std::snprintf(builddate, VLR_MAX_STR_LEN, "%.4s-%02d-%02d %s", d + 7, m, day, __TIME__);
-  }
-  if (buildtool != nullptr) {
-    std::snprintf(buildtool, VLR_MAX_STR_LEN, "g++ %d.%d, C++%ld", __GNUC__, __GNUC_MINOR__,
-                  __cplusplus / 100 % 100);
-  }
-  return VLR_RES_OK;
+  return vlr::api_guard([&]() -> int32_t {
+    if (buildstate != nullptr) std::snprintf(buildstate, VLR_MAX_STR_LEN, "%s", "release");
+    if (builddate != nullptr) {
+      // __DATE__ is "Mmm dd yyyy"; give it as "yyyy-mm-dd hh:mm:ss".
+      static const char months[] = "JanFebMarAprMayJunJulAugSepOctNovDec";
+      const char* d = __DATE__;
+      char mon[4] = {d[0], d[1], d[2], '\0'};
+      const char* at = std::strstr(months, mon);
+      const int m = at != nullptr ? static_cast<int>(at - months) / 3 + 1 : 0;
+      const int day = (d[4] == ' ' ? 0 : d[4] - '0') * 10 + (d[5] - '0');
+      std::snprintf(builddate, VLR_MAX_STR_LEN, "%.4s-%02d-%02d %s", d + 7, m, day, __TIME__);
+    }
+    if (buildtool != nullptr) {
+      std::snprintf(buildtool, VLR_MAX_STR_LEN, "g++ %d.%d, C++%ld", __GNUC__, __GNUC_MINOR__,
+                    __cplusplus / 100 % 100);
+    }
+    return VLR_RES_OK;
+  });
 }

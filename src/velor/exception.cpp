@@ -279,10 +279,10 @@ int32_t VLR_exceptiontask(VLRtask_t task, int32_t code, ...) {
 }
 
 int32_t VLR_exceptionenv(VLRenv_t env, int32_t code, ...) {
-  if (VLR_checkenv(env) != VLR_RES_OK) return code;
   va_list ap;
   va_start(ap, code);
   const int32_t r = vlr::api_guard([&]() -> int32_t {
+    if (VLR_checkenv(env) != VLR_RES_OK) return code;
     return vlr::VLR_exceptionenvva(VLR_HERE, "VLR_exceptionenv", vlr::VLR_envcast(env), code, ap);
   });
   va_end(ap);

@@ -76,6 +76,12 @@ int32_t VLR_optimizetask(Task* task) {
   int32_t r = VLR_RES_OK;
   if (task->iparam[VLR_IPAR_DATA_CHECK] != 0) r = VLR_checkdata(VLR_taskhandle(task));
   if (r == VLR_RES_OK && task->data == nullptr) r = VLR_RAISE(task, VLR_RES_ERR_INTERNAL, "data");
+  int32_t decided = 0;  // bounds that no point meets settle the problem before any road
+  if (r == VLR_RES_OK) r = VLR_checkcrossedbounds(task, &decided);
+  if (r == VLR_RES_OK && decided) {
+    VLRP_putdouinf(task, VLR_DINF_OPTIMIZER_TIME, VLR_sysenv_getwctime(task->sys) - start);
+    return r;
+  }
   if (r == VLR_RES_OK) {
     VLR_markbuffersfordelete(task);
     r = VLR_inittaskbeforeoptimize(task);
@@ -125,13 +131,15 @@ int32_t VLR_optimize(VLRtask_t task) {
 }
 
 int32_t VLR_optimizetrm(VLRtask_t task, int32_t* trmcode) {
-  const int32_t r = VLR_optimize(task);
-  int32_t cls = VLR_RESPONSE_UNK;
-  VLR_getresponseclass(r, &cls);
-  if (cls == VLR_RESPONSE_TRM) {
-    if (trmcode != nullptr) *trmcode = r;
-    return VLR_RES_OK;
-  }
-  if (trmcode != nullptr) *trmcode = VLR_RES_OK;
-  return r;
+  return vlr::api_guard([&]() -> int32_t {
+    const int32_t r = VLR_optimize(task);
+    int32_t cls = VLR_RESPONSE_UNK;
+    VLR_getresponseclass(r, &cls);
+    if (cls == VLR_RESPONSE_TRM) {
+      if (trmcode != nullptr) *trmcode = r;
+      return VLR_RES_OK;
+    }
+    if (trmcode != nullptr) *trmcode = VLR_RES_OK;
+    return r;
+  });
 }

@@ -173,6 +173,11 @@ int32_t VLR_reservenames(Task* task, int64_t bytes);
 // Keeps the item's name offsets in step with a capacity change.
 int32_t VLR_resizenames(Task* task, int32_t whichitem, int32_t count, int32_t newcap);
 
+// Before an optimiser runs: a bound side of infinite value raises VLR_RES_ERR_INFINITE_BOUND; a
+// lower bound above the upper one writes a certificate of infeasibility as the basic solution
+// and sets *decided (bound.cpp).
+int32_t VLR_checkcrossedbounds(Task* task, int32_t* decided);
+
 // ---- Solutions (solution.cpp, solinf.cpp) -----------------------------------------------------
 
 int32_t VLR_makesolution(Task* task, int32_t whichsol);

@@ -26,10 +26,15 @@ void VLR_appendtask(Task* task) {
   VLR_unlockmutexenv(env, 2);
 }
 
-void VLR_removetask(Env* env) {
+// Counts a task out. True when it was the last task of an env whose deletion waits for it: the
+// caller then deletes the env. The decision is taken under the same lock as VLR_deleteenv's, so
+// exactly one thread deletes the env, whatever the interleaving.
+bool VLR_removetask(Env* env) {
   VLR_lockmutexenv(env, 2);
   ++env->tasks_removed;
+  const bool last = env->delete_pending != 0 && env->tasks_removed == env->tasks_made;
   VLR_unlockmutexenv(env, 2);
+  return last;
 }
 
 int32_t task_makeparams(Task* task) {
@@ -157,7 +162,7 @@ int32_t VLR_maketask(VLRenv_t henv, int32_t maxnumcon, int32_t maxnumvar, VLRtas
     if (r == VLR_RES_OK) r = vlr::VLR_setdefaults(task);
     if (r != VLR_RES_OK) {
       vlr::task_destroy(task);
-      vlr::VLR_removetask(env);
+      if (vlr::VLR_removetask(env)) vlr::VLR_garcolenv(env);
       return r;
     }
     vlr::VLR_sysenv_putexithandler(sys, task, vlr::VLR_exithandlertask);
@@ -185,9 +190,8 @@ int32_t VLR_deletetask(VLRtask_t* ptask) {
     if (busy != VLR_RES_OK) return busy;
     Env* env = task->env;
     const int32_t r = vlr::task_destroy(task);
-    vlr::VLR_removetask(env);
     *ptask = nullptr;
-    vlr::VLR_garcolenv(env);
+    if (vlr::VLR_removetask(env)) vlr::VLR_garcolenv(env);
     return r;
   });
 }
@@ -271,9 +275,11 @@ void* VLR_callocenv(VLRenv_t env, size_t number, size_t size) {
 }
 
 void* VLR_callocdbgenv(VLRenv_t env, size_t number, size_t size, const char* file, int32_t line) {
-  if (env == nullptr) return nullptr;
-  return vlr::VLR_sysenv_callocdbg(vlr::VLR_envcast(env)->sys, file, line,
-                                   static_cast<int64_t>(number), size);
+  return vlr::api_guardval<void*>(nullptr, [&]() -> void* {
+    if (env == nullptr) return nullptr;
+    return vlr::VLR_sysenv_callocdbg(vlr::VLR_envcast(env)->sys, file, line,
+                                     static_cast<int64_t>(number), size);
+  });
 }
 
 void VLR_freeenv(VLRenv_t env, void* buffer) {
@@ -281,12 +287,14 @@ void VLR_freeenv(VLRenv_t env, void* buffer) {
 }
 
 void VLR_freedbgenv(VLRenv_t env, void* buffer, const char* file, int32_t line) {
-  if (env == nullptr) {
-    // A programming error: there is nothing to free the block with.
-    std::printf("VLR_free\n");
-    std::exit(0);
-  }
-  vlr::VLR_sysenv_freedbg(vlr::VLR_envcast(env)->sys, file, line, buffer);
+  vlr::api_guardvoid([&] {
+    if (env == nullptr) {
+      // A programming error: there is nothing to free the block with.
+      std::printf("VLR_free\n");
+      std::exit(0);
+    }
+    vlr::VLR_sysenv_freedbg(vlr::VLR_envcast(env)->sys, file, line, buffer);
+  });
 }
 
 char* VLR_strdupenv(VLRenv_t env, const char* str) {
@@ -294,12 +302,14 @@ char* VLR_strdupenv(VLRenv_t env, const char* str) {
 }
 
 char* VLR_strdupdbgenv(VLRenv_t env, const char* str, const char* file, int32_t line) {
-  if (env == nullptr) {
-    std::printf("VLR_strdup\n");
-    std::exit(0);
-  }
-  if (str == nullptr) return nullptr;
-  return vlr::VLR_sysenv_strdupdbg(vlr::VLR_envcast(env)->sys, file, line, str);
+  return vlr::api_guardval<char*>(nullptr, [&]() -> char* {
+    if (env == nullptr) {
+      std::printf("VLR_strdup\n");
+      std::exit(0);
+    }
+    if (str == nullptr) return nullptr;
+    return vlr::VLR_sysenv_strdupdbg(vlr::VLR_envcast(env)->sys, file, line, str);
+  });
 }
 
 void* VLR_calloctask(VLRtask_t task, size_t number, size_t size) {
@@ -308,13 +318,15 @@ void* VLR_calloctask(VLRtask_t task, size_t number, size_t size) {
 
 void* VLR_callocdbgtask(VLRtask_t task, size_t number, size_t size, const char* file,
                         int32_t line) {
-  if (VLR_checktask(task) != VLR_RES_OK) return nullptr;
-  Task* t = vlr::VLR_taskcast(task);
-  void* p = vlr::VLR_sysenv_callocdbg(t->sys, file, line, static_cast<int64_t>(number), size);
-  if (p == nullptr && number > 0 && size > 0) {
-    vlr::VLR_exceptiontaskdbg(file, line, "", t, VLR_RES_ERR_SPACE);
-  }
-  return p;
+  return vlr::api_guardval<void*>(nullptr, [&]() -> void* {
+    if (VLR_checktask(task) != VLR_RES_OK) return nullptr;
+    Task* t = vlr::VLR_taskcast(task);
+    void* p = vlr::VLR_sysenv_callocdbg(t->sys, file, line, static_cast<int64_t>(number), size);
+    if (p == nullptr && number > 0 && size > 0) {
+      vlr::VLR_exceptiontaskdbg(file, line, "", t, VLR_RES_ERR_SPACE);
+    }
+    return p;
+  });
 }
 
 void VLR_freetask(VLRtask_t task, void* buffer) {
@@ -322,8 +334,10 @@ void VLR_freetask(VLRtask_t task, void* buffer) {
 }
 
 void VLR_freedbgtask(VLRtask_t task, void* buffer, const char* file, int32_t line) {
-  if (VLR_checktask(task) != VLR_RES_OK) return;
-  vlr::VLR_sysenv_freedbg(vlr::VLR_taskcast(task)->sys, file, line, buffer);
+  vlr::api_guardvoid([&] {
+    if (VLR_checktask(task) != VLR_RES_OK) return;
+    vlr::VLR_sysenv_freedbg(vlr::VLR_taskcast(task)->sys, file, line, buffer);
+  });
 }
 
 char* VLR_strduptask(VLRtask_t task, const char* str) {
@@ -331,8 +345,10 @@ char* VLR_strduptask(VLRtask_t task, const char* str) {
 }
 
 char* VLR_strdupdbgtask(VLRtask_t task, const char* str, const char* file, int32_t line) {
-  if (VLR_checktask(task) != VLR_RES_OK || str == nullptr) return nullptr;
-  return vlr::VLR_sysenv_strdupdbg(vlr::VLR_taskcast(task)->sys, file, line, str);
+  return vlr::api_guardval<char*>(nullptr, [&]() -> char* {
+    if (VLR_checktask(task) != VLR_RES_OK || str == nullptr) return nullptr;
+    return vlr::VLR_sysenv_strdupdbg(vlr::VLR_taskcast(task)->sys, file, line, str);
+  });
 }
 
 int32_t VLR_checkmemenv(VLRenv_t env, const char* file, int32_t line) {

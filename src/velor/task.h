@@ -79,7 +79,7 @@ struct Task {
   int32_t callback_stop;         // set when a callback asked to stop
   double stat_start, stat_time;  // wall clock of VLR_startstat and the span to VLR_stopstat
   double opt_start;              // wall clock at the start of the running optimise, -1 when idle
-  int32_t inuse;                 // 1 while an optimiser runs on the task; its callbacks may call in
+  int32_t inuse;                 // 1 while an optimiser runs on the task, 2 while refusing a call
   TaskData* data;                // the problem; null after a failed resize until the next call
   SolStore* sols;                // the solutions; null entries until made
 };
@@ -94,7 +94,8 @@ void VLR_destroystreamstask(Task* task);
 // Env mutexes 0..3; 2 guards the task counters, 3 the load of the mixed-integer library.
 int32_t VLR_lockmutexenv(Env* env, int32_t index);
 int32_t VLR_unlockmutexenv(Env* env, int32_t index);
-// Deletes an env whose deletion was deferred, once its last task is gone.
+// Deletes an env whose deletion was deferred; called by the thread whose VLR_deletetask removed
+// its last task (the count and the pending mark are read together under env mutex 2).
 void VLR_garcolenv(Env* env);
 // Information items: allocation with the task, reset before an optimise.
 int32_t VLR_makeinfitems(Task* task);
@@ -239,8 +240,15 @@ int32_t VLR_checkoptimizermaxtime(Task* task);
 
 // A call that would change a task while an optimiser runs on it (from a callback, a stream
 // function or the response function) is refused: VLR_RES_ERR_TASK_IN_USE, and nothing changes.
+// The refusal's own message reaches the user's stream and response functions; a call refused
+// again from there returns the code without a second message, so the two cannot recurse.
 inline int32_t VLR_checktaskidle(Task* task) {
-  return task->inuse != 0 ? VLR_RAISE(task, VLR_RES_ERR_TASK_IN_USE) : VLR_RES_OK;
+  if (task->inuse == 0) return VLR_RES_OK;
+  if (task->inuse > 1) return VLR_RES_ERR_TASK_IN_USE;
+  task->inuse = 2;
+  const int32_t r = VLR_RAISE(task, VLR_RES_ERR_TASK_IN_USE);
+  task->inuse = 1;
+  return r;
 }
 
 // Marks a task in use for the life of the scope.
@@ -264,6 +272,24 @@ int32_t api_guard(F&& body) noexcept {
     return VLR_RES_ERR_SPACE;
   } catch (...) {
     return VLR_RES_ERR_INTERNAL;
+  }
+}
+
+// The same fence for the exported functions that return a pointer or nothing: a stray exception
+// gives `fallback`, or nothing.
+template <class R, class F>
+R api_guardval(R fallback, F&& body) noexcept {
+  try {
+    return body();
+  } catch (...) {
+    return fallback;
+  }
+}
+template <class F>
+void api_guardvoid(F&& body) noexcept {
+  try {
+    body();
+  } catch (...) {
   }
 }
 

@@ -1,9 +1,13 @@
 // tests/velor/env_test.cpp: env and task life cycles, the exception path and the streams.
 // SPDX-License-Identifier: Apache-2.0
+#include <atomic>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <sstream>
+#include <thread>
+#include <vector>
 
 #include "fixture.h"
 
@@ -277,6 +281,61 @@ TEST(StreamTest, Utf8AndWideConversionsRoundTrip) {
   ASSERT_EQ(VLR_wchartoutf8(sizeof back, &len, &conv, back, wide), VLR_RES_OK);
   EXPECT_STREQ(back, utf8);
   EXPECT_EQ(VLR_utf8towchar(16, &len, &conv, wide, "\xc3("), VLR_RES_ERR_INVALID_UTF8);
+}
+
+// ---- Deletion from many threads -----------------------------------------------------------------
+
+std::atomic<int64_t> g_threadlive{0};
+void* AtomicMalloc(void*, size_t size) {
+  g_threadlive.fetch_add(1);
+  return std::malloc(size);
+}
+void AtomicFree(void*, void* block) {
+  g_threadlive.fetch_sub(1);
+  std::free(block);
+}
+
+// An env with garbage collection on, its tasks deleted on threads of their own while one more
+// thread deletes the env. Whatever the order, the env is deleted exactly once: by VLR_deleteenv
+// when no task lives, or by the last VLR_deletetask. Every block comes back.
+TEST(EnvThreads, EnvIsDeletedOnceWhateverTheOrderOfDeletions) {
+  constexpr int kTasks = 6;
+  for (int round = 0; round < 300; ++round) {
+    VLRenv_t env = nullptr;
+    ASSERT_EQ(VLR_makeenv(&env, nullptr, AtomicMalloc, AtomicFree, nullptr), VLR_RES_OK);
+    ASSERT_EQ(VLR_initenv(env), VLR_RES_OK);
+    ASSERT_EQ(VLR_enablegarcolenv(env), VLR_RES_OK);
+    std::vector<VLRtask_t> tasks(kTasks, nullptr);
+    for (auto& t : tasks)
+      ASSERT_EQ(VLR_maketask(env, 2, 2, &t), VLR_RES_OK);
+    std::atomic<int> ready{0};
+    std::vector<int32_t> codes(kTasks + 1, -1);
+    auto start = [&](int me) {
+      // Everyone waits for everyone, then the round's pattern of yields spreads the calls out.
+      ready.fetch_add(1);
+      while (ready.load() < kTasks + 1) {
+      }
+      for (int k = (round * 7 + me * 3) % (kTasks + 2); k > 0; --k)
+        std::this_thread::yield();
+    };
+    std::vector<std::thread> threads;
+    for (int k = 0; k < kTasks; ++k) {
+      threads.emplace_back([&, k] {
+        start(k);
+        codes[k] = VLR_deletetask(&tasks[k]);
+      });
+    }
+    VLRenv_t handle = env;
+    threads.emplace_back([&] {
+      start(kTasks);
+      codes[kTasks] = VLR_deleteenv(&handle);
+    });
+    for (auto& th : threads)
+      th.join();
+    for (int k = 0; k <= kTasks; ++k)
+      EXPECT_EQ(codes[k], VLR_RES_OK) << "round " << round << " thread " << k;
+    ASSERT_EQ(g_threadlive.load(), 0) << "round " << round;
+  }
 }
 
 }  // namespace

@@ -4,9 +4,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 #include "fixture.h"
+#include "taskdump.h"
 
 namespace {
 
@@ -362,6 +364,55 @@ TEST_P(LpSolve, UnboundedIsNeverOptimal) {
   }
 }
 
+// Bounds that no point meets. A lower bound above the upper one, on a column or a row, ends as
+// proven primal infeasible with a certificate whose bound side is positive; a side whose value is
+// infinite on the wrong side (a column bounded below by +inf, a row above by -inf) is refused
+// with its code. Never a normal return with an unknown status.
+TEST_P(LpSolve, ImpossibleBoundsEndInACertificateOrACode) {
+  const double inf = std::numeric_limits<double>::infinity();
+  for (int shape = 0; shape < 5; ++shape) {
+    Tiny lp;
+    lp.c = {1, -1};
+    lp.cols = {{{0, 1}}, {{0, 1}, {1, 2}}};
+    lp.bkc = {VLR_BK_UP, VLR_BK_RA};
+    lp.blc = {-kInf, -10};
+    lp.buc = {5, 10};
+    lp.bkx = {VLR_BK_RA, VLR_BK_RA};
+    lp.blx = {0, 0};
+    lp.bux = {3, 3};
+    if (shape == 0) lp.blx[1] = 4;   // 4 <= x1 <= 3
+    if (shape == 1) lp.blc[1] = 12;  // 12 <= x0 + 2 x1 <= 10
+    if (shape == 2) {
+      lp.bkx[0] = VLR_BK_LO;
+      lp.blx[0] = inf;
+    }
+    if (shape == 3) lp.buc[0] = -inf;
+    if (shape == 4) lp.blx[0] = 2e16;  // beyond the infinity tolerance, on the wrong side
+    auto env = vlrtest::MakeEnv();
+    auto task = vlrtest::MakeTask(env.get());
+    ASSERT_NO_FATAL_FAILURE(Load(task.get(), lp));
+    const Result s = Solve(task.get(), GetParam());
+    if (shape >= 2) {
+      EXPECT_EQ(s.r, VLR_RES_ERR_INFINITE_BOUND) << "shape " << shape;
+      continue;
+    }
+    ASSERT_EQ(s.r, VLR_RES_OK) << "shape " << shape << ": " << vlrtest::LastError(task.get());
+    ASSERT_EQ(s.solsta, VLR_SOL_STA_PRIM_INFEAS_CER) << "shape " << shape;
+    EXPECT_EQ(s.prosta, VLR_PRO_STA_PRIM_INFEAS) << "shape " << shape;
+    // The Farkas conditions, recomputed: A'y + slx - sux = 0, and the bound side is positive.
+    const double aty0 = s.y[0], aty1 = s.y[0] + 2 * s.y[1];
+    EXPECT_NEAR(aty0 + s.slx[0] - s.sux[0], 0.0, 1e-12);
+    EXPECT_NEAR(aty1 + s.slx[1] - s.sux[1], 0.0, 1e-12);
+    for (size_t i = 0; i < 2; ++i)
+      EXPECT_NEAR(s.slc[i] - s.suc[i], s.y[i], 1e-12);
+    const double side = lp.blc[1] * s.slc[1] - lp.buc[0] * s.suc[0] - lp.buc[1] * s.suc[1] +
+                        lp.blx[0] * s.slx[0] + lp.blx[1] * s.slx[1] - lp.bux[0] * s.sux[0] -
+                        lp.bux[1] * s.sux[1];
+    EXPECT_GT(side, 0.0) << "shape " << shape;
+    EXPECT_EQ(s.slc[0], 0.0);  // row 0 has no lower side
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Simplex, LpSolve, ::testing::ValuesIn(kSimplexRoads),
                          [](const ::testing::TestParamInfo<int32_t>& road) {
                            switch (road.param) {
@@ -489,6 +540,79 @@ TEST_F(OptimizeTest, QuadraticObjectiveRefusesThePrimalSimplex) {
   int32_t def = 1;
   ASSERT_EQ(VLR_solutiondef(t(), VLR_SOL_BAS, &def), VLR_RES_OK);
   EXPECT_EQ(def, 0);
+}
+
+// A user function called while the optimiser runs (the progress callback, a stream function)
+// tries every kind of change on the task it is called from. Each is refused with its own code and
+// changes nothing; reads still work; the answer is the optimum of the problem as given.
+struct Meddler {
+  std::vector<int32_t> codes;
+  int32_t reads = 0;
+  bool busy = false;  // no meddling from the messages the meddling itself raises
+  void Meddle(VLRtask_t task) {
+    if (busy) return;
+    busy = true;
+    const int32_t sub[1] = {0}, bk[1] = {VLR_BK_FX};
+    const double one[1] = {1.0};
+    int32_t n = 0;
+    if (VLR_getnumvar(task, &n) == VLR_RES_OK && n == 1) ++reads;
+    codes.push_back(VLR_putbound(task, VLR_ACC_CON, 0, VLR_BK_FX, 1, 1));
+    codes.push_back(VLR_putcj(task, 0, -5.0));
+    codes.push_back(VLR_appendcons(task, 1, sub, sub, sub, one, bk, one, one));
+    codes.push_back(VLR_putintparam(task, VLR_IPAR_SIM_MAX_ITERATIONS, 0));
+    codes.push_back(VLR_readdata(task, "nothing-here.mps"));
+    codes.push_back(VLR_resizetask(task, 0, 0, 0, 0, 0));
+    codes.push_back(VLR_optimize(task));
+    VLRtask_t self = task;
+    codes.push_back(VLR_deletetask(&self));
+    busy = false;
+  }
+  static int32_t Callback(VLRtask_t task, void* handle, int32_t) {
+    static_cast<Meddler*>(handle)->Meddle(task);
+    return 0;
+  }
+};
+
+struct StreamMeddler {
+  VLRtask_t task;
+  Meddler m;
+  static void Func(void* handle, const char*) {
+    auto* self = static_cast<StreamMeddler*>(handle);
+    self->m.Meddle(self->task);
+  }
+};
+
+TEST_F(OptimizeTest, CallbacksCannotChangeTheTaskTheyAreCalledFrom) {
+  const std::string before = vlrtest::Dump(t());
+  for (int how = 0; how < 2; ++how) {
+    Meddler m;
+    StreamMeddler sm{t(), {}};
+    if (how == 0) {
+      ASSERT_EQ(VLR_putcallbackfunc(t(), Meddler::Callback, &m), VLR_RES_OK);
+    } else {
+      ASSERT_EQ(VLR_linkfunctotaskstream(t(), VLR_STREAM_LOG, &sm, StreamMeddler::Func),
+                VLR_RES_OK);
+    }
+    int32_t trm = 0;
+    ASSERT_EQ(VLR_optimizetrm(t(), &trm), VLR_RES_OK);
+    ASSERT_EQ(VLR_putcallbackfunc(t(), nullptr, nullptr), VLR_RES_OK);
+    ASSERT_EQ(VLR_linkfunctotaskstream(t(), VLR_STREAM_LOG, nullptr, nullptr), VLR_RES_OK);
+    const Meddler& got = how == 0 ? m : sm.m;
+    ASSERT_FALSE(got.codes.empty()) << "how " << how;
+    for (int32_t code : got.codes)
+      EXPECT_EQ(code, VLR_RES_ERR_TASK_IN_USE) << "how " << how;
+    EXPECT_GT(got.reads, 0);
+    int32_t prosta = -1, solsta = -1;
+    ASSERT_EQ(VLR_getsolutionstatus(t(), VLR_SOL_BAS, &prosta, &solsta), VLR_RES_OK);
+    EXPECT_EQ(solsta, VLR_SOL_STA_OPTIMAL);
+    double x = 0;
+    ASSERT_EQ(VLR_getsolutionslice(t(), VLR_SOL_BAS, VLR_SOL_ITEM_XX, 0, 1, &x), VLR_RES_OK);
+    EXPECT_EQ(x, 0.0);  // min x0 s.t. x0 <= 4, x0 >= 0
+    ASSERT_EQ(VLR_deletesolution(t(), VLR_SOL_BAS), VLR_RES_OK);
+    EXPECT_EQ(vlrtest::Dump(t()), before) << "how " << how;
+  }
+  // Once the optimiser has returned, changes go through again.
+  EXPECT_EQ(VLR_putcj(t(), 0, -1.0), VLR_RES_OK);
 }
 
 }  // namespace
