@@ -2,8 +2,11 @@
 // a clean VLR_RES_ERR_SPACE with nothing left behind.
 // SPDX-License-Identifier: Apache-2.0
 #include <cstdlib>
+#include <string>
+#include <tuple>
 
 #include "fixture.h"
+#include "taskdump.h"
 
 namespace {
 
@@ -84,5 +87,56 @@ TEST(MemfailTest, RefusedSettersLeaveTheTaskAsItWas) {
   ASSERT_EQ(VLR_deleteenv(&env), VLR_RES_OK);
   EXPECT_EQ(g_live, 0);
 }
+
+// VLR_optimize on small Netlib problems, on both simplex roads, with the k-th allocation of the
+// run failing, for every k until the run needs no more: each failure is VLR_RES_ERR_SPACE, the
+// problem is as it was, nothing leaks, and the same task then solves to the optimum.
+class OptimizeMemfail : public ::testing::TestWithParam<std::tuple<const char*, int32_t>> {};
+
+TEST_P(OptimizeMemfail, EveryFailureIsCleanAndTheTaskSolvesAfterwards) {
+  const auto [name, optimizer] = GetParam();
+  const std::string path = std::string(VLR_DATA_DIR) + "/netlib/" + name + ".mps.gz";
+  g_left = -1;
+  VLRenv_t env = nullptr;
+  ASSERT_EQ(VLR_makeenv(&env, nullptr, FailingMalloc, CountingFree, vlrtest::DbgFile()),
+            VLR_RES_OK);
+  ASSERT_EQ(VLR_initenv(env), VLR_RES_OK);
+  VLRtask_t task = nullptr;
+  ASSERT_EQ(VLR_maketask(env, 0, 0, &task), VLR_RES_OK);
+  ASSERT_EQ(VLR_putintparam(task, VLR_IPAR_LOG, 0), VLR_RES_OK);
+  ASSERT_EQ(VLR_readdata(task, path.c_str()), VLR_RES_OK);
+  ASSERT_EQ(VLR_putintparam(task, VLR_IPAR_OPTIMIZER, optimizer), VLR_RES_OK);
+  const std::string before = vlrtest::Dump(task);
+  int64_t failures = 0;
+  for (int64_t k = 0;; k += 1 + k / 64) {  // every step at first, then a thinning sample
+    g_left = k;
+    const int32_t r = VLR_optimize(task);
+    g_left = -1;
+    if (r == VLR_RES_OK) break;
+    ++failures;
+    ASSERT_EQ(r, VLR_RES_ERR_SPACE) << name << " k = " << k;
+    ASSERT_EQ(VLR_deletesolution(task, VLR_SOL_BAS), VLR_RES_OK);
+    ASSERT_EQ(vlrtest::Dump(task), before) << name << " k = " << k;
+  }
+  EXPECT_GT(failures, 10);
+  RecordProperty("failures", static_cast<int>(failures));
+  ASSERT_EQ(VLR_deletesolution(task, VLR_SOL_BAS), VLR_RES_OK);
+  ASSERT_EQ(VLR_optimize(task), VLR_RES_OK);
+  int32_t prosta = -1, solsta = -1;
+  ASSERT_EQ(VLR_getsolutionstatus(task, VLR_SOL_BAS, &prosta, &solsta), VLR_RES_OK);
+  EXPECT_EQ(solsta, VLR_SOL_STA_OPTIMAL) << name;
+  ASSERT_EQ(VLR_deletetask(&task), VLR_RES_OK);
+  ASSERT_EQ(VLR_deleteenv(&env), VLR_RES_OK);
+  EXPECT_EQ(g_live, 0) << name;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Netlib, OptimizeMemfail,
+    ::testing::Combine(::testing::Values("afiro", "sc50b", "adlittle", "blend"),
+                       ::testing::Values(VLR_OPTIMIZER_DUAL_SIMPLEX, VLR_OPTIMIZER_PRIMAL_SIMPLEX)),
+    [](const auto& p) {
+      return std::string(std::get<0>(p.param)) +
+             (std::get<1>(p.param) == VLR_OPTIMIZER_DUAL_SIMPLEX ? "_dual" : "_primal");
+    });
 
 }  // namespace
