@@ -593,7 +593,7 @@ int32_t VLR_deletesolution(VLRtask_t task, int32_t whichsol) {
 
 int32_t VLR_makesolutionstatusunknown(VLRtask_t task, int32_t whichsol) {
   return vlr::api_guard([&]() -> int32_t {
-    VLR_PROLOGUE(task);
+    VLR_PUTPROLOGUE(task);
     int32_t r = vlr::VLR_checkwhichsol(t, whichsol);
     if (r == VLR_RES_OK) r = vlr::VLR_makesolution(t, whichsol);
     if (r != VLR_RES_OK) return r;

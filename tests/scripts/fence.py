@@ -16,7 +16,7 @@ import re
 import sys
 
 CHANGES = re.compile(r"^VLR_(put|append|remove|chg|input|read|resize|optimize|undef|commit|"
-                     r"deletesolution|deletetask|setdefaults|copyparam)")
+                     r"deletesolution|deletetask|setdefaults|copyparam|makesolutionstatusunknown)")
 # Changes of how a task talks to its caller, and reports: allowed from a callback.
 CALLER_LINKS = {"VLR_putcallbackfunc", "VLR_putresponsefunc", "VLR_readsummary",
                 "VLR_optimizersummary"}

@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <limits>
 #include <string>
@@ -17,7 +18,7 @@
 
 #if defined(__SANITIZE_ADDRESS__)
 // Absurd sizes must come back as null from the allocator, as they do without the sanitizer.
-extern "C" const char* __asan_default_options() {
+extern "C" __attribute__((visibility("default"), used)) const char* __asan_default_options() {
   return "allocator_may_return_null=1";
 }
 #endif
@@ -344,6 +345,33 @@ TEST_F(Misuse, NanAndInfinityAreRefusedWhereTheyEnter) {
       VLR_RES_ERR_NAN_IN_AIJ, [](VLRtask_t t) { return VLR_putaij(t, 0, 0, kNaN); }, "aij");
   Refused(
       VLR_RES_ERR_INV_QOBJ_VAL, [](VLRtask_t t) { return VLR_putqobjij(t, 0, 0, kNaN); }, "qobjij");
+}
+
+// Output buffers given a capacity of 0 or less are never written, and a capacity of 1 gets only
+// the terminating zero: the capacity is the caller's promise, never exceeded.
+TEST_F(Misuse, TextOutputsNeverPassTheirCapacity) {
+  ASSERT_EQ(VLR_puttaskname(task(), "a task with a long enough name"), VLR_RES_OK);
+  ASSERT_EQ(VLR_putstrparam(task(), VLR_SPAR_STAT_KEY, "some parameter value"), VLR_RES_OK);
+  VLR_putcj(task(), 99, 0.0);  // leaves a last error with a message
+  for (int32_t cap : {-5, 0, 1, 3}) {
+    std::vector<char> buf(64, '#');
+    char* out = buf.data() + 16;
+    int32_t len = 0, code = 0;
+    VLR_gettaskname(task(), cap, out);
+    VLR_getname(task(), VLR_PI_VAR, 1, cap, &len, out);
+    VLR_getobjname(task(), cap, &len, out);
+    VLR_getstrparam(task(), VLR_SPAR_STAT_KEY, cap, &len, out);
+    VLR_getlasterror(task(), &code, cap, &len, out);
+    VLR_getversionstring(cap, out);
+    const int32_t written = cap > 0 ? cap : 0;
+    for (int32_t k = 0; k < 64; ++k) {
+      if (k >= 16 && k < 16 + written) continue;
+      ASSERT_EQ(buf[k], '#') << "capacity " << cap << " byte " << k - 16;
+    }
+    if (cap >= 1) {
+      EXPECT_NE(std::memchr(out, '\0', static_cast<size_t>(cap)), nullptr) << cap;
+    }
+  }
 }
 
 // Every make... call that fails leaves its output null, also when the failure is the handle.

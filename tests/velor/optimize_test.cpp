@@ -556,6 +556,10 @@ struct Meddler {
     const double one[1] = {1.0};
     int32_t n = 0;
     if (VLR_getnumvar(task, &n) == VLR_RES_OK && n == 1) ++reads;
+    int32_t nz = 0, j = -1;
+    double a = 0;  // a read by rows turns the store of A while the optimiser runs
+    if (VLR_getavec(task, VLR_ACC_CON, 0, &nz, &j, &a) == VLR_RES_OK && nz == 1 && a == 1.0)
+      ++reads;
     codes.push_back(VLR_putbound(task, VLR_ACC_CON, 0, VLR_BK_FX, 1, 1));
     codes.push_back(VLR_putcj(task, 0, -5.0));
     codes.push_back(VLR_appendcons(task, 1, sub, sub, sub, one, bk, one, one));
