@@ -27,6 +27,13 @@ enum SimNbStat : int8_t {
 };
 
 // A sparse vector over a dense array that is zero outside its pattern.
+// Presolves lp, solves what is left and brings the solution back, then confirms it by a run on
+// lp from the postsolved basis. False when presolve proved infeasibility or unboundedness, or
+// the reduced problem ended so: the caller then solves lp as given, for its certificate
+// (simprslv.cpp).
+bool VLR_simplex_presolveandsolve(SysEnv* sys, const SimParam& par, const SimCallbacks& cb,
+                                  const SimLp& lp, SimSol* sol, SimInfo* info);
+
 struct SimHVec {
   SimVec<double> val;
   SimVec<int32_t> idx;

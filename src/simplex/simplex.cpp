@@ -633,6 +633,11 @@ void simplex_dualizeandsolve(SysEnv* sys, const SimParam& par, const SimCallback
 
 void simplex_optimize(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, const SimLp& lp,
                       int32_t starthot, SimSol* sol, SimInfo* info) {
+  // Presolve first, unless a given basis is to be kept; when it cannot give the answer the
+  // problem as given is solved below.
+  const bool presolve = lp.m > 0 && (starthot == 0 || par.hotstart == 0) &&
+                        (par.presolve == 1 || (par.presolve == 2 && par.maxiter > 50));
+  if (presolve && VLR_simplex_presolveandsolve(sys, par, cb, lp, sol, info)) return;
   const bool dualize = lp.m > 0 && simplex_dualizedecision(par, lp, starthot);
   if (cb.log != nullptr && par.loglevel > 0) {
     cb.log(cb.handle, dualize ? "Optimizer  - solved problem         : the dual\n"

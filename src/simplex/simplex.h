@@ -58,6 +58,9 @@ struct SimParam {
   int32_t lowercut = 0, uppercut = 0;
   double lowercutval = 0.0, uppercutval = 0.0;
   int32_t slot = kSimSlotDual;  // which optimiser runs
+  // Presolve: 0 off, 1 on, 2 when the iteration limit is above 50. Never with a hot start.
+  int32_t presolve = 0;
+  double presolvetolx = 1e-8, presolvetols = 1e-8, presolvetolaij = 1e-12;
 };
 
 // Progress and text of a run. Both may be null.
@@ -82,8 +85,12 @@ struct SimInfo {
   int32_t numsetbacks = 0;
   int32_t dualized = 0;
   int32_t perturbed = 0;
-  int32_t cleaned = 0;   // a clean-up run on the unscaled, unperturbed problem was needed
-  int32_t hotstart = 0;  // the run started from the given status keys
+  int32_t cleaned = 0;    // a clean-up run on the unscaled, unperturbed problem was needed
+  int32_t hotstart = 0;   // the run started from the given status keys
+  int32_t presolved = 0;  // presolve ran and its reduced problem was solved
+  int32_t prslvnumcon = 0, prslvnumvar = 0;  // size of the reduced problem
+  int64_t prslvnumanz = 0;
+  double prslvtime = 0.0;
   double pobj = 0.0, dobj = 0.0;
   double time = 0.0;  // seconds of the whole call
 };

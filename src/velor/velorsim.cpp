@@ -57,6 +57,10 @@ void velorsim_setparam(const Task* task, SimParam* par) {
   par->tolpiv = dp[VLR_DPAR_SIMPLEX_ABS_TOL_PIV];
   par->lurelpiv = dp[VLR_DPAR_SIM_LU_TOL_REL_PIV];
   par->maxtime = dp[VLR_DPAR_OPTIMIZER_MAX_TIME];
+  par->presolve = ip[VLR_IPAR_PRESOLVE_USE];
+  par->presolvetolx = dp[VLR_DPAR_PRESOLVE_TOL_X];
+  par->presolvetols = dp[VLR_DPAR_PRESOLVE_TOL_S];
+  par->presolvetolaij = dp[VLR_DPAR_PRESOLVE_TOL_AIJ];
   par->slot = kSimSlotDual;
 }
 
