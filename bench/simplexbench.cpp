@@ -33,11 +33,15 @@ constexpr double kObjTol = 1e-6;
 struct Road {
   const char* label;
   int32_t optimizer;
+  int32_t presolve;  // VLR_IPAR_PRESOLVE_USE
 };
 
-constexpr Road kRoads[] = {{"dual", VLR_OPTIMIZER_DUAL_SIMPLEX},
-                           {"free", VLR_OPTIMIZER_FREE_SIMPLEX},
-                           {"primal", VLR_OPTIMIZER_PRIMAL_SIMPLEX}};
+// The roads with the default presolve, and the two simplex roads without it ("-np").
+constexpr Road kRoads[] = {{"dual", VLR_OPTIMIZER_DUAL_SIMPLEX, VLR_PRESOLVE_MODE_FREE},
+                           {"free", VLR_OPTIMIZER_FREE_SIMPLEX, VLR_PRESOLVE_MODE_FREE},
+                           {"primal", VLR_OPTIMIZER_PRIMAL_SIMPLEX, VLR_PRESOLVE_MODE_FREE},
+                           {"dual-np", VLR_OPTIMIZER_DUAL_SIMPLEX, VLR_PRESOLVE_MODE_OFF},
+                           {"primal-np", VLR_OPTIMIZER_PRIMAL_SIMPLEX, VLR_PRESOLVE_MODE_OFF}};
 
 struct Options {
   std::vector<Road> roads;
@@ -209,6 +213,7 @@ Run Solve(VLRtask_t base, const Road& road, const Options& opt, bool hasref, dou
   VLR_putintparam(task, VLR_IPAR_LOG, opt.log ? 10 : 0);
   if (opt.log) VLR_linkfunctotaskstream(task, VLR_STREAM_LOG, nullptr, PrintLog);
   VLR_putintparam(task, VLR_IPAR_OPTIMIZER, road.optimizer);
+  VLR_putintparam(task, VLR_IPAR_PRESOLVE_USE, road.presolve);
   if (opt.timeout > 0) VLR_putdouparam(task, VLR_DPAR_OPTIMIZER_MAX_TIME, opt.timeout);
   int32_t trm = 0;
   const auto t0 = Clock::now();
@@ -345,7 +350,7 @@ int ParseArgs(int argc, char** argv, Options* opt) {
       opt->inputs.push_back(a);
     }
   }
-  if (opt->roads.empty()) opt->roads = {kRoads[0], kRoads[1]};
+  if (opt->roads.empty()) opt->roads = {kRoads[0], kRoads[3]};  // dual, with and without presolve
   return 0;
 }
 

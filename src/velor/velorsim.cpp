@@ -300,6 +300,7 @@ int32_t velorsim_run(Task* task, int32_t optimizer) {
                  static_cast<int32_t>(info.infiter));
   VLRP_putintinf(task, primal ? VLR_IINF_SIM_PRIMAL_HOTSTART : VLR_IINF_SIM_DUAL_HOTSTART,
                  info.hotstart);
+  VLRP_putdouinf(task, VLR_DINF_PRESOLVE_TIME, info.prslvtime);
   VLRP_putintinf(task, VLR_IINF_SIM_NUMCON, m);
   VLRP_putintinf(task, VLR_IINF_SIM_NUMVAR, n);
   VLRP_putdouinf(task, VLR_DINF_SIM_TIME, info.time);
