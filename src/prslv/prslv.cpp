@@ -37,6 +37,11 @@ int32_t prslv_key(double l, double u) {
   return up ? VLR_BK_UP : VLR_BK_FR;
 }
 
+// A missing side in the reduced problem holds the library's infinite value, as in the task.
+double prslv_finite(double b) {
+  return std::isinf(b) ? (b > 0 ? 1e30 : -1e30) : b;
+}
+
 void prslv_freereduced(prslv* p) {
   for (void* block :
        {static_cast<void*>(p->rowmap), static_cast<void*>(p->colmap), static_cast<void*>(p->redbeg),
@@ -125,16 +130,16 @@ bool prslv_final(prslv* p, PrslvStat* stat) {
     }
     p->redc[jj] = p->lp->c[j];
     p->redbk[rm + jj] = prslv_key(p->cl[j], p->cu[j]);
-    p->redbl[rm + jj] = p->cl[j];
-    p->redbu[rm + jj] = p->cu[j];
+    p->redbl[rm + jj] = prslv_finite(p->cl[j]);
+    p->redbu[rm + jj] = prslv_finite(p->cu[j]);
   }
   p->redbeg[rn] = at;
   for (int32_t i = 0; i < m; ++i) {
     if (!p->rowalive[i]) continue;
     const int32_t ii = p->rowmap[i];
     p->redbk[ii] = prslv_key(p->rl[i], p->ru[i]);
-    p->redbl[ii] = p->rl[i];
-    p->redbu[ii] = p->ru[i];
+    p->redbl[ii] = prslv_finite(p->rl[i]);
+    p->redbu[ii] = prslv_finite(p->ru[i]);
   }
   stat->numcon[1] = rm;
   stat->numvar[1] = rn;

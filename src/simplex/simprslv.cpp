@@ -59,6 +59,8 @@ bool VLR_simplex_presolveandsolve(SysEnv* sys, const SimParam& par, const SimCal
   info->prslvtime = stat.time;
   // An infeasibility presolve proves has no certificate here: the problem as given gives one.
   if (stat.prosta != VLR_PRO_STA_UNKNOWN) return false;
+  // Nothing removed: the problem as given is solved once, not twice.
+  if (stat.numcon[1] == stat.numcon[0] && stat.numvar[1] == stat.numvar[0]) return false;
 
   SimLp red;
   VLR_prslv_getreduced(p, &red);
@@ -77,6 +79,10 @@ bool VLR_simplex_presolveandsolve(SysEnv* sys, const SimParam& par, const SimCal
     if (rinfo.response == kSimNoSpace) {
       info->response = kSimNoSpace;
       return true;
+    }
+    if (rinfo.response != kSimOk && rinfo.response != kSimMaxIter &&
+        rinfo.response != kSimInterrupted && rinfo.response != kSimObjRange) {
+      return false;  // numerical trouble on the reduced problem: solve the problem as given
     }
     if (rinfo.response != kSimOk) {
       // Stopped by a limit: the values as they stand, with unknown statuses.
