@@ -128,7 +128,7 @@ bool prslv_final(prslv* p, PrslvStat* stat) {
       p->redval[at] = p->colval[k];
       ++at;
     }
-    p->redc[jj] = p->lp->c[j];
+    p->redc[jj] = p->c[j];
     p->redbk[rm + jj] = prslv_key(p->cl[j], p->cu[j]);
     p->redbl[rm + jj] = prslv_finite(p->cl[j]);
     p->redbu[rm + jj] = prslv_finite(p->cu[j]);
@@ -196,6 +196,7 @@ int32_t VLR_prslv_make(SysEnv* sys, const SimLp& lp, prslv** pp) {
   p->cl = prslv_alloc<double>(sys, n);
   p->cu = prslv_alloc<double>(sys, n);
   p->xfix = prslv_alloc<double>(sys, n);
+  p->c = prslv_alloc<double>(sys, n);
   p->rowalive = prslv_alloc<int8_t>(sys, m);
   p->colalive = prslv_alloc<int8_t>(sys, n);
   p->connz = prslv_alloc<int32_t>(sys, m);
@@ -203,7 +204,7 @@ int32_t VLR_prslv_make(SysEnv* sys, const SimLp& lp, prslv** pp) {
   p->list = prslv_alloc<int32_t>(sys, m);
   p->inlist = prslv_alloc<int8_t>(sys, m);
   if (p->rl == nullptr || p->ru == nullptr || p->cl == nullptr || p->cu == nullptr ||
-      p->xfix == nullptr || p->rowalive == nullptr || p->colalive == nullptr ||
+      p->xfix == nullptr || p->c == nullptr || p->rowalive == nullptr || p->colalive == nullptr ||
       p->connz == nullptr || p->varnz == nullptr || p->list == nullptr || p->inlist == nullptr ||
       !prslv_makerows(p)) {
     VLR_prslv_delete(&p);
@@ -220,6 +221,7 @@ int32_t VLR_prslv_make(SysEnv* sys, const SimLp& lp, prslv** pp) {
   for (int32_t i = 0; i < m; ++i)
     p->rowalive[i] = 1;
   for (int32_t j = 0; j < n; ++j) {
+    p->c[j] = lp.c[j];
     p->colalive[j] = 1;
     p->varnz[j] = static_cast<int32_t>(lp.abeg[j + 1] - lp.abeg[j]);
   }
@@ -240,9 +242,10 @@ void VLR_prslv_delete(prslv** pp) {
                       static_cast<void*>(p->rowval),   static_cast<void*>(p->rl),
                       static_cast<void*>(p->ru),       static_cast<void*>(p->cl),
                       static_cast<void*>(p->cu),       static_cast<void*>(p->xfix),
-                      static_cast<void*>(p->rowalive), static_cast<void*>(p->colalive),
-                      static_cast<void*>(p->connz),    static_cast<void*>(p->varnz),
-                      static_cast<void*>(p->list),     static_cast<void*>(p->inlist)}) {
+                      static_cast<void*>(p->c),        static_cast<void*>(p->rowalive),
+                      static_cast<void*>(p->colalive), static_cast<void*>(p->connz),
+                      static_cast<void*>(p->varnz),    static_cast<void*>(p->list),
+                      static_cast<void*>(p->inlist)}) {
     VLR_sysenv_freedbg(sys, VLR_HERE, block);
   }
   VLR_sysenv_freedbg(sys, VLR_HERE, p);
@@ -328,6 +331,7 @@ void VLR_prslv_problemsummary(const PrslvParam& param, const PrslvStat& stat) {
   prslv_print(param, "%-40s: %-8d\n", "Number of fixed or empty variables",
               stat.numfixedvar + stat.numemptyvar);
   prslv_print(param, "%-40s: %-8d\n", "Number of dominated variables", stat.numdominated);
+  prslv_print(param, "%-40s: %-8d\n", "Number of eliminations", stat.numeliminated);
   prslv_print(param, "%-40s: %-8lld\n", "Total", static_cast<long long>(stat.numrecords));
   prslv_print(param, "%-40s: %.2f\n", "Presolve time", stat.time);
 }

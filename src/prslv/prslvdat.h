@@ -18,6 +18,7 @@ enum PrslvKind : int32_t {
   kPrslvConSin = 4,           // row singleton moved to its column: [i j flags] [a cl cu]
   kPrslvConForce = 5,         // forcing row: [i side k j1..jk] [v1..vk]
   kPrslvVarFix = 6,           // fixed column removed: [j] [v]
+  kPrslvElimination = 8,      // free column singleton of an equation substituted: [i j] [a cj]
   kPrslvVarFixLo = 11,        // column fixed at its lower bound: [j] [v]
   kPrslvVarFixUp = 12,        // column fixed at its upper bound: [j] [v]
   kPrslvVarFixZero = 17,      // free empty column fixed at 0: [j] [v]
@@ -65,6 +66,7 @@ struct prslv {
   double* cl;  // [numvar] column bounds, tightened by singleton rows
   double* cu;
   double* xfix;      // [numvar] value of a removed column
+  double* c;         // [numvar] costs, changed by substitutions
   double cfix;       // constant of the objective, with the removed columns' share
   int8_t* rowalive;  // [numcon] 1 while the row is in the problem
   int8_t* colalive;  // [numvar]
@@ -94,6 +96,9 @@ void VLR_prslv_initpopstk(prslv* p);
 // 0 when the stack is empty, else 1 with the record's kind, sizes and staged data.
 int32_t VLR_prslv_popstk(prslv* p, int32_t* kind, const int32_t** ints, int64_t* numint,
                          const double** doubles, int64_t* numdouble);
+// Record r (0 at the bottom) in place, without popping.
+void VLR_prslv_getrecord(const prslv* p, int64_t r, int32_t* kind, const int32_t** ints,
+                         const double** doubles);
 void VLR_prslv_emptystk(prslv* p);
 int64_t VLR_prslv_getnumred(const prslv* p);
 

@@ -102,6 +102,27 @@ void prslvpost_undoconforce(const prslv* p, const int32_t* is, const double* ds,
   sol->sk[i] = p->lp->bk[i] == VLR_BK_FX ? VLR_SK_FIX : side == 1 ? VLR_SK_UPR : VLR_SK_LOW;
 }
 
+// x_j of a substituted free column from its equation, over the row as given: the other columns
+// hold their final values or, removed before, the values they were removed at. The column is
+// basic and the equation rests at its value.
+void prslvpost_undoelimination(const prslv* p, const int32_t* is, const double* ds, SimSol* sol) {
+  const SimLp& lp = *p->lp;
+  const int32_t m = p->numcon;
+  const int32_t i = is[0], j = is[1];
+  double s = lp.bl[i];
+  double a = ds[0];
+  for (int64_t k = p->rowbeg[i]; k < p->rowbeg[i + 1]; ++k) {
+    if (p->rowidx[k] == j) {
+      a = p->rowval[k];
+    } else {
+      s -= p->rowval[k] * sol->x[m + p->rowidx[k]];
+    }
+  }
+  sol->x[m + j] = s / a;
+  sol->sk[m + j] = VLR_SK_BAS;
+  sol->sk[i] = VLR_SK_FIX;
+}
+
 // Nonbasic keys made to agree with the bounds of the problem as given and the value.
 int32_t prslvpost_key(int32_t sk, int32_t bk, double l, double u, double x, double d) {
   if (sk == VLR_SK_BAS) return sk;
@@ -129,6 +150,16 @@ int32_t VLR_prslv_postsolve(const PrslvParam&, prslv* p, const SimSol& reducedso
     sol->x[m + j] = jj >= 0 ? reducedsol.x[rm + jj] : p->xfix[j];
     sol->sk[m + j] = jj >= 0 ? reducedsol.sk[rm + jj] : VLR_SK_SUPBAS;
   }
+  // The dual of an equation that a substitution took away is fixed by the substituted cost:
+  // y_i = c_j / a. Set before the walk, so that every reduced cost the walk computes sees the
+  // costs as the later reductions saw them.
+  for (int64_t r = 0; r < VLR_prslv_getnumred(p); ++r) {
+    int32_t k = 0;
+    const int32_t* ri = nullptr;
+    const double* rd = nullptr;
+    VLR_prslv_getrecord(p, r, &k, &ri, &rd);
+    if (k == kPrslvElimination) sol->y[ri[0]] = rd[1] / rd[0];
+  }
   VLR_prslv_initpopstk(p);
   int32_t kind = 0;
   const int32_t* is = nullptr;
@@ -147,6 +178,9 @@ int32_t VLR_prslv_postsolve(const PrslvParam&, prslv* p, const SimSol& reducedso
         break;
       case kPrslvConForce:
         prslvpost_undoconforce(p, is, ds, sol);
+        break;
+      case kPrslvElimination:
+        prslvpost_undoelimination(p, is, ds, sol);
         break;
       case kPrslvVarFix:
       case kPrslvInitialVarFix:

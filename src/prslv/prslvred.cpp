@@ -2,6 +2,7 @@
 // forcing rows, fixed, empty and dominated columns, and the infeasibility they reveal. Each
 // pushes its undo record before it changes the problem.
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
 #include <cmath>
 #include <initializer_list>
 #include <limits>
@@ -53,7 +54,7 @@ void prslv_removerow(prslv* p, int32_t i) {
 void prslv_removecol(prslv* p, int32_t j, double v) {
   p->colalive[j] = 0;
   p->xfix[j] = v;
-  p->cfix += p->lp->c[j] * v;
+  p->cfix += p->c[j] * v;
   for (int64_t k = p->colbeg[j]; k < p->colbeg[j + 1]; ++k) {
     const int32_t i = p->colidx[k];
     if (!p->rowalive[i]) continue;
@@ -244,7 +245,7 @@ int32_t prslv_checkcon(const PrslvParam& param, prslv* p, int32_t i, PrslvStat* 
 // A column without living entries goes to the bound its cost favours; a favoured side that is
 // missing makes the problem dual infeasible (unbounded when it is feasible at all).
 int32_t prslv_emptycol(prslv* p, int32_t j, PrslvStat* stat) {
-  const double c = p->lp->c[j], l = p->cl[j], u = p->cu[j];
+  const double c = p->c[j], l = p->cl[j], u = p->cu[j];
   // Even a tiny cost towards a missing side is left to the solve of the problem as given.
   if ((c > 0.0 && l == -kInf) || (c < 0.0 && u == kInf)) {
     if (stat->prosta == 0) stat->prosta = VLR_PRO_STA_DUAL_INFEAS;
@@ -282,7 +283,7 @@ int32_t prslv_dominated(const PrslvParam& param, prslv* p, int32_t j, PrslvStat*
     }
   }
   // With both finite dual bounds 0, the sums are 0 when valid.
-  const double c = p->lp->c[j];
+  const double c = p->c[j];
   const double dmax = c - sumlo, dmin = c - sumup;
   if (upvalid && dmin > param.tols) {
     if (p->cl[j] == -kInf) {
@@ -302,6 +303,41 @@ int32_t prslv_dominated(const PrslvParam& param, prslv* p, int32_t j, PrslvStat*
     ++stat->numdominated;
     return prslv_fixcol(p, j, p->cu[j], kPrslvVarFixUp);
   }
+  return kPrslvOk;
+}
+
+// A free column j with one entry a, in an equation i: x_j = (b - sum a_ik x_k) / a, so the row
+// and the column go, and the column's cost moves onto the row's other columns. Only a pivot of
+// a reasonable size among its row's entries is taken, to keep the substitution stable.
+int32_t prslv_elimination(prslv* p, int32_t j, PrslvStat* stat, int32_t* changed) {
+  int32_t i = -1;
+  double a = 0.0;
+  for (int64_t k = p->colbeg[j]; k < p->colbeg[j + 1]; ++k) {
+    if (p->rowalive[p->colidx[k]]) {
+      i = p->colidx[k];
+      a = p->colval[k];
+    }
+  }
+  if (i < 0 || p->rl[i] != p->ru[i] || std::isinf(p->rl[i])) return kPrslvOk;
+  double amax = 0.0;
+  for (int64_t k = p->rowbeg[i]; k < p->rowbeg[i + 1]; ++k) {
+    if (p->colalive[p->rowidx[k]]) amax = std::max(amax, std::fabs(p->rowval[k]));
+  }
+  if (std::fabs(a) < 0.01 * amax) return kPrslvOk;
+  const double cj = p->c[j];
+  const int32_t r = prslv_push(p, kPrslvElimination, {i, j}, {a, cj});
+  if (r != kPrslvOk) return r;
+  if (cj != 0.0) {
+    for (int64_t k = p->rowbeg[i]; k < p->rowbeg[i + 1]; ++k) {
+      const int32_t q = p->rowidx[k];
+      if (q != j && p->colalive[q]) p->c[q] -= cj * p->rowval[k] / a;
+    }
+    p->cfix += cj * p->rl[i] / a;
+  }
+  prslv_removerow(p, i);
+  p->colalive[j] = 0;
+  ++stat->numeliminated;
+  *changed = 1;
   return kPrslvOk;
 }
 
@@ -352,6 +388,9 @@ int32_t VLR_prslv_checkproblem(const PrslvParam& param, prslv* p, PrslvStat* sta
     } else if (p->varnz[j] == 0) {
       *changed = 1;
       r = prslv_emptycol(p, j, stat);
+    } else if (p->varnz[j] == 1 && p->cl[j] == -kInf && p->cu[j] == kInf &&
+               param.eliminatortries != 0) {
+      r = prslv_elimination(p, j, stat, changed);
     } else if (!param.updateprimal && !param.updatedual) {
       r = prslv_dominated(param, p, j, stat, changed);
     }

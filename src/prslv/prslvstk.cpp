@@ -117,6 +117,14 @@ int32_t VLR_prslv_popstk(prslv* p, int32_t* kind, const int32_t** ints, int64_t*
   return 1;
 }
 
+void VLR_prslv_getrecord(const prslv* p, int64_t r, int32_t* kind, const int32_t** ints,
+                         const double** doubles) {
+  const char* at = p->store + p->recbeg[r];
+  *kind = p->kinds[r];
+  *ints = reinterpret_cast<const int32_t*>(at);
+  *doubles = reinterpret_cast<const double*>(at + prslvstk_bytes(p->recsizes[2 * r], 0));
+}
+
 void VLR_prslv_emptystk(prslv* p) {
   p->numrecords = 0;
   p->storesize = 0;

@@ -283,7 +283,7 @@ TEST_F(PrslvTest, RandomProblemsKeepTheirOptimum) {
   auto pick = [&](int32_t lo, int32_t hi) {
     return std::uniform_int_distribution<int32_t>(lo, hi)(rng);
   };
-  int32_t optimal = 0, reduced = 0, cleaned = 0;
+  int32_t optimal = 0, reduced = 0, cleaned = 0, eliminated = 0, forcing = 0, dominated = 0;
   for (int32_t trial = 0; trial < 3000; ++trial) {
     Lp lp;
     const int32_t m = pick(1, 8), n = pick(1, 10);
@@ -351,7 +351,14 @@ TEST_F(PrslvTest, RandomProblemsKeepTheirOptimum) {
     optimal += o.plain.solsta == VLR_SOL_STA_OPTIMAL;
     reduced += o.stat.numcon[1] < o.stat.numcon[0] || o.stat.numvar[1] < o.stat.numvar[0];
     cleaned += o.cleanupiter > 0;
+    eliminated += o.stat.numeliminated > 0;
+    forcing += o.stat.numforcing > 0;
+    dominated += o.stat.numdominated > 0;
   }
+  // Every reduction met often enough to count.
+  EXPECT_GT(eliminated, 50);
+  EXPECT_GT(forcing, 50);
+  EXPECT_GT(dominated, 50);
   EXPECT_GT(optimal, 1000);
   EXPECT_GT(reduced, 2000);
   // Most postsolved bases are optimal as they stand; the others need a few clean-up pivots.
