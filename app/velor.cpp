@@ -28,9 +28,58 @@ void Usage(FILE* out) {
       "  -w FILE         write the problem to FILE (.mps, .lp, .mps.gz, ...)\n"
       "  -n              read (and write) only, do not optimise\n"
       "  -q              quiet: no log, only errors and the summaries\n"
-      "  -h, --help      this text\n",
+      "  -h, --help      this text\n"
+      "\n"
+      "exit status:\n"
+      "  0  solved to a definite answer (optimal, or proven infeasible or unbounded), or read\n"
+      "     and written as asked\n"
+      "  1  bad usage or an input error: an option, a parameter, a file that cannot be read\n"
+      "  2  stopped by a limit: time, iterations, objective range or a callback\n"
+      "  3  no definite answer for another reason: numerical trouble, out of space, internal\n"
+      "Every failure is told on standard error, also under -q.\n",
       out);
 }
+
+// The exit status of the tool, by the class of what ended the run.
+enum ExitStatus { kExitOk = 0, kExitInput = 1, kExitLimit = 2, kExitOther = 3 };
+
+int ExitForCode(int32_t r) {
+  if (r == VLR_RES_OK) return kExitOk;
+  if (r == VLR_RES_ERR_SPACE || r == VLR_RES_ERR_SPACE_LEAKING || r >= VLR_RES_ERR_INTERNAL) {
+    return kExitOther;
+  }
+  return kExitInput;
+}
+
+int ExitForTermination(int32_t trm) {
+  switch (trm) {
+    case VLR_RES_OK:
+      return kExitOk;
+    case VLR_RES_TRM_MAX_ITERATIONS:
+    case VLR_RES_TRM_MAX_TIME:
+    case VLR_RES_TRM_OBJECTIVE_RANGE:
+    case VLR_RES_TRM_USER_CALLBACK:
+      return kExitLimit;
+    default:
+      return kExitOther;
+  }
+}
+
+// Warnings the library raises are kept, so that the tool can treat the ones that defeat what
+// was asked (a parameter file that cannot be opened) as the failures they are to its user.
+struct Warnings {
+  int32_t last = VLR_RES_OK;
+  std::string text;
+  static int32_t Func(void* handle, int32_t code, const char* msg) {
+    auto* self = static_cast<Warnings*>(handle);
+    if (code > VLR_RES_OK && code < 1000) {
+      self->last = code;
+      self->text = msg != nullptr ? msg : "";
+      return VLR_RES_OK;  // a warning stays a warning for the library
+    }
+    return code;
+  }
+};
 
 struct Options {
   std::vector<std::string> params;  // "NAME=VALUE" or a parameter file name
@@ -79,6 +128,18 @@ int ParseArgs(int argc, char** argv, Options* opt) {
   return 0;
 }
 
+// Optimal, or proven infeasible or unbounded, in the solution the road left.
+bool DefiniteAnswer(VLRtask_t task) {
+  for (int32_t w : {VLR_SOL_BAS, VLR_SOL_ITR, VLR_SOL_ITG}) {
+    int32_t def = 0, prosta = 0, solsta = 0;
+    if (VLR_solutiondef(task, w, &def) != VLR_RES_OK || def == 0) continue;
+    VLR_getsolutionstatus(task, w, &prosta, &solsta);
+    return solsta == VLR_SOL_STA_OPTIMAL || solsta == VLR_SOL_STA_INTEGER_OPTIMAL ||
+           solsta == VLR_SOL_STA_PRIM_INFEAS_CER || solsta == VLR_SOL_STA_DUAL_INFEAS_CER;
+  }
+  return false;
+}
+
 std::string LastError(VLRtask_t task) {
   char msg[VLR_MAX_STR_LEN] = {0};
   int32_t code = 0;
@@ -88,13 +149,18 @@ std::string LastError(VLRtask_t task) {
   return std::string(name) + ": " + msg;
 }
 
-int32_t ApplyParams(VLRtask_t task, const Options& opt) {
+int32_t ApplyParams(VLRtask_t task, const Options& opt, Warnings* warnings) {
   for (const std::string& p : opt.params) {
     const size_t eq = p.find('=');
     int32_t r = VLR_RES_OK;
     if (eq == std::string::npos) {
       r = VLR_putstrparam(task, VLR_SPAR_PARAM_READ_FILE_NAME, p.c_str());
+      warnings->last = VLR_RES_OK;
       if (r == VLR_RES_OK) r = VLR_readparamfile(task);
+      if (r == VLR_RES_OK && warnings->last == VLR_RES_WRN_OPEN_PARAM_FILE) {
+        std::fprintf(stderr, "velor: parameter file %s: %s\n", p.c_str(), warnings->text.c_str());
+        return VLR_RES_WRN_OPEN_PARAM_FILE;
+      }
     } else {
       r = VLR_putparam(task, p.substr(0, eq).c_str(), p.substr(eq + 1).c_str());
     }
@@ -133,8 +199,10 @@ int Run(const Options& opt) {
   if (r != VLR_RES_OK) {
     std::fprintf(stderr, "velor: cannot make a task (%d)\n", r);
     VLR_deleteenv(&env);
-    return 1;
+    return kExitOther;
   }
+  Warnings warnings;
+  VLR_putresponsefunc(task, Warnings::Func, &warnings);
   // Every message, warning and error reaches the log stream too; -q keeps the errors and the
   // summaries (message stream) only.
   if (opt.quiet) {
@@ -144,7 +212,7 @@ int Run(const Options& opt) {
     VLR_linkfunctotaskstream(task, VLR_STREAM_LOG, nullptr, PrintStream);
   }
   if (opt.freemps) r = VLR_putintparam(task, VLR_IPAR_READ_MPS_FORMAT, VLR_MPS_FORMAT_FREE);
-  if (r == VLR_RES_OK) r = ApplyParams(task, opt);
+  if (r == VLR_RES_OK) r = ApplyParams(task, opt, &warnings);
   if (r == VLR_RES_OK) r = ReadProblem(task, opt);
   if (r == VLR_RES_OK) VLR_readsummary(task, VLR_STREAM_MSG);
   if (r == VLR_RES_OK && !opt.writefile.empty()) {
@@ -154,9 +222,11 @@ int Run(const Options& opt) {
                    LastError(task).c_str());
     }
   }
+  int status = ExitForCode(r);
   if (r == VLR_RES_OK && opt.optimize) {
     int32_t trm = 0;
     r = VLR_optimizetrm(task, &trm);
+    status = ExitForCode(r);
     if (r != VLR_RES_OK) {
       std::fprintf(stderr, "velor: optimise failed: %s\n", LastError(task).c_str());
     } else {
@@ -164,9 +234,15 @@ int Run(const Options& opt) {
         char name[VLR_MAX_STR_LEN], desc[VLR_MAX_STR_LEN];
         VLR_getcodedesc(trm, name, desc);
         std::printf("Terminated: %s: %s\n", name, desc);
+        std::fprintf(stderr, "velor: stopped: %s: %s\n", name, desc);
       }
       VLR_optimizersummary(task, VLR_STREAM_MSG);
       VLR_solutionsummary(task, VLR_STREAM_MSG);
+      status = ExitForTermination(trm);
+      if (status == kExitOk && !DefiniteAnswer(task)) {
+        std::fprintf(stderr, "velor: no definite answer: the solution status is not known\n");
+        status = kExitOther;
+      }
     }
   }
   if (r == VLR_RES_OK && !opt.solfile.empty()) {
@@ -183,12 +259,13 @@ int Run(const Options& opt) {
     if (r != VLR_RES_OK) {
       std::fprintf(stderr, "velor: cannot write %s: %s\n", opt.solfile.c_str(),
                    LastError(task).c_str());
+      status = ExitForCode(r);
     }
   }
   std::fflush(stdout);
   VLR_deletetask(&task);
   VLR_deleteenv(&env);
-  return r == VLR_RES_OK ? 0 : 1;
+  return status;
 }
 
 }  // namespace
@@ -198,7 +275,7 @@ int main(int argc, char** argv) {
   const int parsed = ParseArgs(argc, argv, &opt);
   if (parsed != 0) {
     Usage(parsed == 2 ? stdout : stderr);
-    return parsed == 2 ? 0 : 2;
+    return parsed == 2 ? kExitOk : kExitInput;
   }
   return Run(opt);
 }
