@@ -1,6 +1,8 @@
 // src/velor/parfile.cpp: the parameter file: read into a task, written from a task.
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
 #include <cctype>
+#include <cstdio>
 #include <cstring>
 
 #include "velor/param.h"
@@ -101,12 +103,41 @@ int32_t parfile_read(Task* task, const char* fname) {
   VLR_sysenv_fclose(task->sys, &f);
   if (parfile_islog(task)) {
     VLRP_echotask(task, VLR_STREAM_MSG, "done reading. Time: %.2f\n\n",
-                  VLR_sysenv_difftime(task->sys, -1.0, start));
+                  VLR_sysenv_getwctime(task->sys) - start);
   }
   return result;
 }
 
+// A string value as the writer writes it: quoted (with \" for a quote) when it holds blanks,
+// quotes, the comment sign or a per cent sign, so that the reader gives back the same string.
+bool parfile_quote(const Task* task, const char* v) {
+  const char* sign = task->sparam[VLR_SPAR_PARAM_COMMENT_SIGN];
+  return std::strpbrk(v, " \t\"") != nullptr ||
+         (sign[0] != '\0' && std::strchr(v, sign[0]) != nullptr) ||
+         std::strchr(v, '%') != nullptr || v[0] == '\0';
+}
+
+// Length of the line the writer makes for a string parameter, its end of line included.
+size_t parfile_strlinelen(const Task* task, int32_t k) {
+  const char* v = task->sparam[k];
+  size_t n = std::max<size_t>(std::strlen(kStrParams[k].name), 48) + 1 + std::strlen(v) + 1;
+  if (parfile_quote(task, v)) {
+    n += 2;
+    for (const char* c = v; *c != '\0'; ++c)
+      n += *c == '"';
+  }
+  return n;
+}
+
 int32_t parfile_write(Task* task, const char* fname) {
+  // The reader takes lines of at most kParLineLen characters: a value that would not fit is
+  // refused before the file is touched, rather than written to be read back cut.
+  for (int32_t k = 0; k < kNumStrParams; ++k) {
+    if (parfile_strlinelen(task, k) > kParLineLen) {
+      VLR_RAISE(task, VLR_RES_WRN_SPAR_MAX_LEN);
+      return VLR_RAISE(task, VLR_RES_ERR_FILE_WRITE, fname);
+    }
+  }
   if (parfile_islog(task)) {
     VLRP_echotask(task, VLR_STREAM_MSG, "Writing %s file:  %s\n", "par", fname);
   }
@@ -127,11 +158,7 @@ int32_t parfile_write(Task* task, const char* fname) {
   for (int32_t k = 0; k < kNumStrParams; ++k) {
     // Quotes keep blanks and an empty value in place when the file is read back.
     const char* v = task->sparam[k];
-    const char* sign = task->sparam[VLR_SPAR_PARAM_COMMENT_SIGN];
-    const bool quote = std::strpbrk(v, " \t\"") != nullptr ||
-                       (sign[0] != '\0' && std::strchr(v, sign[0]) != nullptr) ||
-                       std::strchr(v, '%') != nullptr;
-    if (quote) {
+    if (parfile_quote(task, v)) {
       bad |= VLR_sysenv_fprintf(f, "%-48s \"", kStrParams[k].name);
       for (const char* c = v; *c != '\0'; ++c) {
         bad |= *c == '"' ? VLR_sysenv_fputs(f, "\\\"") : VLR_sysenv_fputc(f, *c);
@@ -146,7 +173,7 @@ int32_t parfile_write(Task* task, const char* fname) {
   if (bad != 0 || rc != 0) return VLR_RAISE(task, VLR_RES_ERR_FILE_WRITE, fname);
   if (parfile_islog(task)) {
     VLRP_echotask(task, VLR_STREAM_MSG, "done writing. Time: %.2f\n\n",
-                  VLR_sysenv_difftime(task->sys, -1.0, start));
+                  VLR_sysenv_getwctime(task->sys) - start);
   }
   return VLR_RES_OK;
 }

@@ -2,9 +2,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <sstream>
+#include <string>
 
 #include "fixture.h"
 
@@ -219,6 +221,49 @@ TEST_F(ParamFileTest, MissingFilesWarnOrFail) {
   EXPECT_EQ(VLR_writeparamfile(t(), nullptr), VLR_RES_ERR_INVALID_FILE_NAME);
   EXPECT_EQ(VLR_putstrparam(t(), VLR_SPAR_PARAM_READ_FILE_NAME, ""), VLR_RES_OK);
   EXPECT_EQ(VLR_readparamfile(t()), VLR_RES_OK);  // no name: nothing to read
+}
+
+// Strings hard to write: blanks, quotes, the comment sign, a per cent sign, the empty string,
+// and the longest value whose line the reader still takes whole. The file says nothing about
+// the clock but the time it took.
+TEST_F(ParamTest, ParameterFileKeepsOddStringsAndRefusesWhatItCannotReadBack) {
+  const std::string longest(1024 - 49 - 1, 'x');
+  const char* odd[] = {"two  words ", "say \"hi\"", "50% off", "a % comment sign", "", "\\back"};
+  const int32_t params[] = {VLR_SPAR_STAT_NAME,         VLR_SPAR_STAT_KEY,
+                            VLR_SPAR_DATA_FILE_NAME,    VLR_SPAR_BAS_SOL_FILE_NAME,
+                            VLR_SPAR_ITR_SOL_FILE_NAME, VLR_SPAR_INT_SOL_FILE_NAME};
+  for (size_t k = 0; k < 6; ++k)
+    ASSERT_EQ(VLR_putstrparam(t(), params[k], odd[k]), VLR_RES_OK);
+  ASSERT_EQ(VLR_putstrparam(t(), VLR_SPAR_DEBUG_FILE_NAME, longest.c_str()), VLR_RES_OK);
+  ASSERT_EQ(VLR_putintparam(t(), VLR_IPAR_LOG_FILE, 1), VLR_RES_OK);
+  vlrtest::Collector log;
+  ASSERT_EQ(VLR_linkfunctotaskstream(t(), VLR_STREAM_MSG, &log, vlrtest::Collector::Func),
+            VLR_RES_OK);
+  const std::string path = vlrtest::TmpPath("paramtest_odd.par");
+  ASSERT_EQ(VLR_writeparamfile(t(), path.c_str()), VLR_RES_OK);
+  const std::string text = log.All();
+  const size_t at = text.find("done writing. Time: ");
+  ASSERT_NE(at, std::string::npos);
+  const double secs = std::strtod(text.c_str() + at + 20, nullptr);
+  EXPECT_GE(secs, 0.0);
+  EXPECT_LT(secs, 60.0);
+  auto other = MakeTask(env_.get());
+  ASSERT_EQ(VLR_putstrparam(other.get(), VLR_SPAR_PARAM_READ_FILE_NAME, path.c_str()), VLR_RES_OK);
+  ASSERT_EQ(VLR_readparamfile(other.get()), VLR_RES_OK);
+  char got[VLR_MAX_STR_LEN + 1];
+  for (size_t k = 0; k < 6; ++k) {
+    ASSERT_EQ(VLR_getstrparam(other.get(), params[k], sizeof got, nullptr, got), VLR_RES_OK);
+    EXPECT_STREQ(got, odd[k]) << k;
+  }
+  ASSERT_EQ(VLR_getstrparam(other.get(), VLR_SPAR_DEBUG_FILE_NAME, sizeof got, nullptr, got),
+            VLR_RES_OK);
+  EXPECT_EQ(std::string(got), longest);
+  // One character more and the line would be cut on reading: the write is refused and the file
+  // written before stays as it was.
+  const std::string before = vlrtest::ReadFile(path);
+  ASSERT_EQ(VLR_putstrparam(t(), VLR_SPAR_DEBUG_FILE_NAME, (longest + "y").c_str()), VLR_RES_OK);
+  EXPECT_EQ(VLR_writeparamfile(t(), path.c_str()), VLR_RES_ERR_FILE_WRITE);
+  EXPECT_EQ(vlrtest::ReadFile(path), before);
 }
 
 TEST_F(ParamTest, PrintparamListsEveryParameter) {
