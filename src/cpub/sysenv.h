@@ -157,9 +157,17 @@ bool VLR_sysenv_overlapping(const void* a, size_t na, const void* b, size_t nb);
 SysFile* VLR_sysenv_fopen(SysEnv* sys, const char* path, int32_t binary, int32_t read,
                           int32_t write, int32_t append, int32_t compressed, int32_t level,
                           int32_t* code);
+// Opens a file for writing that is to replace path: the data goes to a new file beside it,
+// which VLR_sysenv_fclose renames onto path when all was written, and VLR_sysenv_fdiscard
+// removes; either way a failed write leaves path as it was and nothing beside it. A path that
+// is a directory, or in a directory that does not exist, gives kSysOpenFailed.
+SysFile* VLR_sysenv_fopenreplace(SysEnv* sys, const char* path, int32_t compressed, int32_t level,
+                                 int32_t* code);
 // Writes what waits, closes and frees *f (null accepted), nulling it. kSysWriteFailed when
-// written data was lost.
+// written data was lost (then a replacing file leaves its target as it was).
 int32_t VLR_sysenv_fclose(SysEnv* sys, SysFile** f);
+// Closes and frees *f, dropping what was written: a replacing file never reaches its target.
+void VLR_sysenv_fdiscard(SysEnv* sys, SysFile** f);
 int32_t VLR_sysenv_fflush(SysFile* f);   // down to the system (a sync point in a gzip stream)
 int32_t VLR_sysenv_frewind(SysFile* f);  // reading starts over; not possible writing gzip
 // The writers below return kSysWriteFailed once any write failed, and on a file opened for reading.

@@ -1,9 +1,12 @@
 // src/cpub/sysfile.cpp: buffered files, plain or gzip, for data files, logs and solutions.
 // SPDX-License-Identifier: Apache-2.0
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <zlib.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "cpub/sysenv.h"
@@ -16,7 +19,8 @@ constexpr size_t kFileBufSize = 16384;
 
 struct SysFile {
   SysEnv* sys;
-  char* path;     // the name as given, for messages
+  char* path;     // the name as given, for messages; a replacing file's new file beside it
+  char* target;   // a replacing file: the name it is renamed to on a good close; else null
   FILE* fp;       // plain file, or null
   gzFile gz;      // gzip stream, or null; exactly one of fp and gz is set
   bool reading;   // opened for reading; otherwise for writing or appending
@@ -156,18 +160,92 @@ SysFile* VLR_sysenv_fopen(SysEnv* sys, const char* path, int32_t binary, int32_t
   return f;
 }
 
-int32_t VLR_sysenv_fclose(SysEnv* sys, SysFile** pf) {
+SysFile* VLR_sysenv_fopenreplace(SysEnv* sys, const char* path, int32_t compressed, int32_t level,
+                                 int32_t* code) {
+  if (path == nullptr || path[0] == '\0') {
+    *code = kSysInvalidFileName;
+    return nullptr;
+  }
+  struct stat st {};
+  if (stat(path, &st) == 0 && S_ISDIR(st.st_mode)) {
+    *code = kSysOpenFailed;
+    return nullptr;
+  }
+  const size_t n = std::strlen(path);
+  auto* f = static_cast<SysFile*>(VLR_sysenv_callocdbg(sys, VLR_HERE, 1, sizeof(SysFile)));
+  char* target = VLR_sysenv_strdupdbg(sys, VLR_HERE, path);
+  auto* temp =
+      static_cast<char*>(VLR_sysenv_callocdbg(sys, VLR_HERE, static_cast<int64_t>(n) + 8, 1));
+  if (f == nullptr || target == nullptr || temp == nullptr) {
+    VLR_sysenv_freedbg(sys, VLR_HERE, temp);
+    VLR_sysenv_freedbg(sys, VLR_HERE, target);
+    VLR_sysenv_freedbg(sys, VLR_HERE, f);
+    *code = kSysNoSpace;
+    return nullptr;
+  }
+  // The new file lies beside the old one, so that the rename stays within one file system.
+  std::memcpy(temp, path, n);
+  std::memcpy(temp + n, ".XXXXXX", 8);
+  const int fd = mkstemp(temp);
+  char mode[8];
+  int flags = 0;
+  open_modes(0, 1, 0, compressed, level, &flags, mode);
+  if (fd >= 0) {
+    if (compressed) {
+      f->gz = gzdopen(fd, mode);
+    } else {
+      f->fp = fdopen(fd, mode);
+    }
+    if (f->gz == nullptr && f->fp == nullptr) {
+      close(fd);
+      unlink(temp);
+    }
+  }
+  if (f->gz == nullptr && f->fp == nullptr) {
+    VLR_sysenv_freedbg(sys, VLR_HERE, temp);
+    VLR_sysenv_freedbg(sys, VLR_HERE, target);
+    VLR_sysenv_freedbg(sys, VLR_HERE, f);
+    *code = kSysOpenFailed;
+    return nullptr;
+  }
+  f->sys = sys;
+  f->path = temp;
+  f->target = target;
+  *code = kSysOk;
+  return f;
+}
+
+namespace {
+
+// Closes and frees; a replacing file is renamed onto its target when keep is set and nothing
+// failed, and removed otherwise.
+int32_t sysenv_close(SysEnv* sys, SysFile** pf, bool keep) {
   SysFile* f = *pf;
   if (f == nullptr) return kSysOk;
   int32_t r = f->reading ? kSysOk : sysenv_writetofile(f);
   const bool closed = f->gz != nullptr ? gzclose(f->gz) == Z_OK : std::fclose(f->fp) == 0;
   // A failed close of a written file can mean lost data; of a read one, nothing.
   if (!closed && !f->reading && r == kSysOk) r = kSysWriteFailed;
+  if (f->target != nullptr) {
+    if (keep && r == kSysOk && rename(f->path, f->target) != 0) r = kSysWriteFailed;
+    if (!keep || r != kSysOk) unlink(f->path);
+  }
   if (sys == nullptr) sys = f->sys;
   VLR_sysenv_freedbg(sys, VLR_HERE, f->path);
+  VLR_sysenv_freedbg(sys, VLR_HERE, f->target);
   VLR_sysenv_freedbg(sys, VLR_HERE, f);
   *pf = nullptr;
   return r;
+}
+
+}  // namespace
+
+int32_t VLR_sysenv_fclose(SysEnv* sys, SysFile** pf) {
+  return sysenv_close(sys, pf, true);
+}
+
+void VLR_sysenv_fdiscard(SysEnv* sys, SysFile** pf) {
+  sysenv_close(sys, pf, false);
 }
 
 int32_t VLR_sysenv_fflush(SysFile* f) {

@@ -249,10 +249,12 @@ int32_t VLR_writedata(VLRtask_t task, const char* filename) {
     }
     if (name == nullptr) return VLR_RAISE(t, VLR_RES_ERR_SPACE);
     int32_t r = VLR_RES_OK;
-    vlr::SysFile* f = vlr::VLR_fopentask(t, name, 0, 1, 0, compressed, &r);
+    vlr::SysFile* f = vlr::VLR_fopentaskreplace(t, name, compressed, &r);
     if (f != nullptr) {
       r = vlr::VLR_writedatafile(t, f, format);
-      if (vlr::VLR_sysenv_fclose(t->sys, &f) != vlr::kSysOk && r == VLR_RES_OK) {
+      if (r != VLR_RES_OK) {
+        vlr::VLR_sysenv_fdiscard(t->sys, &f);  // a refused write leaves the old file as it was
+      } else if (vlr::VLR_sysenv_fclose(t->sys, &f) != vlr::kSysOk) {
         r = VLR_RAISE(t, VLR_RES_ERR_FILE_WRITE, name);
       }
     }

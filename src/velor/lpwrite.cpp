@@ -79,6 +79,11 @@ bool check_name(const char* name) {
 // The text of a refused name between double quotes in out; false when it cannot be quoted.
 bool quote_lp_name(const char* name, char* out) {
   if (name[0] == '\0' || std::strchr(name, '"') != nullptr) return false;
+  // Line ends, tabs and other control characters read back as something else even in quotes.
+  for (const char* p = name; *p != '\0'; ++p) {
+    const auto c = static_cast<unsigned char>(*p);
+    if (c < 0x20 || c == 0x7f) return false;
+  }
   std::sprintf(out, "\"%s\"", name);
   return true;
 }

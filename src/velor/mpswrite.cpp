@@ -19,11 +19,12 @@ struct MpsWriter {
   SysFile* f;
   int32_t generic;
   int32_t prec;
-  int32_t io;       // first generic index
-  bool freecon;     // free constraints are written as N rows
-  bool intbounds;   // integrality goes to BOUNDS
-  const char* set;  // characters that need quotes; null for none
-  char* nb[3];      // [namecap] each: the texts of up to three names used at once
+  int32_t io;      // first generic index
+  bool freecon;    // free constraints are written as N rows
+  bool intbounds;  // integrality goes to BOUNDS
+  char* nb[3];     // [namecap] each: the texts of up to three names used at once
+  bool quoted;     // VLR_IPAR_WRITE_MPS_QUOTED_NAMES in effect (never in the strict form)
+  bool fixed;      // every name fits its eight columns: the file reads in the fixed form
   int64_t namecap;
   const char* objname;
   int32_t res;  // first failure of a name
@@ -37,16 +38,25 @@ void wr_printf(MpsWriter* w, const char* format, ...) {
   va_end(ap);
 }
 
-// A name with a character of the set is written in double quotes when it also holds one;
-// without one it cannot be written. An empty name never can.
-bool wr_quotename(const char* set, const char* name, char* out, const char** text) {
-  *text = name;
-  if (name[0] == '\0') return false;
-  if (set == nullptr || std::strpbrk(name, set) == nullptr) return true;
-  if (std::strchr(name, '"') == nullptr) return false;
-  std::sprintf(out, "\"%s\"", name);
-  *text = out;
-  return true;
+// Whether a name can be written so that it reads back as itself. Lines end at a line feed, so a
+// tab, a line end or another control character in a name is refused, as is the empty name. In
+// free form blanks separate fields; a name with a blank reads back only from the fixed form,
+// when every name of the file fits its eight columns and the blank is not a trailing one (fixed
+// fields drop trailing blanks), and only when quoted names are off: with them on, the design's
+// rule refuses a blank name (and the quotes it would put around one that holds a double quote
+// could not be read back: the reader has no escape for it). A name that begins with a double
+// quote would be taken for a quoted one by a free-form reader, and is refused.
+bool wr_writablename(const MpsWriter* w, const char* name) {
+  if (name[0] == '\0' || name[0] == '"') return false;
+  bool blank = false;
+  size_t n = 0;
+  for (const char* p = name; *p != '\0'; ++p, ++n) {
+    const auto c = static_cast<unsigned char>(*p);
+    if (c < 0x20 || c == 0x7f) return false;
+    blank = blank || c == ' ';
+  }
+  if (!blank) return true;
+  return !w->quoted && w->fixed && name[n - 1] != ' ';
 }
 
 // The name written for item i of a kind (0 variable, 1 constraint, 2 cone), made in name buffer
@@ -61,11 +71,10 @@ const char* VLR_getmpsname(MpsWriter* w, int32_t kind, int32_t i, int32_t slot) 
   const TaskData* d = w->task->data;
   const int64_t off = d->names[kind].off[i];
   const char* name = off != 0 ? d->namepool + off : "";
-  const char* text = name;
-  if (!wr_quotename(w->set, name, buf, &text) && w->res == VLR_RES_OK) {
+  if (!wr_writablename(w, name) && w->res == VLR_RES_OK) {
     w->res = VLR_RAISE(w->task, VLR_RES_ERR_WRITE_MPS_INVALID_NAME, name);
   }
-  return text;
+  return name;
 }
 
 const char* wr_num(const MpsWriter* w, double x, char* buf) {
@@ -317,9 +326,9 @@ int32_t VLR_writemps(Task* task, int32_t generic, SysFile* file) {
   w.io = VLRP_getintparam(task, VLR_IPAR_WRITE_GENERIC_NAMES_IO);
   w.freecon = VLRP_getintparam(task, VLR_IPAR_WRITE_FREE_CON) != 0;
   w.intbounds = VLRP_getintparam(task, VLR_IPAR_WRITE_MPS_INT) != 0;
-  const bool quotes = VLRP_getintparam(task, VLR_IPAR_WRITE_MPS_STRICT) == 0 &&
-                      VLRP_getintparam(task, VLR_IPAR_WRITE_MPS_QUOTED_NAMES) != 0;
-  w.set = quotes ? " " : nullptr;
+  w.quoted = VLRP_getintparam(task, VLR_IPAR_WRITE_MPS_STRICT) == 0 &&
+             VLRP_getintparam(task, VLR_IPAR_WRITE_MPS_QUOTED_NAMES) != 0;
+  w.fixed = wr_longestname(d) <= 8;
   // Four buffers: three for names in one line, one for the objective's name.
   w.namecap = std::max<int64_t>(static_cast<int64_t>(wr_longestname(d)) + 3, 32);
   SysBuf<char> names(task->sys, VLR_HERE, 4 * w.namecap);
@@ -327,7 +336,7 @@ int32_t VLR_writemps(Task* task, int32_t generic, SysFile* file) {
   for (int32_t k = 0; k < 3; ++k)
     w.nb[k] = names.get() + k * w.namecap;
   w.objname = generic || d->objname == nullptr ? "obj" : d->objname;
-  if (!generic && !wr_quotename(w.set, w.objname, names.get() + 3 * w.namecap, &w.objname)) {
+  if (!generic && !wr_writablename(&w, w.objname)) {
     return VLR_RAISE(task, VLR_RES_ERR_WRITE_MPS_INVALID_NAME, w.objname);
   }
   wr_head(&w);

@@ -75,6 +75,23 @@ SysFile* VLR_fopentask(Task* task, const char* name, int32_t read, int32_t write
   return f;
 }
 
+SysFile* VLR_fopentaskreplace(Task* task, const char* name, int32_t compressed, int32_t* res) {
+  if (name == nullptr) {
+    *res = VLR_RAISE(task, VLR_RES_ERR_INVALID_FILE_NAME, "");
+    return nullptr;
+  }
+  VLR_msg_openfile(task, name);
+  int32_t code = 0;
+  SysFile* f = VLR_sysenv_fopenreplace(task->sys, name, compressed, 9, &code);
+  if (f != nullptr) {
+    *res = VLR_RES_OK;
+  } else {
+    *res = code == kSysNoSpace ? VLR_RAISE(task, VLR_RES_ERR_SPACE)
+                               : VLR_RAISE(task, VLR_RES_ERR_FILE_OPEN, name);
+  }
+  return f;
+}
+
 SysFile* VLR_fopenenv(Env* env, const char* name, int32_t read, int32_t write, int32_t append,
                       int32_t compressed, int32_t* res) {
   if (name == nullptr) {

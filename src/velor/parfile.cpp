@@ -143,7 +143,7 @@ int32_t parfile_write(Task* task, const char* fname) {
   }
   const double start = VLR_sysenv_getwctime(task->sys);
   int32_t res = VLR_RES_OK;
-  SysFile* f = VLR_fopentask(task, fname, 0, 1, 0, 0, &res);
+  SysFile* f = VLR_fopentaskreplace(task, fname, 0, &res);
   if (f == nullptr) return res;
   int32_t bad = 0;
   bad |= VLR_sysenv_fprintf(f, "BEGIN VELOR\n\n");

@@ -106,10 +106,12 @@ int32_t VLR_writesolution(VLRtask_t task, int32_t whichsol, const char* filename
       vlr::VLR_lastfileext(0, vlr::kCompressExtTable, filename, &row);
       return row == 0;
     }();
-    vlr::SysFile* f = vlr::VLR_fopentask(t, filename, 0, 1, 0, gz ? 1 : 0, &r);
+    vlr::SysFile* f = vlr::VLR_fopentaskreplace(t, filename, gz ? 1 : 0, &r);
     if (f == nullptr) return r;
     r = vlr::sol_write(t, whichsol, f);
-    if (vlr::VLR_sysenv_fclose(t->sys, &f) != vlr::kSysOk && r == VLR_RES_OK) {
+    if (r != VLR_RES_OK) {
+      vlr::VLR_sysenv_fdiscard(t->sys, &f);
+    } else if (vlr::VLR_sysenv_fclose(t->sys, &f) != vlr::kSysOk) {
       r = VLR_RAISE(t, VLR_RES_ERR_FILE_WRITE, filename);
     }
     return r;

@@ -164,6 +164,9 @@ void VLR_msg_log1(Task* task, int64_t stacksize_kb);
 // failure raises VLR_RES_ERR_FILE_OPEN (a null name VLR_RES_ERR_INVALID_FILE_NAME) into *res.
 SysFile* VLR_fopentask(Task* task, const char* name, int32_t read, int32_t write, int32_t append,
                        int32_t compressed, int32_t* res);
+// The same for a file written whole that replaces name only when all of it was written: close
+// with VLR_sysenv_fclose on success, VLR_sysenv_fdiscard on failure.
+SysFile* VLR_fopentaskreplace(Task* task, const char* name, int32_t compressed, int32_t* res);
 SysFile* VLR_fopenenv(Env* env, const char* name, int32_t read, int32_t write, int32_t append,
                       int32_t compressed, int32_t* res);
 // The head of an optimiser's log: computer, platform, CPU and the problem's size.

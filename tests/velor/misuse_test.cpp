@@ -2,10 +2,13 @@
 // that overflow, lists with one bad entry, negative counts and calls that fail half-way. A refused
 // call gets its code and leaves the task exactly as it was.
 // SPDX-License-Identifier: Apache-2.0
+#include <dirent.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <limits>
@@ -67,6 +70,14 @@ class Misuse : public ::testing::Test {
     const std::string before = Dump(task());
     EXPECT_EQ(call(task()), code) << what;
     EXPECT_EQ(Dump(task()), before) << what;
+  }
+  // Every row and column named, so that writers use the names and not generic ones.
+  void NameAll() {
+    for (int32_t i = 0; i < 3; ++i)
+      ASSERT_EQ(VLR_putname(task(), VLR_PI_CON, i, ("r" + std::to_string(i)).c_str()), VLR_RES_OK);
+    for (int32_t j = 0; j < 4; ++j)
+      ASSERT_EQ(VLR_putname(task(), VLR_PI_VAR, j, ("x" + std::to_string(j)).c_str()), VLR_RES_OK);
+    ASSERT_EQ(VLR_putobjname(task(), "cost"), VLR_RES_OK);
   }
   EnvPtr env_;
   TaskPtr task_;
@@ -370,6 +381,102 @@ TEST_F(Misuse, TextOutputsNeverPassTheirCapacity) {
     }
     if (cap >= 1) {
       EXPECT_NE(std::memchr(out, '\0', static_cast<size_t>(cap)), nullptr) << cap;
+    }
+  }
+}
+
+// Names in a directory of its own, to see that nothing is left beside a file.
+std::vector<std::string> Listing(const std::string& dir) {
+  std::vector<std::string> names;
+  if (DIR* d = opendir(dir.c_str())) {
+    while (const dirent* e = readdir(d)) {
+      if (e->d_name[0] != '.') names.emplace_back(e->d_name);
+    }
+    closedir(d);
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+// A write that is refused (a name the format cannot hold, a solution that is not there, a path
+// that is a directory or lies in none) leaves the file at the path as it was, and nothing
+// beside it; a good write replaces it whole.
+TEST_F(Misuse, RefusedWritesLeaveTheOldFileAndNothingBesideIt) {
+  const std::string dir = vlrtest::TmpPath("writes");
+  ASSERT_EQ(std::system(("rm -rf '" + dir + "' && mkdir -p '" + dir + "'").c_str()), 0);
+  NameAll();
+  size_t count = 0;
+  for (const char* file : {"p.mps", "p.lp", "p.mps.gz", "p.sol", "p.par"}) {
+    const std::string path = dir + "/" + file;
+    vlrtest::WriteFile(path, "old contents\n");
+    const std::string name = file;
+    auto write = [&](VLRtask_t t) {
+      if (name == "p.sol") return VLR_writesolution(t, VLR_SOL_BAS, path.c_str());
+      if (name == "p.par") return VLR_writeparamfile(t, path.c_str());
+      return VLR_writedata(t, path.c_str());
+    };
+    // The refusal: a tab in a name, no basic solution, a string parameter too long to read.
+    ASSERT_EQ(VLR_putname(task(), VLR_PI_VAR, 0, "tab\there"), VLR_RES_OK);
+    const std::string huge(2000, 'z');
+    ASSERT_EQ(VLR_putstrparam(task(), VLR_SPAR_STAT_KEY, huge.c_str()), VLR_RES_OK);
+    EXPECT_NE(write(task()), VLR_RES_OK) << file;
+    EXPECT_EQ(vlrtest::ReadFile(path), "old contents\n") << file;
+    EXPECT_EQ(Listing(dir).size(), ++count) << file;  // no new file beside the old ones
+    ASSERT_EQ(VLR_putname(task(), VLR_PI_VAR, 0, "x0"), VLR_RES_OK);
+    ASSERT_EQ(VLR_putstrparam(task(), VLR_SPAR_STAT_KEY, ""), VLR_RES_OK);
+  }
+  // Nothing but the five old files.
+  EXPECT_EQ(Listing(dir),
+            (std::vector<std::string>{"p.lp", "p.mps", "p.mps.gz", "p.par", "p.sol"}));
+  // Good writes replace the old contents.
+  ASSERT_EQ(VLR_writedata(task(), (dir + "/p.mps").c_str()), VLR_RES_OK);
+  EXPECT_NE(vlrtest::ReadFile(dir + "/p.mps"), "old contents\n");
+  EXPECT_EQ(Listing(dir).size(), 5u);
+  // A directory as the path, and a path in no directory.
+  EXPECT_EQ(VLR_writedata(task(), dir.c_str()), VLR_RES_ERR_FILE_OPEN);
+  EXPECT_EQ(VLR_writedata(task(), (dir + "/none/p.mps").c_str()), VLR_RES_ERR_FILE_OPEN);
+  EXPECT_EQ(Listing(dir).size(), 5u);
+}
+
+// Names that fields and lines cannot hold as they are: in every writer and mode the name is
+// either refused with the writer's code, or the file reads back as the same model.
+TEST_F(Misuse, NamesEitherReadBackOrAreRefused) {
+  NameAll();
+  const char* names[] = {"two words", "tab\there", "new\nline", "\"quoted\"",
+                         "a\"b c",    "a b",       "plain",     "trail "};
+  struct Mode {
+    const char* file;
+    int32_t quoted;   // VLR_IPAR_WRITE_MPS_QUOTED_NAMES / _LP_
+    int32_t freemps;  // read back in the free form; else in the reader's default
+  };
+  const Mode modes[] = {{"m.mps", 1, 1}, {"m.mps", 0, 0}, {"m.lp", 1, 0}, {"m.lp", 0, 0}};
+  for (const char* name : names) {
+    for (const Mode& mode : modes) {
+      ASSERT_EQ(VLR_putname(task(), VLR_PI_VAR, 1, name), VLR_RES_OK);
+      VLR_putintparam(task(), VLR_IPAR_WRITE_MPS_QUOTED_NAMES, mode.quoted);
+      VLR_putintparam(task(), VLR_IPAR_WRITE_LP_QUOTED_NAMES, mode.quoted);
+      const std::string path = vlrtest::TmpPath(mode.file);
+      const int32_t r = VLR_writedata(task(), path.c_str());
+      const std::string what = std::string(mode.file) + " quoted " + std::to_string(mode.quoted) +
+                               " name [" + name + "]";
+      if (r != VLR_RES_OK) {
+        EXPECT_TRUE(r == VLR_RES_ERR_WRITE_MPS_INVALID_NAME || r == VLR_RES_ERR_LP_INVALID_VAR_NAME)
+            << what << " code " << r;
+        continue;
+      }
+      auto back = MakeTask(env_.get());
+      if (mode.freemps) {
+        VLR_putintparam(back.get(), VLR_IPAR_READ_MPS_FORMAT, VLR_MPS_FORMAT_FREE);
+      }
+      ASSERT_EQ(VLR_readdata(back.get(), path.c_str()), VLR_RES_OK) << what;
+      char got[64] = {0};
+      ASSERT_EQ(VLR_getname(back.get(), VLR_PI_VAR, 1, sizeof got, nullptr, got), VLR_RES_OK);
+      EXPECT_STREQ(got, name) << what;
+      int32_t m = 0, n = 0;
+      VLR_getnumcon(back.get(), &m);
+      VLR_getnumvar(back.get(), &n);
+      EXPECT_EQ(m, 3) << what;
+      EXPECT_EQ(n, 4) << what;
     }
   }
 }
