@@ -312,6 +312,16 @@ bool lp_reserve(SysEnv* sys, int64_t* cap, int64_t need, T**... arrays) {
   return ok;
 }
 
+// A syntax error names its place: the code's own text gives line and column, and this line adds
+// the file, in the form editors jump to.
+int32_t lp_where(LpRead* lp, int32_t code, int32_t line, int32_t col) {
+  if (code != VLR_RES_OK) {
+    VLRP_echotask(lp->task, VLR_STREAM_ERR, "%s:%d:%d: syntax error\n",
+                  VLR_sysenv_fname(lp->src.file), line, col);
+  }
+  return code;
+}
+
 // The error of the current token: out of space, a failed read, or a syntax error at its place.
 int32_t lp_syntax(LpRead* lp) {
   Task* task = lp->task;
@@ -319,14 +329,16 @@ int32_t lp_syntax(LpRead* lp) {
     return VLR_RAISE(task, VLR_RES_ERR_SPACE);
   }
   if (lp->src.failed) return VLR_RAISE(task, VLR_RES_ERR_FILE_READ, VLR_sysenv_fname(lp->src.file));
-  return VLR_RAISE(task, VLR_RES_ERR_LP_FILE_FORMAT, Tokenizer_getline(&lp->tk),
-                   Tokenizer_getcol(&lp->tk));
+  const int32_t line = Tokenizer_getline(&lp->tk), col = Tokenizer_getcol(&lp->tk);
+  return lp_where(lp, VLR_RAISE(task, VLR_RES_ERR_LP_FILE_FORMAT, line, col), line, col);
 }
 
 // The same, except that input which ends early lacks its "end".
 int32_t lp_error(LpRead* lp) {
   if (Tokenizer_gettype(&lp->tk) == TOKEN_NA && !lp->src.failed && !lp->tk.fb->failed) {
-    return VLR_RAISE(lp->task, VLR_RES_ERR_READ_LP_MISSING_END_TAG, Tokenizer_getline(&lp->tk));
+    const int32_t line = Tokenizer_getline(&lp->tk);
+    return lp_where(lp, VLR_RAISE(lp->task, VLR_RES_ERR_READ_LP_MISSING_END_TAG, line), line,
+                    Tokenizer_getcol(&lp->tk));
   }
   return lp_syntax(lp);
 }
@@ -651,7 +663,7 @@ int32_t lp_constraint(LpRead* lp) {
   r = lp_value(lp, &v, &inf);
   if (r != VLR_RES_OK) return r;
   if (!lp_side(&s, rel == 'L' ? 'U' : rel == 'G' ? 'L' : 'E', v, inf)) {
-    return VLR_RAISE(task, VLR_RES_ERR_LP_FILE_FORMAT, line, col);
+    return lp_where(lp, VLR_RAISE(task, VLR_RES_ERR_LP_FILE_FORMAT, line, col), line, col);
   }
   r = lp_storecon(lp, i, s);
   lp_clearexpr(lp);
@@ -691,7 +703,7 @@ int32_t lp_storebounds(LpRead* lp) {
 int32_t lp_bound(LpRead* lp, int32_t j, int32_t which, double v, int32_t inf, int32_t line,
                  int32_t col) {
   if ((which == 'L' && inf > 0) || (which == 'U' && inf < 0) || (which == 'F' && inf != 0)) {
-    return VLR_RAISE(lp->task, VLR_RES_ERR_LP_FILE_FORMAT, line, col);
+    return lp_where(lp, VLR_RAISE(lp->task, VLR_RES_ERR_LP_FILE_FORMAT, line, col), line, col);
   }
   if (j < 0) return VLR_RES_OK;
   if (!lp_reserve(lp->task->sys, &lp->bcap, lp->nb + 1, &lp->brec)) {

@@ -34,6 +34,7 @@ struct VecSel {
 
 struct MpsRead {
   Task* task;
+  const char* fname;  // the file's name, for messages
   MpsLineReader* rm;
   int32_t width;
   int32_t pass;  // 1 counts, 2 stores
@@ -130,6 +131,8 @@ int32_t mps_fileerr(MpsRead* m, int32_t r) {
   VLRP_echotask(m->task, VLR_STREAM_ERR, "The error occured at line(%d):\n",
                 VLR_rm_getlinenumber(m->rm));
   VLRP_echotask(m->task, VLR_STREAM_ERR, "%s\n", VLR_rm_getline(m->rm));
+  VLRP_echotask(m->task, VLR_STREAM_ERR, "%s:%d: the record above, in section %s\n", m->fname,
+                VLR_rm_getlinenumber(m->rm), m->sec >= 0 ? kMpsSectionNames[m->sec] : "(none)");
   return r;
 }
 
@@ -876,6 +879,7 @@ int32_t VLR_readmps(Task* task, int32_t format, SysFile* file) {
   if (!prev) return VLR_RAISE(task, VLR_RES_ERR_SPACE);
   MpsRead m{};
   m.task = task;
+  m.fname = VLR_sysenv_fname(file);
   m.width = width;
   m.prev = prev.get();
   m.pass = 1;
@@ -891,6 +895,7 @@ int32_t VLR_readmps(Task* task, int32_t format, SysFile* file) {
   const MpsCounts counts = m.cnt;
   m = MpsRead{};
   m.task = task;
+  m.fname = VLR_sysenv_fname(file);
   m.width = width;
   m.prev = prev.get();
   m.pass = 2;

@@ -266,6 +266,12 @@ TEST_F(LpTest, MalformedFilesGiveTheirCodeAndPlaceAndLeaveTheTaskUsable) {
     EXPECT_EQ(ReadText(k.text), k.code) << k.text;
     const std::string msg = LastError(task(), &code);
     EXPECT_NE(msg.find(k.place), std::string::npos) << k.text << "\n" << msg;
+    // The error stream names the file too, as file:line:column.
+    if (k.code == VLR_RES_ERR_LP_FILE_FORMAT) {
+      std::string where = k.place;  // "(l:c)" becomes "t.lp:l:c:"
+      where = "t.lp:" + where.substr(1, where.size() - 2) + ":";
+      EXPECT_NE(err_.All().find(where), std::string::npos) << k.text << "\n" << err_.All();
+    }
     // The task keeps what was read before the error and takes a good file after it.
     ASSERT_EQ(ReadText("min x\nst\n c: x >= 1\nend"), VLR_RES_OK) << k.text;
     EXPECT_EQ(NumVar(), 1);
