@@ -82,6 +82,27 @@ int32_t VLR_lu_allocwork(LuFactor* lu);
 
 // ---- Parameters --------------------------------------------------------------------------
 
+// Keys of the tolerance and threshold setters, pivot methods and factor states.
+enum LuTolKey : int32_t {
+  kLuTolDrop = 0,    // entries at or below it are dropped
+  kLuTolAbsPiv = 1,  // smallest pivot taken
+  kLuTolRelPiv = 2,  // relative threshold of the pivot search
+  kLuTolStored = 3,  // kept for the caller, not read by the factor
+};
+enum LuTrhKey : int32_t {
+  kLuTrhUpdates = 1,  // updates before a refactorisation is recommended
+};
+enum LuPivotMethod : int32_t {
+  kLuPivotColumn = 1,        // threshold against the column only
+  kLuPivotRowAndColumn = 2,  // threshold against the row and the column
+};
+enum LuState : int32_t {
+  kLuStateNone = 0,      // no input
+  kLuStateInput = 1,     // taking input
+  kLuStateSetUp = 2,     // set up, rank possibly short
+  kLuStateFactored = 3,  // factored
+};
+
 void VLR_lu_putdefaults(LuFactor* lu);
 // 1: threshold against the column only; 2: against the row and the column. Other values stop.
 void VLR_lu_putpivotmethod(LuFactor* lu, int32_t method);

@@ -42,7 +42,7 @@ int32_t pivlp_factor(SysEnv* sys, LuFactor* lu, const PivMat* a, const int32_t* 
   }
   int64_t wsze = std::max<int64_t>({3 * nz, 3 * static_cast<int64_t>(m) + 1, VLR_lu_getwsze(lu)});
   for (int32_t tries = 0; tries < 30; ++tries) {
-    if (VLR_lu_getwsze(lu) < wsze || VLR_lu_getstate(lu) == 0) {
+    if (VLR_lu_getwsze(lu) < wsze || VLR_lu_getstate(lu) == kLuStateNone) {
       r = VLR_lu_newwszedbg(VLR_HERE, lu,
                             static_cast<int32_t>(std::min<int64_t>(wsze, 2147483000)));
       if (r != kLuOk) return r;

@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "simplex/simdat.h"
+#include "velor.h"
 
 namespace vlr {
 
@@ -135,9 +136,9 @@ int32_t SimEngine::setup(const SimLp& lp) {
   uborg.assign(snt, kInf);
   for (size_t k = 0; k < snt; ++k) {
     const int32_t key = lp.bk[k];
-    if (key == 0 || key == 2 || key == 4) lborg[k] = lp.bl[k];
-    if (key == 1 || key == 2 || key == 4) uborg[k] = lp.bu[k];
-    if (key == 2) uborg[k] = lborg[k];
+    if (key == VLR_BK_LO || key == VLR_BK_FX || key == VLR_BK_RA) lborg[k] = lp.bl[k];
+    if (key == VLR_BK_UP || key == VLR_BK_FX || key == VLR_BK_RA) uborg[k] = lp.bu[k];
+    if (key == VLR_BK_FX) uborg[k] = lborg[k];
   }
   lb = lborg;
   ub = uborg;
@@ -164,8 +165,8 @@ int32_t SimEngine::setup(const SimLp& lp) {
     rwork.assign(static_cast<size_t>(std::max({rs, rs2, 2 * m + 2})), 0.0);
     marker.assign(sm + 1, 0);
     if (VLR_lu_make(sys, m, m, &lu) != kLuOk) return kSimNoSpace;
-    VLR_lu_puttol(lu, 2, par->lurelpiv);
-    if (par->refactorfreq > 0) VLR_lu_puttrh(lu, 1, par->refactorfreq);
+    VLR_lu_puttol(lu, kLuTolRelPiv, par->lurelpiv);
+    if (par->refactorfreq > 0) VLR_lu_puttrh(lu, kLuTrhUpdates, par->refactorfreq);
     VLR_lu_putgeta(lu, this, simplex_lugeta);
   }
   tolx = par->tolx;
@@ -228,10 +229,10 @@ void SimEngine::keybasis(const int32_t* sk) {
     int8_t st = boundstatus(k, 0.0);
     if (st == kNbLower || st == kNbUpper) {
       const bool boxed = lb[s] > -kInf && ub[s] < kInf;
-      if (sk[s] == 4 && ub[s] < kInf)
-        st = kNbUpper;  // VLR_SK_UPR
-      else if (sk[s] == 3 && lb[s] > -kInf)
-        st = kNbLower;  // VLR_SK_LOW
+      if (sk[s] == VLR_SK_UPR && ub[s] < kInf)
+        st = kNbUpper;
+      else if (sk[s] == VLR_SK_LOW && lb[s] > -kInf)
+        st = kNbLower;
       else if (boxed)
         st = std::fabs(lb[s]) <= std::fabs(ub[s]) ? kNbLower : kNbUpper;
     }

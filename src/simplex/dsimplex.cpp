@@ -252,8 +252,8 @@ int32_t SimEngine::dualloop(int32_t phase) {
         continue;
       }
       // On a fresh factor the row and the column disagree: tighten the LU and refactor.
-      VLR_lu_putpivotmethod(lu, 2);
-      VLR_lu_puttol(lu, 2, std::min(0.5, VLR_lu_gettol(lu, 2) * 10.0));
+      VLR_lu_putpivotmethod(lu, kLuPivotRowAndColumn);
+      VLR_lu_puttol(lu, kLuTolRelPiv, std::min(0.5, VLR_lu_gettol(lu, kLuTolRelPiv) * 10.0));
       needfactor = true;
       continue;
     }
@@ -380,7 +380,7 @@ int32_t SimEngine::dualphaseone() {
   }
   if (bad == 0) {
     computexb();
-    return 0;
+    return kPhaseOneFeasible;
   }
   log("Dual phase one: %d reduced costs with the wrong sign.\n", bad);
   // The auxiliary problem: every variable boxed in a small box around zero; its optimal basis
@@ -405,7 +405,7 @@ int32_t SimEngine::dualphaseone() {
   ray = x;
   lb = lborg;
   ub = uborg;
-  if (end == kLoopStopped) return 2;
+  if (end == kLoopStopped) return kPhaseOneStopped;
   // Back to the true bounds, each non-basic variable at the bound its reduced cost wants.
   computedual();
   bad = 0;
@@ -421,7 +421,7 @@ int32_t SimEngine::dualphaseone() {
   }
   computexb();
   if (bad > 0) log("Dual phase one left %d reduced costs with the wrong sign.\n", bad);
-  return bad == 0 ? 0 : 1;
+  return bad == 0 ? kPhaseOneFeasible : kPhaseOneInfeasible;
 }
 
 void SimEngine::perturbcost() {

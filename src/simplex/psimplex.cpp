@@ -459,7 +459,7 @@ void SimEngine::primalperturb() {
     e = 0.01 * tolx;
   }
   if (e == 0.0) return;
-  if (par->degen == 2) e *= 10.0;
+  if (par->degen == kSimDegenAggressive) e *= 10.0;
   int32_t moved = 0;
   for (size_t t = 0; t < list.size();) {
     size_t g = t + 1;
@@ -505,7 +505,7 @@ void SimEngine::primalkick(int32_t level) {
       h = 0.01 * tolx;
       break;
   }
-  if (par->degen == 2) e *= 5.0;
+  if (par->degen == kSimDegenAggressive) e *= 5.0;
   int32_t moved = 0;
   for (int32_t p = 0; p < m; ++p) {
     const auto k = static_cast<size_t>(head[static_cast<size_t>(p)]);
@@ -721,8 +721,8 @@ int32_t SimEngine::primalloop() {
       }
       if (fresh) {
         // Row and column disagree on a fresh factor: a stricter LU.
-        VLR_lu_putpivotmethod(lu, 2);
-        VLR_lu_puttol(lu, 2, std::min(0.5, VLR_lu_gettol(lu, 2) * 10.0));
+        VLR_lu_putpivotmethod(lu, kLuPivotRowAndColumn);
+        VLR_lu_puttol(lu, kLuTolRelPiv, std::min(0.5, VLR_lu_gettol(lu, kLuTolRelPiv) * 10.0));
         tolpiv = std::min(tolpiv * 10.0, 1e-4);
       }
       needfactor = true;
@@ -820,11 +820,11 @@ int32_t SimEngine::primalsimplex(bool hot) {
   computexb();
   const bool room = par->maxiter - iterations() >= 40;
   kickmode = 0;
-  if (par->degen != 0 && room) {
+  if (par->degen != kSimDegenNone && room) {
     if (hot) {
       kickmode = 2;
     } else {
-      kickmode = par->degen == 4 ? 2 : 3;
+      kickmode = par->degen == kSimDegenMinimum ? 2 : 3;
       primalperturb();
     }
   }

@@ -59,6 +59,13 @@ enum SimLoopEnd : int32_t {
   kLoopUnbounded = 3,   // the first phase found the problem dual infeasible, a ray in `ray`
 };
 
+// Outcomes of the dual first phase.
+enum SimPhaseOne : int32_t {
+  kPhaseOneFeasible = 0,    // every reduced cost has the sign its bound wants
+  kPhaseOneInfeasible = 1,  // some are left with the wrong sign: the problem is dual infeasible
+  kPhaseOneStopped = 2,     // a limit or a failure stopped the loop
+};
+
 struct SimEngine {
   SysEnv* sys = nullptr;
   const SimParam* par = nullptr;
@@ -189,6 +196,7 @@ struct SimEngine {
   // Makes the basis dual feasible: flips boxed variables, and runs the first phase on the
   // boxed auxiliary problem when other variables have the wrong reduced cost. Returns 0 when
   // dual feasible, 1 when the problem is dual infeasible, 2 on a stop.
+  // kPhaseOneFeasible, kPhaseOneInfeasible (wrong signs left) or kPhaseOneStopped.
   int32_t dualphaseone();
   void perturbcost();
   // ---- Primal simplex (psimplex.cpp) ----

@@ -362,11 +362,11 @@ int32_t simplex_run(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, co
   if (primal) end = e.primalsimplex(startsk != nullptr);
   for (int32_t round = 0; round < 4 && !primal; ++round) {
     const int32_t ph = e.dualphaseone();
-    if (ph == 2) {
+    if (ph == kPhaseOneStopped) {
       simplex_getsolution(e, r, s, sol);
       return kLoopStopped;
     }
-    if (ph == 1) {
+    if (ph == kPhaseOneInfeasible) {
       // Dual infeasible. With the costs set to zero every basis is dual feasible, and the dual
       // loop decides primal feasibility: infeasible gives a Farkas vector, feasible makes the
       // ray a certificate of unboundedness.
@@ -385,7 +385,7 @@ int32_t simplex_run(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, co
       }
       return kLoopUnbounded;
     }
-    if (perturb && round == 0 && par.degen != 0) {
+    if (perturb && round == 0 && par.degen != kSimDegenNone) {
       e.perturbcost();
       perturbed = true;
     }
@@ -470,10 +470,10 @@ void simplex_solve(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, con
       info->hotstart = 1;
     }
   }
-  const bool scaled = par.scaling != 1;
+  const bool scaled = par.scaling != kSimScaleNone;
   SimScaling sc(sys);
   if (scaled) {
-    simplex_computescaling(lp, par.scaling == 4 ? 8 : 4, &sc);
+    simplex_computescaling(lp, par.scaling == kSimScaleAggressive ? 8 : 4, &sc);
     simplex_scale(lp, &sc);
   }
   const SimLp& work = scaled ? sc.lp : lp;
@@ -536,8 +536,8 @@ void simplex_solve(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, con
 
 // Whether to solve the explicit dual instead, by the sizes of the two forms.
 bool simplex_dualizedecision(const SimParam& par, const SimLp& lp, int32_t starthot) {
-  if (par.solveform == 1) return false;
-  if (par.solveform == 2) return true;
+  if (par.solveform == kSimFormPrimal) return false;
+  if (par.solveform == kSimFormDual) return true;
   if (par.maxiter < 1000 || starthot != 0) return false;
   if (par.lowercut != 0 && par.slot == kSimSlotDual) return false;
   if (par.uppercut != 0 && par.slot == kSimSlotPrimal) return false;
@@ -582,7 +582,7 @@ void simplex_dualizeandsolve(SysEnv* sys, const SimParam& par, const SimCallback
   dsol.y = dy.data();
   dsol.d = dd.data();
   SimParam dpar = par;
-  dpar.solveform = 1;
+  dpar.solveform = kSimFormPrimal;
   SimInfo dinfo;
   simplex_solve(sys, dpar, cb, dual, 0, &dsol, &dinfo);
   for (int32_t s = 0; s < 4; ++s)
@@ -617,7 +617,7 @@ void simplex_dualizeandsolve(SysEnv* sys, const SimParam& par, const SimCallback
     hot = 1;
   }
   SimParam ppar = par;
-  ppar.solveform = 1;
+  ppar.solveform = kSimFormPrimal;
   SimInfo pinfo;
   simplex_solve(sys, ppar, cb, lp, hot, sol, &pinfo);
   for (int32_t s = 0; s < 4; ++s)

@@ -18,6 +18,27 @@ enum SimSlot : int32_t {
   kSimSlotPd = 3
 };
 
+// Degeneracy modes, scaling modes and solve forms of the parameter record (the task's
+// VLR_SIM_DEGEN_*, VLR_SIM_SCALE_* mapped, VLR_SOLVE_* numbering).
+enum SimDegen : int32_t {
+  kSimDegenNone = 0,
+  kSimDegenFree = 1,
+  kSimDegenAggressive = 2,
+  kSimDegenModerate = 3,
+  kSimDegenMinimum = 4,
+};
+enum SimScaleMode : int32_t {
+  kSimScaleFree = 0,
+  kSimScaleNone = 1,
+  kSimScaleModerate = 3,
+  kSimScaleAggressive = 4,
+};
+enum SimSolveForm : int32_t {
+  kSimFormFree = 0,
+  kSimFormPrimal = 1,
+  kSimFormDual = 2,
+};
+
 // Internal responses of the optimisers; the glue turns them into response codes.
 enum SimResponse : int32_t {
   kSimOk = 0,

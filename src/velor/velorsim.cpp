@@ -21,18 +21,25 @@ template <class T>
 using TaskVec = std::vector<T, MemAllocator<T>>;
 
 // Slot of the optimiser: primal 1, dual 2, primal-dual 3, free 0.
+// The slot, and so the road, of a choice of optimiser: the primal simplex runs the primal
+// phases, the primal-dual its own; the dual simplex and the free choices run the dual phases.
 int32_t velorsim_slot(int32_t optimizer) {
   switch (optimizer) {
     case VLR_OPTIMIZER_PRIMAL_SIMPLEX:
       return kSimSlotPrimal;
-    case VLR_OPTIMIZER_DUAL_SIMPLEX:
-      return kSimSlotDual;
     case VLR_OPTIMIZER_PRIMAL_DUAL_SIMPLEX:
       return kSimSlotPd;
     default:
-      return kSimSlotNetwork;
+      return kSimSlotDual;
   }
 }
+
+// Why a run was stopped from outside: by the time limit, or by the user's callback.
+enum VelorSimStop : int32_t {
+  kVelorSimRunning = 0,
+  kVelorSimCallback = 1,
+  kVelorSimTimeLimit = 5,  // the inner code of a time limit
+};
 
 void velorsim_setparam(const Task* task, SimParam* par) {
   VLR_simplex_initparam(par);
@@ -66,7 +73,7 @@ void velorsim_setparam(const Task* task, SimParam* par) {
 
 struct VelorSimHandle {
   Task* task;
-  int32_t stop;  // 5 after the time limit, 1 after a callback stop
+  int32_t stop;  // a VelorSimStop
   bool primal;   // the primal optimiser runs: its items and callback codes
 };
 
@@ -82,12 +89,12 @@ int32_t velorsim_progress(void* handle, int64_t iterations, double pobj, double 
                  static_cast<int32_t>(iterations));
   VLRP_putdouinf(task, VLR_DINF_SIM_OBJ, pobj);
   if (VLR_checkoptimizermaxtime(task) != 0) {
-    h->stop = 5;
+    h->stop = kVelorSimTimeLimit;
     return 1;
   }
   if (VLR_checkcallbacks(task, h->primal ? VLR_CALLBACK_UPDATE_PRIMAL_SIMPLEX
                                          : VLR_CALLBACK_UPDATE_DUAL_SIMPLEX) != 0) {
-    h->stop = 1;
+    h->stop = kVelorSimCallback;
     return 1;
   }
   return 0;
@@ -105,7 +112,7 @@ int32_t velorsim_response(Task* task, int32_t resp, int32_t stop) {
     case kSimObjRange:
       return VLR_RES_TRM_OBJECTIVE_RANGE;
     case kSimInterrupted:
-      return stop == 5 ? VLR_RES_TRM_MAX_TIME : VLR_RES_TRM_USER_CALLBACK;
+      return stop == kVelorSimTimeLimit ? VLR_RES_TRM_MAX_TIME : VLR_RES_TRM_USER_CALLBACK;
     case kSimSetbacks:
       return VLR_RES_TRM_MAX_NUM_SETBACKS;
     default:
@@ -220,9 +227,9 @@ int32_t velorsim_run(Task* task, int32_t optimizer) {
 
   SimParam par;
   velorsim_setparam(task, &par);
-  par.slot = velorsim_slot(optimizer) == kSimSlotNetwork ? kSimSlotDual : velorsim_slot(optimizer);
+  par.slot = velorsim_slot(optimizer);
   const bool primal = par.slot == kSimSlotPrimal;
-  VelorSimHandle handle{task, 0, primal};
+  VelorSimHandle handle{task, kVelorSimRunning, primal};
   SimCallbacks cb;
   cb.handle = &handle;
   cb.log = velorsim_log;
