@@ -1,4 +1,4 @@
-// src/dualize/dualize.h: a linear problem in the simplex's form, its explicit dual, and the
+// src/dualize/dualize.h: the explicit dual of a linear problem in the simplex's form, and the
 // maps that bring the dual's basic solution back to the primal.
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
@@ -6,44 +6,9 @@
 #include <cstdint>
 
 #include "cpub/sysenv.h"
+#include "optimize/optimize.h"
 
 namespace vlr {
-
-// A linear problem in the form the pivoting optimisers work on:
-//
-//   minimise   c'x + cfix   subject to   A x - xc = 0,   bl <= (xc, x) <= bu,
-//
-// with one row variable xc(i) per constraint. Variable k < m is the row variable of row k (its
-// column in [-I A] is -e(k)); variable m + j is column j. Bounds and keys are indexed the same
-// way, rows first. Keys: VLR_BK_LO 0 (bl only), VLR_BK_UP 1 (bu only), VLR_BK_FX 2, VLR_BK_FR 3,
-// VLR_BK_RA 4. A side that the key does not use is ignored (it may hold any value, also inf).
-// All arrays are borrowed.
-struct SimLp {
-  int32_t m = 0;                  // rows
-  int32_t n = 0;                  // columns
-  const int64_t* abeg = nullptr;  // [n + 1] start of column j in aidx / aval
-  const int32_t* aidx = nullptr;  // row indices, no duplicates within a column
-  const double* aval = nullptr;   // values
-  const double* c = nullptr;      // [n] cost of the columns (row variables cost nothing)
-  double cfix = 0.0;              // constant term of the objective
-  const int32_t* bk = nullptr;    // [m + n] bound keys
-  const double* bl = nullptr;     // [m + n] lower bounds
-  const double* bu = nullptr;     // [m + n] upper bounds
-};
-
-// A solution of a SimLp, indexed as the variables. The reduced cost of variable k is
-// d(k) = cost(k) - col(k)' y, so d(i) = y(i) for a row variable and d(m + j) = c(j) - a(j)' y.
-// At an optimal basis: d = 0 on basic variables, d >= 0 at a lower bound, d <= 0 at an upper.
-// A certificate of primal infeasibility is held in y and d with cost taken as 0 (so
-// d(m + j) = -a(j)' y) and sum over k of bl(k) max(d(k), 0) - bu(k) max(-d(k), 0) > 0.
-// A certificate of dual infeasibility (a ray) is held in x: A x - xc = 0 within the recession
-// cone of the bounds and c'x < 0.
-struct SimSol {
-  int32_t* sk = nullptr;  // [m + n] status keys, the task's VLR_SK_* values
-  double* x = nullptr;    // [m + n] values: xc, then x
-  double* y = nullptr;    // [m] row duals
-  double* d = nullptr;    // [m + n] reduced costs
-};
 
 // What a SimSol holds, for the mapping between the forms.
 enum DualizeSolKind : int32_t {

@@ -6,7 +6,7 @@
 #include <cstdint>
 
 #include "cpub/sysenv.h"
-#include "dualize/dualize.h"
+#include "optimize/optimize.h"
 
 namespace vlr {
 

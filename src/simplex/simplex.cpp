@@ -32,22 +32,11 @@ int32_t simplex_sk(int8_t st) {
   }
 }
 
-double simplex_lower(const SimLp& lp, int32_t k) {
-  const int32_t key = lp.bk[k];
-  return key == VLR_BK_LO || key == VLR_BK_FX || key == VLR_BK_RA ? lp.bl[k] : -kInf;
-}
-
-double simplex_upper(const SimLp& lp, int32_t k) {
-  const int32_t key = lp.bk[k];
-  if (key == VLR_BK_FX) return lp.bl[k];
-  return key == VLR_BK_UP || key == VLR_BK_RA ? lp.bu[k] : kInf;
-}
-
 // No rows: each variable goes to the bound its cost favours.
 void simplex_inspection(const SimLp& lp, SimSol* sol, SimInfo* info) {
   bool unbounded = false;
   for (int32_t j = 0; j < lp.n; ++j) {
-    const double l = simplex_lower(lp, j), u = simplex_upper(lp, j), c = lp.c[j];
+    const double l = VLR_opt_lower(lp, j), u = VLR_opt_upper(lp, j), c = lp.c[j];
     int32_t key = VLR_SK_LOW;
     double v = 0.0;
     if (l == u) {
@@ -78,7 +67,7 @@ void simplex_inspection(const SimLp& lp, SimSol* sol, SimInfo* info) {
   if (unbounded) {
     // The ray: every unbounded variable moves the way its cost falls.
     for (int32_t j = 0; j < lp.n; ++j) {
-      const double l = simplex_lower(lp, j), u = simplex_upper(lp, j), c = lp.c[j];
+      const double l = VLR_opt_lower(lp, j), u = VLR_opt_upper(lp, j), c = lp.c[j];
       sol->x[j] = (c > 0.0 && l == -kInf) ? -1.0 : ((c < 0.0 && u == kInf) ? 1.0 : 0.0);
     }
     info->prosta = VLR_PRO_STA_DUAL_INFEAS;
@@ -211,128 +200,6 @@ void simplex_getsolution(const SimEngine& e, const double* r, const double* s, S
     sol->y[i] = sol->d[i];
 }
 
-// Violations of the solution on the problem as given: bounds and rows (primal), signs of the
-// reduced costs recomputed from y (dual).
-void simplex_checksolution(SysEnv* sys, const SimLp& lp, SimSol* sol, double* pviol, double* dviol,
-                           double* pobj, double* dobj) {
-  const int32_t m = lp.m, n = lp.n;
-  double pv = 0.0, dv = 0.0, po = lp.cfix, dob = lp.cfix;
-  for (int32_t j = 0; j < n; ++j) {
-    double dj = lp.c[j];
-    for (int64_t k = lp.abeg[j]; k < lp.abeg[j + 1]; ++k)
-      dj -= lp.aval[k] * sol->y[lp.aidx[k]];
-    sol->d[m + j] = dj;
-    po += lp.c[j] * sol->x[m + j];
-  }
-  for (int32_t i = 0; i < m; ++i)
-    sol->d[i] = sol->y[i];
-  SimVec<double> ax(static_cast<size_t>(m), 0.0, MemAllocator<double>(sys));
-  for (int32_t j = 0; j < n; ++j) {
-    for (int64_t k = lp.abeg[j]; k < lp.abeg[j + 1]; ++k)
-      ax[static_cast<size_t>(lp.aidx[k])] += lp.aval[k] * sol->x[m + j];
-  }
-  for (int32_t i = 0; i < m; ++i)
-    pv = std::max(pv, std::fabs(ax[static_cast<size_t>(i)] - sol->x[i]));
-  for (int32_t k = 0; k < m + n; ++k) {
-    const double l = simplex_lower(lp, k), u = simplex_upper(lp, k);
-    pv = std::max({pv, l - sol->x[k], sol->x[k] - u});
-    const double dk = sol->d[k];
-    // A basic variable should have d = 0; a non-basic one the sign of its bound.
-    double viol = 0.0;
-    switch (sol->sk[k]) {
-      case VLR_SK_BAS:
-        viol = std::fabs(dk);
-        break;
-      case VLR_SK_LOW:
-        viol = std::max(0.0, -dk);
-        break;
-      case VLR_SK_UPR:
-        viol = std::max(0.0, dk);
-        break;
-      case VLR_SK_FIX:
-        break;
-      default:
-        viol = std::fabs(dk);
-        break;
-    }
-    dv = std::max(dv, viol);
-    if (dk > 0.0)
-      dob += (l > -kInf ? l : 0.0) * dk;
-    else if (dk < 0.0)
-      dob += (u < kInf ? u : 0.0) * dk;
-  }
-  *pviol = pv;
-  *dviol = dv;
-  *pobj = po;
-  *dobj = dob;
-}
-
-// The Farkas test of a primal infeasibility certificate held in sol->y: d = -A'y on the columns
-// and y on the rows, and the bound expression positive. Entries that would meet an infinite
-// bound must be below the noise level.
-bool simplex_checkfarkas(const SimLp& lp, SimSol* sol) {
-  const int32_t m = lp.m, n = lp.n;
-  double ymax = 0.0;
-  for (int32_t i = 0; i < m; ++i)
-    ymax = std::max(ymax, std::fabs(sol->y[i]));
-  if (ymax == 0.0) return false;
-  for (int32_t i = 0; i < m; ++i)
-    sol->d[i] = sol->y[i];
-  double amax = 0.0;
-  for (int32_t j = 0; j < n; ++j) {
-    double dj = 0.0;
-    for (int64_t k = lp.abeg[j]; k < lp.abeg[j + 1]; ++k) {
-      dj -= lp.aval[k] * sol->y[lp.aidx[k]];
-      amax = std::max(amax, std::fabs(lp.aval[k]));
-    }
-    sol->d[m + j] = dj;
-  }
-  const double noise = 1e-9 * ymax * std::max(1.0, amax);
-  double value = 0.0, scale = 0.0;
-  for (int32_t k = 0; k < m + n; ++k) {
-    double dk = sol->d[k];
-    const double l = simplex_lower(lp, k), u = simplex_upper(lp, k);
-    if ((dk > 0.0 && l == -kInf) || (dk < 0.0 && u == kInf)) {
-      if (std::fabs(dk) > noise) return false;
-      dk = 0.0;
-    }
-    sol->d[k] = dk;
-    if (dk > 0.0)
-      value += l * dk, scale += std::fabs(l * dk);
-    else if (dk < 0.0)
-      value += u * dk, scale += std::fabs(u * dk);
-  }
-  return value > 1e-9 * std::max(1.0, scale) && value > 0.0;
-}
-
-// The test of a primal ray held in sol->x: A x - xc = 0, every variable inside the recession
-// cone of its bounds, and c'x < 0, all against the size of the ray.
-bool simplex_checkray(SysEnv* sys, const SimLp& lp, const SimSol& sol) {
-  const int32_t m = lp.m, n = lp.n;
-  double xmax = 0.0, amax = 0.0, cx = 0.0, cmax = 0.0;
-  for (int32_t k = 0; k < m + n; ++k)
-    xmax = std::max(xmax, std::fabs(sol.x[k]));
-  if (xmax == 0.0) return false;
-  SimVec<double> ax(static_cast<size_t>(m), 0.0, MemAllocator<double>(sys));
-  for (int32_t j = 0; j < n; ++j) {
-    for (int64_t k = lp.abeg[j]; k < lp.abeg[j + 1]; ++k) {
-      ax[static_cast<size_t>(lp.aidx[k])] += lp.aval[k] * sol.x[m + j];
-      amax = std::max(amax, std::fabs(lp.aval[k]));
-    }
-    cx += lp.c[j] * sol.x[m + j];
-    cmax = std::max(cmax, std::fabs(lp.c[j]));
-  }
-  const double noise = 1e-9 * xmax * std::max(1.0, amax);
-  for (int32_t i = 0; i < m; ++i) {
-    if (std::fabs(ax[static_cast<size_t>(i)] - sol.x[i]) > noise) return false;
-  }
-  for (int32_t k = 0; k < m + n; ++k) {
-    const double l = simplex_lower(lp, k), u = simplex_upper(lp, k);
-    if ((l > -kInf && sol.x[k] < -noise) || (u < kInf && sol.x[k] > noise)) return false;
-  }
-  return cx < -1e-9 * xmax * std::max(1.0, cmax);
-}
-
 // One engine run on lp from the start keys (or the slack basis). The result, unscaled through
 // (r, s) when given, goes to sol. Returns the loop's end.
 int32_t simplex_run(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, const SimLp& lp,
@@ -440,10 +307,10 @@ int32_t simplex_run(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, co
 void simplex_relviolations(SysEnv* sys, const SimLp& lp, SimSol* sol, double* prel, double* drel,
                            SimInfo* info) {
   double pv = 0.0, dv = 0.0;
-  simplex_checksolution(sys, lp, sol, &pv, &dv, &info->pobj, &info->dobj);
+  VLR_opt_checksolution(sys, lp, sol, &pv, &dv, &info->pobj, &info->dobj);
   double bmax = 0.0, cmax = 0.0;
   for (int32_t k = 0; k < lp.m + lp.n; ++k) {
-    const double l = simplex_lower(lp, k), u = simplex_upper(lp, k);
+    const double l = VLR_opt_lower(lp, k), u = VLR_opt_upper(lp, k);
     if (l > -kInf) bmax = std::max(bmax, std::fabs(l));
     if (u < kInf) bmax = std::max(bmax, std::fabs(u));
   }
@@ -497,7 +364,7 @@ void simplex_solve(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, con
         return;
       }
     } else if (end == kLoopUnbounded) {
-      if (simplex_checkray(sys, lp, *sol)) {
+      if (VLR_opt_checkray(sys, lp, *sol)) {
         info->prosta = VLR_PRO_STA_DUAL_INFEAS;
         info->solsta = VLR_SOL_STA_DUAL_INFEAS_CER;
         return;
@@ -508,7 +375,7 @@ void simplex_solve(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, con
         return;
       }
     } else if (end == kLoopInfeasible) {
-      if (simplex_checkfarkas(lp, sol)) {
+      if (VLR_opt_checkfarkas(lp, sol)) {
         info->prosta = VLR_PRO_STA_PRIM_INFEAS;
         info->solsta = VLR_SOL_STA_PRIM_INFEAS_CER;
         return;
@@ -599,14 +466,14 @@ void simplex_dualizeandsolve(SysEnv* sys, const SimParam& par, const SimCallback
   }
   if (dinfo.solsta == VLR_SOL_STA_DUAL_INFEAS_CER &&
       VLR_dualize_getprimal(rec, lp, kDualizePrimalRay, dsol, sol) == 0 &&
-      simplex_checkfarkas(lp, sol)) {
+      VLR_opt_checkfarkas(lp, sol)) {
     info->prosta = VLR_PRO_STA_PRIM_INFEAS;
     info->solsta = VLR_SOL_STA_PRIM_INFEAS_CER;
     return;
   }
   if (dinfo.solsta == VLR_SOL_STA_PRIM_INFEAS_CER &&
       VLR_dualize_getprimal(rec, lp, kDualizeDualRay, dsol, sol) == 0 &&
-      simplex_checkray(sys, lp, *sol)) {
+      VLR_opt_checkray(sys, lp, *sol)) {
     info->prosta = VLR_PRO_STA_DUAL_INFEAS;
     info->solsta = VLR_SOL_STA_DUAL_INFEAS_CER;
     return;

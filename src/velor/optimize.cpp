@@ -1,6 +1,8 @@
 // src/velor/optimize.cpp: the door to every optimiser: reset, choose a road by problem type and
 // parameters, run it, and leave statuses, times and the response in the task.
 // SPDX-License-Identifier: Apache-2.0
+#include "optimize/optimize.h"
+
 #include "velor/privinf.h"
 #include "velor/probdata.h"
 #include "velor/task.h"
@@ -26,27 +28,6 @@ int32_t VLR_inittaskbeforeoptimize(Task* task) {
   VLRP_putintinf(task, VLR_IINF_OPT_NUMCON, task->data->numcon);
   VLRP_putintinf(task, VLR_IINF_OPT_NUMVAR, task->data->numvar);
   return VLR_RES_OK;
-}
-
-// The continuous road. Only the simplex optimisers exist in this build: a linear problem with
-// the free choice takes the free simplex; the interior-point and conic roads end in their code.
-int32_t VLR_contoptimizer(Task* task) {
-  const int32_t optimizer = task->iparam[VLR_IPAR_OPTIMIZER];
-  const int32_t probtype = VLRP_getprobtype(task);
-  const bool simplex =
-      optimizer >= VLR_OPTIMIZER_PRIMAL_SIMPLEX && optimizer <= VLR_OPTIMIZER_FREE_SIMPLEX;
-  if (simplex && probtype != VLR_PROBTYPE_LO) {
-    return VLR_RAISE(task, VLR_RES_ERR_INV_OPTIMIZER, optimizer);
-  }
-  if (simplex || (optimizer == VLR_OPTIMIZER_FREE && probtype == VLR_PROBTYPE_LO &&
-                  task->data->numcone == 0)) {
-    return VLR_simplexoptimizer(task);
-  }
-  if (probtype == VLR_PROBTYPE_MIXED) {
-    return VLR_RAISE(task, VLR_RES_ERR_MIXED_PROBLEM);
-  }
-  VLRP_putprivateintinf(task, kPiinfCurrentOptimizer, optimizer);
-  return VLR_RAISE(task, VLR_RES_ERR_INV_OPTIMIZER, optimizer);
 }
 
 // The mixed-integer road: the run-time library is not present in this build.
@@ -87,22 +68,33 @@ int32_t VLR_optimizetask(Task* task) {
     r = VLR_inittaskbeforeoptimize(task);
   }
   if (r == VLR_RES_OK) {
-    const int32_t optimizer = task->iparam[VLR_IPAR_OPTIMIZER];
-    const int32_t probtype = VLRP_getprobtype(task);
-    if (optimizer == VLR_OPTIMIZER_CONCURRENT) {
-      VLR_checkcallbacks(task, VLR_CALLBACK_BEGIN_CONCURRENT);
-      r = VLR_RAISE(task, VLR_RES_ERR_INV_OPTIMIZER, optimizer);
-      VLR_checkcallbacks(task, VLR_CALLBACK_END_CONCURRENT);
-    } else if (optimizer == VLR_OPTIMIZER_NONCONVEX) {
-      r = VLR_globaloptimizer(task);
-    } else if (task->data->numintvar >= 1 && task->iparam[VLR_IPAR_MIO_MODE] != 0) {
-      r = VLR_globaloptimizer(task);
-    } else if ((probtype == VLR_PROBTYPE_QO || probtype == VLR_PROBTYPE_QCQO) &&
-               (optimizer == VLR_OPTIMIZER_CONIC ||
-                task->iparam[VLR_IPAR_QO_SEPARABLE_REFORMULATION] == 1)) {
-      r = VLR_RAISE(task, VLR_RES_ERR_INV_OPTIMIZER, optimizer);
-    } else {
-      r = VLR_contoptimizer(task);
+    // The choice is read here, once, and handed down.
+    OptChoice choice;
+    choice.optimizer = task->iparam[VLR_IPAR_OPTIMIZER];
+    choice.probtype = VLRP_getprobtype(task);
+    choice.numintvar = task->data->numintvar;
+    choice.numcone = task->data->numcone;
+    choice.miomode = task->iparam[VLR_IPAR_MIO_MODE];
+    choice.qoseparate = task->iparam[VLR_IPAR_QO_SEPARABLE_REFORMULATION];
+    switch (VLR_opt_chooseroad(choice)) {
+      case kOptRoadSimplex:
+        r = VLR_simplexoptimizer(task, choice.optimizer);
+        break;
+      case kOptRoadMixedInteger:
+        r = VLR_globaloptimizer(task);
+        break;
+      case kOptRoadConcurrent:
+        VLR_checkcallbacks(task, VLR_CALLBACK_BEGIN_CONCURRENT);
+        r = VLR_RAISE(task, VLR_RES_ERR_INV_OPTIMIZER, choice.optimizer);
+        VLR_checkcallbacks(task, VLR_CALLBACK_END_CONCURRENT);
+        break;
+      case kOptRoadMixedProblem:
+        r = VLR_RAISE(task, VLR_RES_ERR_MIXED_PROBLEM);
+        break;
+      default:
+        VLRP_putprivateintinf(task, kPiinfCurrentOptimizer, choice.optimizer);
+        r = VLR_RAISE(task, VLR_RES_ERR_INV_OPTIMIZER, choice.optimizer);
+        break;
     }
   }
   // The time is stored also on failure.

@@ -179,8 +179,9 @@ int32_t VLR_appendstat(Task* task);
 
 // The inner optimise: data check, reset, the choice of road and the optimiser time.
 int32_t VLR_optimizetask(Task* task);
-// The simplex road: the task's linear problem through the pivoting optimisers (velorsim.cpp).
-int32_t VLR_simplexoptimizer(Task* task);
+// The simplex road: the task's linear problem through the pivoting optimisers, with the slot of
+// the optimiser asked for (velorsim.cpp).
+int32_t VLR_simplexoptimizer(Task* task, int32_t optimizer);
 
 // Two-way map between VLR_cputype values and the system layer's processor numbers.
 int32_t VLR_tocpuid(int32_t cputype);

@@ -336,8 +336,7 @@ int32_t velorsim_run(Task* task, int32_t optimizer) {
 
 }  // namespace
 
-int32_t VLR_simplexoptimizer(Task* task) {
-  const int32_t optimizer = task->iparam[VLR_IPAR_OPTIMIZER];
+int32_t VLR_simplexoptimizer(Task* task, int32_t optimizer) {
   const int32_t sel =
       optimizer >= VLR_OPTIMIZER_PRIMAL_SIMPLEX && optimizer <= VLR_OPTIMIZER_FREE_SIMPLEX
           ? optimizer
