@@ -19,6 +19,21 @@ constexpr int32_t kProgressEvery = 100;  // iterations between calls of the prog
 
 }  // namespace
 
+bool SimEngine::badevent(int32_t* count, bool tighten) {
+  ++info->numsetbacks;
+  if (++*count > par->maxsetbacks) {
+    log("Too many (%d) bad events\n", *count);
+    info->response = kSimSetbacks;
+    return false;
+  }
+  if (tighten) {
+    VLR_lu_putpivotmethod(lu, kLuPivotRowAndColumn);
+    VLR_lu_puttol(lu, kLuTolRelPiv, std::min(0.5, VLR_lu_gettol(lu, kLuTolRelPiv) * 10.0));
+    tolpiv = std::min(tolpiv * 10.0, 1e-4);
+  }
+  return true;
+}
+
 bool SimEngine::refresh() {
   const int32_t r = factor();
   if (r != kSimOk) {
@@ -62,6 +77,140 @@ void SimEngine::logline(int32_t phase, bool force) {
       phase == 1 ? 1 : 2, pinf, pc, dinf, objective());
 }
 
+bool SimEngine::dualrefresh() {
+  // Recomputed duals drift from the updated ones; small wrong signs are cleaned by a
+  // shift of the cost, a boxed variable by a swap.
+  if (!refresh()) return false;
+  bool swapped = false;
+  for (int32_t k = 0; k < nt; ++k) {
+    const auto s = static_cast<size_t>(k);
+    const int8_t st = nstat[s];
+    if (st == kNbBasic || st == kNbFixed) continue;
+    const double dk = d[s];
+    const bool bad = (st == kNbLower && dk < 0.0) || (st == kNbUpper && dk > 0.0) ||
+                     (st == kNbZero && dk != 0.0);
+    if (!bad) continue;
+    if (lb[s] > -kInf && ub[s] < kInf && std::fabs(dk) > tols) {
+      setnonbasic(k, st == kNbLower ? kNbUpper : kNbLower);
+      swapped = true;
+    } else {
+      cost[s] -= dk;
+      d[s] = 0.0;
+      costshifted = 1;
+    }
+  }
+  if (swapped) computexb();
+  return true;
+}
+
+int32_t SimEngine::dualprice() const {
+  // Choose the leaving row: largest squared infeasibility over its weight.
+  int32_t p = -1;
+  double best = 0.0;
+  for (int32_t pp = 0; pp < m; ++pp) {
+    const auto k = static_cast<size_t>(head[static_cast<size_t>(pp)]);
+    double v = 0.0;
+    if (x[k] < lb[k] - tolx)
+      v = lb[k] - x[k];
+    else if (x[k] > ub[k] + tolx)
+      v = x[k] - ub[k];
+    if (v <= 0.0) continue;
+    const double merit = v * v / w[static_cast<size_t>(pp)];
+    if (merit > best) {
+      best = merit;
+      p = pp;
+    }
+  }
+  return p;
+}
+
+int32_t SimEngine::dualratio(double sgn, double delta) {
+  // Candidates: non-basic variables whose reduced cost bounds the dual step.
+  int32_t nc = 0;
+  double maxalpha = 0.0;
+  for (int32_t t = 0; t < alphanz; ++t) {
+    const int32_t k = alphaidx[static_cast<size_t>(t)];
+    const auto s = static_cast<size_t>(k);
+    if (pos[s] >= 0) continue;
+    const double as = sgn * alpha[s];
+    double dk = 0.0;
+    switch (nstat[s]) {
+      case kNbLower:
+        if (as <= tolpiv) continue;
+        dk = d[s];
+        break;
+      case kNbUpper:
+        if (as >= -tolpiv) continue;
+        dk = -d[s];
+        break;
+      case kNbZero:
+        if (std::fabs(as) <= tolpiv) continue;
+        dk = as > 0.0 ? d[s] : -d[s];
+        break;
+      default:
+        continue;
+    }
+    cand[static_cast<size_t>(nc)] = k;
+    candratio[static_cast<size_t>(nc)] = dk;
+    ++nc;
+    maxalpha = std::max(maxalpha, std::fabs(as));
+  }
+
+  // Long step: pass break points in Harris groups; boxed variables passed swap bounds while
+  // the slope of the dual objective stays positive.
+  int32_t q = -1;
+  numflips = 0;
+  double slope = std::fabs(delta);
+  int32_t left = nc;
+  while (left > 0) {
+    double bound = kInf;
+    for (int32_t c = 0; c < left; ++c) {
+      const auto k = static_cast<size_t>(cand[static_cast<size_t>(c)]);
+      const double a = std::fabs(alpha[k]);
+      bound = std::min(bound, (candratio[static_cast<size_t>(c)] + tols) / a);
+    }
+    // Move the group (ratio within the bound) to the front.
+    int32_t g = 0;
+    double gslope = 0.0;
+    double gbest = 0.0;
+    int32_t gq = -1;
+    for (int32_t c = 0; c < left; ++c) {
+      const auto k = static_cast<size_t>(cand[static_cast<size_t>(c)]);
+      const double a = std::fabs(alpha[k]);
+      if (candratio[static_cast<size_t>(c)] / a > bound) continue;
+      std::swap(cand[static_cast<size_t>(c)], cand[static_cast<size_t>(g)]);
+      std::swap(candratio[static_cast<size_t>(c)], candratio[static_cast<size_t>(g)]);
+      ++g;
+      gslope += a * (ub[k] - lb[k]);  // inf for a variable that is not boxed
+      if (a > gbest) {
+        gbest = a;
+        gq = static_cast<int32_t>(k);
+      }
+    }
+    if (slope - gslope > 0.0 && g < left) {
+      // Every variable of the group swaps; go on with the rest.
+      for (int32_t c = 0; c < g; ++c)
+        flips[static_cast<size_t>(numflips++)] = cand[static_cast<size_t>(c)];
+      slope -= gslope;
+      for (int32_t c = g; c < left; ++c) {
+        cand[static_cast<size_t>(c - g)] = cand[static_cast<size_t>(c)];
+        candratio[static_cast<size_t>(c - g)] = candratio[static_cast<size_t>(c)];
+      }
+      left -= g;
+      continue;
+    }
+    if (slope - gslope > tolx) {
+      // All candidates swap and the row stays infeasible: the dual is unbounded.
+      left = 0;
+      break;
+    }
+    q = gq;
+    break;
+  }
+
+  return q;
+}
+
 int32_t SimEngine::dualloop(int32_t phase) {
   bool needfactor = false;
   bool fresh = true;  // the factor has no updates since the last recomputation
@@ -69,51 +218,14 @@ int32_t SimEngine::dualloop(int32_t phase) {
   int64_t sincecheck = 0;
   for (;;) {
     if (needfactor || (updates > 0 && VLR_lu_factornow(lu) != 0)) {
-      // Recomputed duals drift from the updated ones; small wrong signs are cleaned by a
-      // shift of the cost, a boxed variable by a swap.
-      if (!refresh()) return kLoopStopped;
-      bool swapped = false;
-      for (int32_t k = 0; k < nt; ++k) {
-        const auto s = static_cast<size_t>(k);
-        const int8_t st = nstat[s];
-        if (st == kNbBasic || st == kNbFixed) continue;
-        const double dk = d[s];
-        const bool bad = (st == kNbLower && dk < 0.0) || (st == kNbUpper && dk > 0.0) ||
-                         (st == kNbZero && dk != 0.0);
-        if (!bad) continue;
-        if (lb[s] > -kInf && ub[s] < kInf && std::fabs(dk) > tols) {
-          setnonbasic(k, st == kNbLower ? kNbUpper : kNbLower);
-          swapped = true;
-        } else {
-          cost[s] -= dk;
-          d[s] = 0.0;
-          costshifted = 1;
-        }
-      }
-      if (swapped) computexb();
+      if (!dualrefresh()) return kLoopStopped;
       needfactor = false;
       fresh = true;
     }
     if (!withinlimits(&sincecheck)) return kLoopStopped;
     logline(phase, false);
 
-    // Choose the leaving row: largest squared infeasibility over its weight.
-    int32_t p = -1;
-    double best = 0.0;
-    for (int32_t pp = 0; pp < m; ++pp) {
-      const auto k = static_cast<size_t>(head[static_cast<size_t>(pp)]);
-      double v = 0.0;
-      if (x[k] < lb[k] - tolx)
-        v = lb[k] - x[k];
-      else if (x[k] > ub[k] + tolx)
-        v = x[k] - ub[k];
-      if (v <= 0.0) continue;
-      const double merit = v * v / w[static_cast<size_t>(pp)];
-      if (merit > best) {
-        best = merit;
-        p = pp;
-      }
-    }
+    const int32_t p = dualprice();
     if (p < 0) {
       if (!fresh) {  // confirm on a fresh factor
         needfactor = true;
@@ -139,89 +251,7 @@ int32_t SimEngine::dualloop(int32_t phase) {
     }
     formrow();
 
-    // Candidates: non-basic variables whose reduced cost bounds the dual step.
-    int32_t nc = 0;
-    double maxalpha = 0.0;
-    for (int32_t t = 0; t < alphanz; ++t) {
-      const int32_t k = alphaidx[static_cast<size_t>(t)];
-      const auto s = static_cast<size_t>(k);
-      if (pos[s] >= 0) continue;
-      const double as = sgn * alpha[s];
-      double dk = 0.0;
-      switch (nstat[s]) {
-        case kNbLower:
-          if (as <= tolpiv) continue;
-          dk = d[s];
-          break;
-        case kNbUpper:
-          if (as >= -tolpiv) continue;
-          dk = -d[s];
-          break;
-        case kNbZero:
-          if (std::fabs(as) <= tolpiv) continue;
-          dk = as > 0.0 ? d[s] : -d[s];
-          break;
-        default:
-          continue;
-      }
-      cand[static_cast<size_t>(nc)] = k;
-      candratio[static_cast<size_t>(nc)] = dk;
-      ++nc;
-      maxalpha = std::max(maxalpha, std::fabs(as));
-    }
-
-    // Long step: pass break points in Harris groups; boxed variables passed swap bounds while
-    // the slope of the dual objective stays positive.
-    int32_t q = -1;
-    numflips = 0;
-    double slope = std::fabs(delta);
-    int32_t left = nc;
-    while (left > 0) {
-      double bound = kInf;
-      for (int32_t c = 0; c < left; ++c) {
-        const auto k = static_cast<size_t>(cand[static_cast<size_t>(c)]);
-        const double a = std::fabs(alpha[k]);
-        bound = std::min(bound, (candratio[static_cast<size_t>(c)] + tols) / a);
-      }
-      // Move the group (ratio within the bound) to the front.
-      int32_t g = 0;
-      double gslope = 0.0;
-      double gbest = 0.0;
-      int32_t gq = -1;
-      for (int32_t c = 0; c < left; ++c) {
-        const auto k = static_cast<size_t>(cand[static_cast<size_t>(c)]);
-        const double a = std::fabs(alpha[k]);
-        if (candratio[static_cast<size_t>(c)] / a > bound) continue;
-        std::swap(cand[static_cast<size_t>(c)], cand[static_cast<size_t>(g)]);
-        std::swap(candratio[static_cast<size_t>(c)], candratio[static_cast<size_t>(g)]);
-        ++g;
-        gslope += a * (ub[k] - lb[k]);  // inf for a variable that is not boxed
-        if (a > gbest) {
-          gbest = a;
-          gq = static_cast<int32_t>(k);
-        }
-      }
-      if (slope - gslope > 0.0 && g < left) {
-        // Every variable of the group swaps; go on with the rest.
-        for (int32_t c = 0; c < g; ++c)
-          flips[static_cast<size_t>(numflips++)] = cand[static_cast<size_t>(c)];
-        slope -= gslope;
-        for (int32_t c = g; c < left; ++c) {
-          cand[static_cast<size_t>(c - g)] = cand[static_cast<size_t>(c)];
-          candratio[static_cast<size_t>(c - g)] = candratio[static_cast<size_t>(c)];
-        }
-        left -= g;
-        continue;
-      }
-      if (slope - gslope > tolx) {
-        // All candidates swap and the row stays infeasible: the dual is unbounded.
-        left = 0;
-        break;
-      }
-      q = gq;
-      break;
-    }
-
+    const int32_t q = dualratio(sgn, delta);
     if (q < 0) {
       if (!fresh) {
         needfactor = true;
@@ -239,21 +269,8 @@ int32_t SimEngine::dualloop(int32_t phase) {
     const double alphar = alpha[sq];
     if (std::fabs(alphac - alphar) > 1e-7 * (1.0 + std::fabs(alphac)) ||
         std::fabs(alphac) < tolpiv) {
-      ++badevents;
-      ++info->numsetbacks;
       spike.clear();
-      if (badevents > par->maxsetbacks) {
-        log("Too many (%d) bad events\n", badevents);
-        info->response = kSimSetbacks;
-        return kLoopStopped;
-      }
-      if (!fresh) {
-        needfactor = true;
-        continue;
-      }
-      // On a fresh factor the row and the column disagree: tighten the LU and refactor.
-      VLR_lu_putpivotmethod(lu, kLuPivotRowAndColumn);
-      VLR_lu_puttol(lu, kLuTolRelPiv, std::min(0.5, VLR_lu_gettol(lu, kLuTolRelPiv) * 10.0));
+      if (!badevent(&badevents, fresh)) return kLoopStopped;
       needfactor = true;
       continue;
     }

@@ -542,6 +542,55 @@ int32_t SimEngine::primalresetbounds() {
   return moved;
 }
 
+// Degeneracy is measured over blocks of iterations: the share of zero steps since blockdeg
+// picks a kick level by the kick mode; the deepest level also lengthens the next block.
+void SimEngine::primalkickblock(int64_t* blocksize, int64_t blockdeg) {
+  const double f = static_cast<double>(info->degiter - blockdeg) / static_cast<double>(*blocksize);
+  int32_t level = 0;
+  switch (kickmode) {
+    case 3:
+      level = f > 0.5 ? 3 : (f > 0.3 ? 2 : (f > 0.2 ? 1 : 0));
+      break;
+    case 2:
+      level = f > 0.7 && kicked ? 3 : (f > 0.4 ? 2 : (f > 0.3 ? 1 : 0));
+      break;
+    default:
+      level = f > 0.9 && kicked ? 3 : (f > 0.7 && kicked ? 2 : (f > 0.4 ? 1 : 0));
+      break;
+  }
+  if (f > 0.05 && level > 0) primalkick(level);
+  if (level == 3) *blocksize += 300;
+}
+
+// The ray of an unbounded problem along entering q moving by dir: q moves by dir and the basic
+// variables with it.
+void SimEngine::primalray(int32_t q, double dir) {
+  ray.assign(static_cast<size_t>(nt), 0.0);
+  ray[static_cast<size_t>(q)] = dir;
+  for (int32_t t = 0; t < col.nz; ++t) {
+    const int32_t pp = col.idx[static_cast<size_t>(t)];
+    ray[static_cast<size_t>(head[static_cast<size_t>(pp)])] =
+        -dir * col.val[static_cast<size_t>(pp)];
+  }
+}
+
+// q reaches its other bound before any basic variable leaves: the values move by the signed
+// step along the column, q swaps its bound, and the basis stays.
+void SimEngine::primalflip(int32_t q, double move, int32_t phase, bool lazy) {
+  spike.clear();
+  for (int32_t t = 0; t < col.nz; ++t) {
+    const int32_t pp = col.idx[static_cast<size_t>(t)];
+    x[static_cast<size_t>(head[static_cast<size_t>(pp)])] -=
+        move * col.val[static_cast<size_t>(pp)];
+  }
+  setnonbasic(q, nstat[static_cast<size_t>(q)] == kNbLower ? kNbUpper : kNbLower);
+  ++info->iter[par->slot];
+  if (phase == 1) {
+    ++info->infiter;
+    primalcostupdate(lazy);
+  }
+}
+
 int32_t SimEngine::primalloop() {
   const auto sm = static_cast<size_t>(m);
   if (pw.size() != static_cast<size_t>(nt)) devexreset();
@@ -587,22 +636,7 @@ int32_t SimEngine::primalloop() {
       lastdual = iterations();
     }
     if (kickmode != 0 && iterations() - blockstart >= blocksize) {
-      const double f =
-          static_cast<double>(info->degiter - blockdeg) / static_cast<double>(blocksize);
-      int32_t level = 0;
-      switch (kickmode) {
-        case 3:
-          level = f > 0.5 ? 3 : (f > 0.3 ? 2 : (f > 0.2 ? 1 : 0));
-          break;
-        case 2:
-          level = f > 0.7 && kicked ? 3 : (f > 0.4 ? 2 : (f > 0.3 ? 1 : 0));
-          break;
-        default:
-          level = f > 0.9 && kicked ? 3 : (f > 0.7 && kicked ? 2 : (f > 0.4 ? 1 : 0));
-          break;
-      }
-      if (f > 0.05 && level > 0) primalkick(level);
-      if (level == 3) blocksize += 300;
+      primalkickblock(&blocksize, blockdeg);
       blockstart = iterations();
       blockdeg = info->degiter;
     }
@@ -656,41 +690,18 @@ int32_t SimEngine::primalloop() {
         continue;
       }
       if (phase == 1) {
-        // The sum of infeasibilities cannot fall without end: the column is wrong.
-        ++info->numsetbacks;
-        if (++badevents > par->maxsetbacks) {
-          log("Too many (%d) bad events\n", badevents);
-          info->response = kSimSetbacks;
-          return kLoopStopped;
-        }
+        // The sum of infeasibilities cannot fall without end: the column is wrong, not the
+        // factor.
+        if (!badevent(&badevents, false)) return kLoopStopped;
         d[sq] = 0.0;
         continue;
       }
-      // Unbounded along q: the ray moves q by dir and the basic variables with it.
-      ray.assign(static_cast<size_t>(nt), 0.0);
-      ray[sq] = dir;
-      for (int32_t t = 0; t < col.nz; ++t) {
-        const int32_t pp = col.idx[static_cast<size_t>(t)];
-        ray[static_cast<size_t>(head[static_cast<size_t>(pp)])] =
-            -dir * col.val[static_cast<size_t>(pp)];
-      }
+      primalray(q, dir);
       return kLoopUnbounded;
     }
 
     if (flip) {
-      // q reaches its other bound first: no change of basis.
-      spike.clear();
-      for (int32_t t = 0; t < col.nz; ++t) {
-        const int32_t pp = col.idx[static_cast<size_t>(t)];
-        x[static_cast<size_t>(head[static_cast<size_t>(pp)])] -=
-            dir * step * col.val[static_cast<size_t>(pp)];
-      }
-      setnonbasic(q, nstat[sq] == kNbLower ? kNbUpper : kNbLower);
-      ++info->iter[par->slot];
-      if (phase == 1) {
-        ++info->infiter;
-        primalcostupdate(lazy);
-      }
+      primalflip(q, dir * step, phase, lazy);
       continue;
     }
 
@@ -713,18 +724,7 @@ int32_t SimEngine::primalloop() {
     if (std::fabs(alphac - alphar) > 1e-7 * (1.0 + std::fabs(alphac)) ||
         std::fabs(alphac) <= tolpiv) {
       spike.clear();
-      ++info->numsetbacks;
-      if (++badevents > par->maxsetbacks) {
-        log("Too many (%d) bad events\n", badevents);
-        info->response = kSimSetbacks;
-        return kLoopStopped;
-      }
-      if (fresh) {
-        // Row and column disagree on a fresh factor: a stricter LU.
-        VLR_lu_putpivotmethod(lu, kLuPivotRowAndColumn);
-        VLR_lu_puttol(lu, kLuTolRelPiv, std::min(0.5, VLR_lu_gettol(lu, kLuTolRelPiv) * 10.0));
-        tolpiv = std::min(tolpiv * 10.0, 1e-4);
-      }
+      if (!badevent(&badevents, fresh)) return kLoopStopped;
       needfactor = true;
       continue;
     }

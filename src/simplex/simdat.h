@@ -193,9 +193,18 @@ struct SimEngine {
   // ---- Dual simplex (dsimplex.cpp) ----
   // Runs the dual loop on the working data from a dual feasible basis.
   int32_t dualloop(int32_t phase);
+  // The steps of the dual loop. After a factor: values and duals from scratch, and wrong signs
+  // of reduced costs cleaned by a swap of a boxed variable or a shift of the cost; false (with
+  // the response set) on a failure.
+  bool dualrefresh();
+  // The leaving position: the largest squared infeasibility over its weight; -1 for none.
+  int32_t dualprice() const;
+  // The entering variable of the bound-swap ratio test along the pivot row, for a leaving
+  // variable that moves by delta (sign sgn); boxed variables passed while the slope stays
+  // positive are listed in flips. -1 when every candidate swaps and the row stays infeasible.
+  int32_t dualratio(double sgn, double delta);
   // Makes the basis dual feasible: flips boxed variables, and runs the first phase on the
-  // boxed auxiliary problem when other variables have the wrong reduced cost. Returns 0 when
-  // dual feasible, 1 when the problem is dual infeasible, 2 on a stop.
+  // boxed auxiliary problem when other variables have the wrong reduced cost.
   // kPhaseOneFeasible, kPhaseOneInfeasible (wrong signs left) or kPhaseOneStopped.
   int32_t dualphaseone();
   void perturbcost();
@@ -221,6 +230,11 @@ struct SimEngine {
   void primalcostupdate(bool lazy);
   void primalperturb();
   void primalkick(int32_t level);
+  // Steps of the primal loop: the kick check at the end of a block of iterations, the ray of
+  // an unbounded problem along the column, and a bound flip of the entering variable.
+  void primalkickblock(int64_t* blocksize, int64_t blockdeg);
+  void primalray(int32_t q, double dir);
+  void primalflip(int32_t q, double move, int32_t phase, bool lazy);
   int32_t primalresetbounds();  // back to the true bounds; returns the count moved
   void devexreset();
   void queinsert(int32_t k);  // adds an attractive variable to the queue when it has room
@@ -234,6 +248,12 @@ struct SimEngine {
   bool withinlimits(int64_t* sincecheck);
   // Factor, then values and duals from scratch; false (with the response set) on a failure.
   bool refresh();
+  // The recovery of both roads from a bad event (the pivot row and column disagree, or a step
+  // that must exist does not): counts it against the limit of set-backs, false (response set)
+  // once the limit is passed. With tighten set (a disagreement on a factor without updates, so
+  // the factor's own) the LU then pivots against rows and columns with a tighter threshold, and
+  // the smallest pivot taken grows. The caller refactors.
+  bool badevent(int32_t* count, bool tighten);
 };
 
 }  // namespace vlr
