@@ -1,0 +1,231 @@
+// tests/simplex/simplex_test.cpp: the pivoting optimisers on problems small enough to follow by
+// hand: pinned iteration counts and bases, a problem that cycles under naive pivoting, a start
+// basis that is singular, a start that has lost primal feasibility, and the bound-swap ratio
+// test that passes several break points in one iteration.
+// SPDX-License-Identifier: Apache-2.0
+#include "simplex/simplex.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "velor.h"
+
+namespace {
+
+constexpr double kInf = 1e30;
+
+// A problem in the simplex's form, held in vectors: rows first, then columns.
+struct Lp {
+  std::vector<int64_t> beg{0};
+  std::vector<int32_t> idx;
+  std::vector<double> val, c, bl, bu;
+  std::vector<int32_t> bk;
+  int32_t m = 0, n = 0;
+
+  void Row(int32_t key, double l, double u) {
+    bk.insert(bk.begin() + m, key);
+    bl.insert(bl.begin() + m, l);
+    bu.insert(bu.begin() + m, u);
+    ++m;
+  }
+  void Col(double cost, int32_t key, double l, double u,
+           const std::vector<std::pair<int32_t, double>>& entries) {
+    for (const auto& [i, a] : entries) {
+      idx.push_back(i);
+      val.push_back(a);
+    }
+    beg.push_back(static_cast<int64_t>(idx.size()));
+    c.push_back(cost);
+    bk.push_back(key);
+    bl.push_back(l);
+    bu.push_back(u);
+    ++n;
+  }
+  vlr::SimLp View() const {
+    vlr::SimLp lp;
+    lp.m = m;
+    lp.n = n;
+    lp.abeg = beg.data();
+    lp.aidx = idx.data();
+    lp.aval = val.data();
+    lp.c = c.data();
+    lp.bk = bk.data();
+    lp.bl = bl.data();
+    lp.bu = bu.data();
+    return lp;
+  }
+};
+
+struct Outcome {
+  vlr::SimInfo info;
+  std::vector<int32_t> sk;
+  std::vector<double> x, y, d;
+  int64_t Iters() const { return info.iter[0] + info.iter[1] + info.iter[2] + info.iter[3]; }
+};
+
+class SimplexTest : public ::testing::TestWithParam<int32_t> {
+ protected:
+  void SetUp() override { sys_ = vlr::VLR_sysenv_make(0, 10, nullptr, nullptr, nullptr); }
+  void TearDown() override { EXPECT_EQ(vlr::VLR_sysenv_delete(&sys_), 0); }
+
+  // Solves from the slack basis, or from keys when given; the slot is the test's parameter.
+  Outcome Solve(const Lp& lp, const std::vector<int32_t>& start = {}, bool dualize = false) {
+    vlr::SimParam par;
+    vlr::VLR_simplex_initparam(&par);
+    par.loglevel = 0;
+    par.slot = GetParam();
+    par.solveform = dualize ? vlr::kSimFormDual : vlr::kSimFormPrimal;
+    Outcome r;
+    const auto nt = static_cast<size_t>(lp.m + lp.n);
+    r.sk = start.empty() ? std::vector<int32_t>(nt, 0) : start;
+    r.x.assign(nt, 0.0);
+    r.d.assign(nt, 0.0);
+    r.y.assign(static_cast<size_t>(lp.m) + 1, 0.0);
+    vlr::SimSol sol{r.sk.data(), r.x.data(), r.y.data(), r.d.data()};
+    vlr::VLR_simplex_optimize(sys_, par, vlr::SimCallbacks(), lp.View(), start.empty() ? 0 : 1,
+                              &sol, &r.info);
+    return r;
+  }
+
+  // Optimality recomputed from the data: bounds and rows, the signs of the reduced costs against
+  // the side each variable rests on, and m basic keys.
+  static void ExpectOptimal(const Lp& lp, const Outcome& r, double objective) {
+    ASSERT_EQ(r.info.solsta, VLR_SOL_STA_OPTIMAL);
+    const int32_t m = lp.m;
+    double obj = 0.0;
+    int32_t basic = 0;
+    for (int32_t k = 0; k < m + lp.n; ++k) {
+      const int32_t key = lp.bk[k];
+      const double l = key == VLR_BK_UP || key == VLR_BK_FR ? -kInf : lp.bl[k];
+      const double u = key == VLR_BK_LO || key == VLR_BK_FR ? kInf
+                       : key == VLR_BK_FX                   ? lp.bl[k]
+                                                            : lp.bu[k];
+      double v = r.x[k], dk = k < m ? r.y[k] : lp.c[k - m];
+      if (k >= m) {
+        obj += lp.c[k - m] * v;
+        for (int64_t e = lp.beg[k - m]; e < lp.beg[k - m + 1]; ++e)
+          dk -= lp.val[e] * r.y[lp.idx[e]];
+      } else {
+        v = 0.0;
+        for (int32_t j = 0; j < lp.n; ++j) {
+          for (int64_t e = lp.beg[j]; e < lp.beg[j + 1]; ++e)
+            if (lp.idx[e] == k) v += lp.val[e] * r.x[m + j];
+        }
+      }
+      EXPECT_GE(v, l - 1e-9) << k;
+      EXPECT_LE(v, u + 1e-9) << k;
+      if (v > l + 1e-9) {
+        EXPECT_LE(dk, 1e-9) << k;
+      }
+      if (v < u - 1e-9) {
+        EXPECT_GE(dk, -1e-9) << k;
+      }
+      basic += r.sk[k] == VLR_SK_BAS;
+    }
+    EXPECT_NEAR(obj, objective, 1e-9);
+    EXPECT_EQ(basic, m);
+  }
+
+  vlr::SysEnv* sys_ = nullptr;
+};
+
+// max 3 x0 + 2 x1 (as min -3 x0 - 2 x1) over x0 + x1 <= 4, x0 + 3 x1 <= 7, x0 <= 3: the optimum
+// (3, 1) has x0 at its bound and x1 and row 1's slack basic. The counts of iterations are
+// pinned: a change of pricing or ratio test shows here first.
+TEST_P(SimplexTest, SmallProblemPinsItsBasisAndIterations) {
+  Lp lp;
+  lp.Row(VLR_BK_UP, -kInf, 4);
+  lp.Row(VLR_BK_UP, -kInf, 7);
+  lp.Col(-3, VLR_BK_RA, 0, 3, {{0, 1}, {1, 1}});
+  lp.Col(-2, VLR_BK_LO, 0, kInf, {{0, 1}, {1, 3}});
+  const Outcome r = Solve(lp);
+  ExpectOptimal(lp, r, -11.0);
+  EXPECT_EQ(r.sk[0], VLR_SK_UPR);  // row 0 at its bound
+  EXPECT_EQ(r.sk[1], VLR_SK_BAS);  // row 1 at 6 below its 7
+  EXPECT_EQ(r.sk[2], VLR_SK_UPR);  // x0 at 3
+  EXPECT_EQ(r.sk[3], VLR_SK_BAS);
+  // Counts of this build's pricing and ratio tests, one road each.
+  EXPECT_EQ(r.Iters(), GetParam() == vlr::kSimSlotDual ? 2 : 1);
+}
+
+// Beale's example cycles under the textbook rule; every road must end at -1.25.
+TEST_P(SimplexTest, DegenerateCyclingExampleEndsOptimal) {
+  Lp lp;
+  lp.Row(VLR_BK_UP, -kInf, 0);
+  lp.Row(VLR_BK_UP, -kInf, 0);
+  lp.Row(VLR_BK_UP, -kInf, 1);
+  lp.Col(-0.75, VLR_BK_LO, 0, kInf, {{0, 0.25}, {1, 0.5}});
+  lp.Col(20, VLR_BK_LO, 0, kInf, {{0, -8}, {1, -12}});
+  lp.Col(-0.5, VLR_BK_LO, 0, kInf, {{0, -1}, {1, -0.5}, {2, 1}});
+  lp.Col(6, VLR_BK_LO, 0, kInf, {{0, 9}, {1, 3}});
+  for (bool dualize : {false, true}) {
+    const Outcome r = Solve(lp, {}, dualize);
+    ExpectOptimal(lp, r, -1.25);
+    EXPECT_LT(r.Iters(), 50);
+  }
+}
+
+// A start basis whose two basic columns are equal is singular: the factor puts a slack in for
+// the rank it lacks, and the run still ends optimal.
+TEST_P(SimplexTest, SingularStartBasisIsRepaired) {
+  Lp lp;
+  lp.Row(VLR_BK_LO, 2, kInf);
+  lp.Row(VLR_BK_LO, 1, kInf);
+  lp.Col(1, VLR_BK_LO, 0, kInf, {{0, 1}, {1, 1}});
+  lp.Col(2, VLR_BK_LO, 0, kInf, {{0, 1}, {1, 1}});  // the same column, dearer
+  lp.Col(3, VLR_BK_LO, 0, kInf, {{1, 1}});
+  const std::vector<int32_t> start = {VLR_SK_LOW, VLR_SK_LOW, VLR_SK_BAS, VLR_SK_BAS, VLR_SK_LOW};
+  const Outcome r = Solve(lp, start);
+  ExpectOptimal(lp, r, 2.0);
+  EXPECT_GE(r.info.numartificial + r.info.numsetbacks + r.Iters(), 1);
+}
+
+// The optimal basis of a problem is handed back after a bound moved so that a basic variable
+// lies outside it: primal feasibility is lost, and the run regains it from there.
+TEST_P(SimplexTest, StartThatLostPrimalFeasibilityRecovers) {
+  Lp lp;
+  lp.Row(VLR_BK_UP, -kInf, 4);
+  lp.Row(VLR_BK_UP, -kInf, 6);
+  lp.Col(-3, VLR_BK_RA, 0, 3, {{0, 1}, {1, 1}});
+  lp.Col(-2, VLR_BK_LO, 0, kInf, {{0, 1}, {1, 3}});
+  const Outcome first = Solve(lp);
+  ASSERT_EQ(first.info.solsta, VLR_SOL_STA_OPTIMAL);
+  lp.bu[0] = 2;  // row 0 now caps x0 + x1 at 2: x1 = 1 with x0 = 3 no longer fits
+  const Outcome again = Solve(lp, first.sk);
+  // x0 = 2, x1 = 0 (x0 is worth 3 a unit, x1 2).
+  ExpectOptimal(lp, again, -6.0);
+  EXPECT_GE(again.Iters(), 1);
+  EXPECT_LE(again.Iters(), 4);
+}
+
+// min sum x_j over 0 <= x_j <= 1 and sum x_j >= 3.5 with costs 1, 2, 3, 4, 5: the dual simplex
+// passes the cheapest three break points in one ratio test (the first three columns swap to
+// their upper bounds) and takes the fourth in; one iteration.
+TEST_P(SimplexTest, BoundSwapRatioTestPassesSeveralBreakPoints) {
+  Lp lp;
+  lp.Row(VLR_BK_LO, 3.5, kInf);
+  for (int32_t j = 0; j < 5; ++j)
+    lp.Col(j + 1.0, VLR_BK_RA, 0, 1, {{0, 1}});
+  const Outcome r = Solve(lp);
+  ExpectOptimal(lp, r, 1 + 2 + 3 + 0.5 * 4);
+  EXPECT_EQ(r.x[1], 1.0);
+  EXPECT_EQ(r.x[2], 1.0);
+  EXPECT_EQ(r.x[3], 1.0);
+  EXPECT_NEAR(r.x[4], 0.5, 1e-12);
+  if (GetParam() == vlr::kSimSlotDual) {
+    EXPECT_EQ(r.Iters(), 1);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Roads, SimplexTest,
+                         ::testing::Values(vlr::kSimSlotDual, vlr::kSimSlotPrimal),
+                         [](const ::testing::TestParamInfo<int32_t>& p) {
+                           return std::string(p.param == vlr::kSimSlotDual ? "dual" : "primal");
+                         });
+
+}  // namespace
