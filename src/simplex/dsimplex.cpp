@@ -211,6 +211,114 @@ int32_t SimEngine::dualratio(double sgn, double delta) {
   return q;
 }
 
+// The iteration after the choice of p (leaving towards target) and q: the dual step, the swaps
+// of the boxed variables the ratio test passed, the primal step, the dual steepest-edge weights
+// and the exchange in the basis and the factor. False (response set) when the factor is out of
+// space; *needfactor when it asks to be made again.
+bool SimEngine::dualupdate(int32_t p, int32_t q, double sgn, double target, bool tolower,
+                           int32_t phase, bool* needfactor) {
+  const auto sq = static_cast<size_t>(q);
+  const int32_t leave = head[static_cast<size_t>(p)];
+  const auto sl = static_cast<size_t>(leave);
+  const double alphac = col.val[static_cast<size_t>(p)];
+  const double alphar = alpha[sq];
+  // The dual step; a reduced cost that lies on the wrong side within the tolerance is
+  // shifted to zero so that the step never goes backwards.
+  double thetad = d[sq] / alphar;
+  if (thetad * sgn < 0.0) {
+    cost[sq] -= d[sq];
+    d[sq] = 0.0;
+    thetad = 0.0;
+    costshifted = 1;
+  }
+
+  // Swaps of the passed boxed variables: xB -= B^-1 (sum of a(k) dx(k)).
+  if (numflips > 0) {
+    // Gather sum a(k) dx(k) straight into the solve's input. An entry that cancels to zero
+    // keeps a tiny value so that it never enters the pattern twice.
+    auto add = [&](int32_t i, double v) {
+      double& e = in.val[static_cast<size_t>(i)];
+      if (e == 0.0) in.idx[static_cast<size_t>(in.nz++)] = i;
+      e += v;
+      if (e == 0.0) e = 1e-300;
+    };
+    in.nz = 0;
+    for (int32_t f = 0; f < numflips; ++f) {
+      const int32_t k = flips[static_cast<size_t>(f)];
+      const auto s = static_cast<size_t>(k);
+      const double dx = nstat[s] == kNbLower ? ub[s] - lb[s] : lb[s] - ub[s];
+      setnonbasic(k, nstat[s] == kNbLower ? kNbUpper : kNbLower);
+      if (k < m) {
+        add(k, -dx);
+      } else {
+        for (int64_t t = abeg[k - m]; t < abeg[k - m + 1]; ++t)
+          add(aidx[t], aval[t] * dx);
+      }
+    }
+    tau.clear();
+    VLR_lu_ftrans(lu, in.nz, in.val.data(), in.idx.data(), &tau.nz, tau.val.data(), tau.idx.data(),
+                  static_cast<int32_t>(iwork.size()), iwork.data(),
+                  static_cast<int32_t>(marker.size()), marker.data(), 1e-14, 1e-14);
+    in.nz = 0;
+    for (int32_t t = 0; t < tau.nz; ++t) {
+      const int32_t pp = tau.idx[static_cast<size_t>(t)];
+      x[static_cast<size_t>(head[static_cast<size_t>(pp)])] -= tau.val[static_cast<size_t>(pp)];
+    }
+  }
+
+  ftrantau();
+
+  // Primal step: the leaving variable goes to its bound, the entering one takes its place.
+  const double thetap = (x[sl] - target) / alphac;
+  for (int32_t t = 0; t < col.nz; ++t) {
+    const int32_t pp = col.idx[static_cast<size_t>(t)];
+    x[static_cast<size_t>(head[static_cast<size_t>(pp)])] -=
+        thetap * col.val[static_cast<size_t>(pp)];
+  }
+  x[sq] += thetap;
+
+  // Dual step over the pivot row.
+  if (thetad != 0.0) {
+    for (int32_t t = 0; t < alphanz; ++t) {
+      const auto k = static_cast<size_t>(alphaidx[static_cast<size_t>(t)]);
+      if (pos[k] < 0) d[k] -= thetad * alpha[k];
+    }
+  } else {
+    ++info->degiter;
+  }
+  d[sq] = 0.0;
+
+  // Dual steepest-edge weights.
+  {
+    const double wp = w[static_cast<size_t>(p)];
+    for (int32_t t = 0; t < col.nz; ++t) {
+      const int32_t pp = col.idx[static_cast<size_t>(t)];
+      if (pp == p) continue;
+      const double r = col.val[static_cast<size_t>(pp)] / alphac;
+      double& wi = w[static_cast<size_t>(pp)];
+      wi = std::max(wi + r * (r * wp - 2.0 * tau.val[static_cast<size_t>(pp)]), kMinWeight);
+    }
+    w[static_cast<size_t>(p)] = std::max(wp / (alphac * alphac), kMinWeight);
+  }
+
+  // The exchange.
+  const int32_t lr = updatelu(p);
+  head[static_cast<size_t>(p)] = q;
+  pos[sq] = p;
+  nstat[sq] = kNbBasic;
+  setnonbasic(leave, lb[sl] == ub[sl] ? kNbFixed : (tolower ? kNbLower : kNbUpper));
+  x[sl] = target;
+  d[sl] = -thetad;
+  ++info->iter[par->slot];
+  if (phase == 1) ++info->infiter;
+  if (lr == kLuNoSpace) {
+    info->response = kSimNoSpace;
+    return false;
+  }
+  if (lr != kLuOk) *needfactor = true;  // kLuRefactorSoon included
+  return true;
+}
+
 int32_t SimEngine::dualloop(int32_t phase) {
   bool needfactor = false;
   bool fresh = true;  // the factor has no updates since the last recomputation
@@ -275,102 +383,8 @@ int32_t SimEngine::dualloop(int32_t phase) {
       continue;
     }
 
-    // The dual step; a reduced cost that lies on the wrong side within the tolerance is
-    // shifted to zero so that the step never goes backwards.
-    double thetad = d[sq] / alphar;
-    if (thetad * sgn < 0.0) {
-      cost[sq] -= d[sq];
-      d[sq] = 0.0;
-      thetad = 0.0;
-      costshifted = 1;
-    }
-
-    // Swaps of the passed boxed variables: xB -= B^-1 (sum of a(k) dx(k)).
-    if (numflips > 0) {
-      // Gather sum a(k) dx(k) straight into the solve's input. An entry that cancels to zero
-      // keeps a tiny value so that it never enters the pattern twice.
-      auto add = [&](int32_t i, double v) {
-        double& e = in.val[static_cast<size_t>(i)];
-        if (e == 0.0) in.idx[static_cast<size_t>(in.nz++)] = i;
-        e += v;
-        if (e == 0.0) e = 1e-300;
-      };
-      in.nz = 0;
-      for (int32_t f = 0; f < numflips; ++f) {
-        const int32_t k = flips[static_cast<size_t>(f)];
-        const auto s = static_cast<size_t>(k);
-        const double dx = nstat[s] == kNbLower ? ub[s] - lb[s] : lb[s] - ub[s];
-        setnonbasic(k, nstat[s] == kNbLower ? kNbUpper : kNbLower);
-        if (k < m) {
-          add(k, -dx);
-        } else {
-          for (int64_t t = abeg[k - m]; t < abeg[k - m + 1]; ++t)
-            add(aidx[t], aval[t] * dx);
-        }
-      }
-      tau.clear();
-      VLR_lu_ftrans(lu, in.nz, in.val.data(), in.idx.data(), &tau.nz, tau.val.data(),
-                    tau.idx.data(), static_cast<int32_t>(iwork.size()), iwork.data(),
-                    static_cast<int32_t>(marker.size()), marker.data(), 1e-14, 1e-14);
-      in.nz = 0;
-      for (int32_t t = 0; t < tau.nz; ++t) {
-        const int32_t pp = tau.idx[static_cast<size_t>(t)];
-        x[static_cast<size_t>(head[static_cast<size_t>(pp)])] -= tau.val[static_cast<size_t>(pp)];
-      }
-    }
-
-    ftrantau();
-
-    // Primal step: the leaving variable goes to its bound, the entering one takes its place.
-    const double thetap = (x[sl] - target) / alphac;
-    for (int32_t t = 0; t < col.nz; ++t) {
-      const int32_t pp = col.idx[static_cast<size_t>(t)];
-      x[static_cast<size_t>(head[static_cast<size_t>(pp)])] -=
-          thetap * col.val[static_cast<size_t>(pp)];
-    }
-    x[sq] += thetap;
-
-    // Dual step over the pivot row.
-    if (thetad != 0.0) {
-      for (int32_t t = 0; t < alphanz; ++t) {
-        const auto k = static_cast<size_t>(alphaidx[static_cast<size_t>(t)]);
-        if (pos[k] < 0) d[k] -= thetad * alpha[k];
-      }
-    } else {
-      ++info->degiter;
-    }
-    d[sq] = 0.0;
-
-    // Dual steepest-edge weights.
-    {
-      const double wp = w[static_cast<size_t>(p)];
-      for (int32_t t = 0; t < col.nz; ++t) {
-        const int32_t pp = col.idx[static_cast<size_t>(t)];
-        if (pp == p) continue;
-        const double r = col.val[static_cast<size_t>(pp)] / alphac;
-        double& wi = w[static_cast<size_t>(pp)];
-        wi = std::max(wi + r * (r * wp - 2.0 * tau.val[static_cast<size_t>(pp)]), kMinWeight);
-      }
-      w[static_cast<size_t>(p)] = std::max(wp / (alphac * alphac), kMinWeight);
-    }
-
-    // The exchange.
-    const int32_t lr = updatelu(p);
-    head[static_cast<size_t>(p)] = q;
-    pos[sq] = p;
-    nstat[sq] = kNbBasic;
-    setnonbasic(leave, lb[sl] == ub[sl] ? kNbFixed : (tolower ? kNbLower : kNbUpper));
-    x[sl] = target;
-    d[sl] = -thetad;
-    ++info->iter[par->slot];
-    if (phase == 1) ++info->infiter;
+    if (!dualupdate(p, q, sgn, target, tolower, phase, &needfactor)) return kLoopStopped;
     fresh = false;
-    if (lr == kLuNoSpace) {
-      info->response = kSimNoSpace;
-      return kLoopStopped;
-    }
-    if (lr != kLuOk && lr != kLuRefactorSoon) needfactor = true;
-    if (lr == kLuRefactorSoon) needfactor = true;
   }
 }
 

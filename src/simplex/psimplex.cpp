@@ -591,6 +591,100 @@ void SimEngine::primalflip(int32_t q, double move, int32_t phase, bool lazy) {
   }
 }
 
+// The pivot row of position p: rho by a solve with the transposed basis, and its entry in
+// column q, from the row formed over the non-basic variables, or alone under partial pricing.
+double SimEngine::primalpivotrow(int32_t p, int32_t q, bool lazy) {
+  btranrow(p);
+  const auto sq = static_cast<size_t>(q);
+  double alphar = 0.0;
+  if (lazy) {
+    if (q < m) {
+      alphar = -rho.val[sq];
+    } else {
+      for (int64_t t = abeg[q - m]; t < abeg[q - m + 1]; ++t)
+        alphar += aval[t] * rho.val[static_cast<size_t>(aidx[t])];
+    }
+  } else {
+    formrow();
+    alphar = alpha[sq];
+  }
+  return alphar;
+}
+
+// The exchange of q (moving by dir times step) for the variable at p, which lands on its upper
+// bound when toupper: values, duals and reduced costs over the pivot row, devex weights, the
+// basis and its factor. Returns the LU's status of the update.
+int32_t SimEngine::primalupdate(int32_t p, int32_t q, double dir, double step, bool toupper,
+                                double alphar, int32_t phase, bool lazy) {
+  const auto sq = static_cast<size_t>(q);
+  const int32_t leave = head[static_cast<size_t>(p)];
+  const auto sl = static_cast<size_t>(leave);
+  // Values: q moves by the step, the basic variables with it; the leaving one lands on its
+  // bound.
+  const double target = toupper ? ub[sl] : lb[sl];
+  for (int32_t t = 0; t < col.nz; ++t) {
+    const int32_t pp = col.idx[static_cast<size_t>(t)];
+    x[static_cast<size_t>(head[static_cast<size_t>(pp)])] -=
+        dir * step * col.val[static_cast<size_t>(pp)];
+  }
+  x[sq] += dir * step;
+  if (step == 0.0) ++info->degiter;
+
+  // Duals and reduced costs over the pivot row.
+  const double thetad = d[sq] / alphar;
+  for (int32_t t = 0; t < alphanz && !lazy; ++t) {
+    const auto k = static_cast<size_t>(alphaidx[static_cast<size_t>(t)]);
+    if (pos[k] < 0) d[k] -= thetad * alpha[k];
+  }
+  for (int32_t t = 0; t < rho.nz; ++t) {
+    const auto i = static_cast<size_t>(rho.idx[static_cast<size_t>(t)]);
+    y[i] += thetad * rho.val[i];
+  }
+
+  // Devex weights: the norm of each column's edge restricted to the reference framework;
+  // the entering column's is measured, and a weight that drifted far from it restarts the
+  // framework.
+  if (!lazy) {
+    double exact = pref[sq] != 0 ? 1.0 : 0.0;
+    for (int32_t t = 0; t < col.nz; ++t) {
+      const int32_t pp = col.idx[static_cast<size_t>(t)];
+      if (pref[static_cast<size_t>(head[static_cast<size_t>(pp)])] == 0) continue;
+      const double v = col.val[static_cast<size_t>(pp)];
+      exact += v * v;
+    }
+    const double wq = std::max(pw[sq], 1.0);
+    if (wq > 3.0 * std::max(exact, 1.0)) {
+      devexreset();
+    } else {
+      const double r2 = std::max(exact, 1.0) / (alphar * alphar);
+      for (int32_t t = 0; t < alphanz; ++t) {
+        const auto k = static_cast<size_t>(alphaidx[static_cast<size_t>(t)]);
+        if (pos[k] >= 0 || k == sq) continue;
+        pw[k] = std::min(std::max(pw[k], alpha[k] * alpha[k] * r2), kMaxWeight);
+        queinsert(static_cast<int32_t>(k));
+      }
+      pw[sl] = std::max(r2, 1.0);
+    }
+  }
+
+  const int32_t lr = updatelu(p);
+  head[static_cast<size_t>(p)] = q;
+  pos[sq] = p;
+  nstat[sq] = kNbBasic;
+  d[sq] = 0.0;
+  setnonbasic(leave, lb[sl] == ub[sl] ? kNbFixed : (toupper ? kNbUpper : kNbLower));
+  x[sl] = target;
+  d[sl] = -thetad;
+  if (phase == 1) {
+    // The leaving variable was priced by its composite cost; as a non-basic one it has none.
+    d[sl] -= cost[sl];
+    if (cost[sl] != 0.0) --ninf;
+    cost[sl] = 0.0;
+    ++info->infiter;
+  }
+  return lr;
+}
+
 int32_t SimEngine::primalloop() {
   const auto sm = static_cast<size_t>(m);
   if (pw.size() != static_cast<size_t>(nt)) devexreset();
@@ -705,22 +799,8 @@ int32_t SimEngine::primalloop() {
       continue;
     }
 
-    const int32_t leave = head[static_cast<size_t>(p)];
-    const auto sl = static_cast<size_t>(leave);
     const double alphac = col.val[static_cast<size_t>(p)];
-    btranrow(p);
-    double alphar = 0.0;
-    if (lazy) {
-      if (q < m) {
-        alphar = -rho.val[sq];
-      } else {
-        for (int64_t t = abeg[q - m]; t < abeg[q - m + 1]; ++t)
-          alphar += aval[t] * rho.val[static_cast<size_t>(aidx[t])];
-      }
-    } else {
-      formrow();
-      alphar = alpha[sq];
-    }
+    const double alphar = primalpivotrow(p, q, lazy);
     if (std::fabs(alphac - alphar) > 1e-7 * (1.0 + std::fabs(alphac)) ||
         std::fabs(alphac) <= tolpiv) {
       spike.clear();
@@ -729,69 +809,7 @@ int32_t SimEngine::primalloop() {
       continue;
     }
 
-    // Values: q moves by the step, the basic variables with it; the leaving one lands on its
-    // bound.
-    const double target = toupper ? ub[sl] : lb[sl];
-    for (int32_t t = 0; t < col.nz; ++t) {
-      const int32_t pp = col.idx[static_cast<size_t>(t)];
-      x[static_cast<size_t>(head[static_cast<size_t>(pp)])] -=
-          dir * step * col.val[static_cast<size_t>(pp)];
-    }
-    x[sq] += dir * step;
-    if (step == 0.0) ++info->degiter;
-
-    // Duals and reduced costs over the pivot row.
-    const double thetad = d[sq] / alphar;
-    for (int32_t t = 0; t < alphanz && !lazy; ++t) {
-      const auto k = static_cast<size_t>(alphaidx[static_cast<size_t>(t)]);
-      if (pos[k] < 0) d[k] -= thetad * alpha[k];
-    }
-    for (int32_t t = 0; t < rho.nz; ++t) {
-      const auto i = static_cast<size_t>(rho.idx[static_cast<size_t>(t)]);
-      y[i] += thetad * rho.val[i];
-    }
-
-    // Devex weights: the norm of each column's edge restricted to the reference framework;
-    // the entering column's is measured, and a weight that drifted far from it restarts the
-    // framework.
-    if (!lazy) {
-      double exact = pref[sq] != 0 ? 1.0 : 0.0;
-      for (int32_t t = 0; t < col.nz; ++t) {
-        const int32_t pp = col.idx[static_cast<size_t>(t)];
-        if (pref[static_cast<size_t>(head[static_cast<size_t>(pp)])] == 0) continue;
-        const double v = col.val[static_cast<size_t>(pp)];
-        exact += v * v;
-      }
-      const double wq = std::max(pw[sq], 1.0);
-      if (wq > 3.0 * std::max(exact, 1.0)) {
-        devexreset();
-      } else {
-        const double r2 = std::max(exact, 1.0) / (alphar * alphar);
-        for (int32_t t = 0; t < alphanz; ++t) {
-          const auto k = static_cast<size_t>(alphaidx[static_cast<size_t>(t)]);
-          if (pos[k] >= 0 || k == sq) continue;
-          pw[k] = std::min(std::max(pw[k], alpha[k] * alpha[k] * r2), kMaxWeight);
-          queinsert(static_cast<int32_t>(k));
-        }
-        pw[sl] = std::max(r2, 1.0);
-      }
-    }
-
-    const int32_t lr = updatelu(p);
-    head[static_cast<size_t>(p)] = q;
-    pos[sq] = p;
-    nstat[sq] = kNbBasic;
-    d[sq] = 0.0;
-    setnonbasic(leave, lb[sl] == ub[sl] ? kNbFixed : (toupper ? kNbUpper : kNbLower));
-    x[sl] = target;
-    d[sl] = -thetad;
-    if (phase == 1) {
-      // The leaving variable was priced by its composite cost; as a non-basic one it has none.
-      d[sl] -= cost[sl];
-      if (cost[sl] != 0.0) --ninf;
-      cost[sl] = 0.0;
-      ++info->infiter;
-    }
+    const int32_t lr = primalupdate(p, q, dir, step, toupper, alphar, phase, lazy);
     ++info->iter[par->slot];
     fresh = false;
     if (lr == kLuNoSpace) {

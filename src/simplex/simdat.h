@@ -203,6 +203,8 @@ struct SimEngine {
   // variable that moves by delta (sign sgn); boxed variables passed while the slope stays
   // positive are listed in flips. -1 when every candidate swaps and the row stays infeasible.
   int32_t dualratio(double sgn, double delta);
+  bool dualupdate(int32_t p, int32_t q, double sgn, double target, bool tolower, int32_t phase,
+                  bool* needfactor);
   // Makes the basis dual feasible: flips boxed variables, and runs the first phase on the
   // boxed auxiliary problem when other variables have the wrong reduced cost.
   // kPhaseOneFeasible, kPhaseOneInfeasible (wrong signs left) or kPhaseOneStopped.
@@ -235,6 +237,9 @@ struct SimEngine {
   void primalkickblock(int64_t* blocksize, int64_t blockdeg);
   void primalray(int32_t q, double dir);
   void primalflip(int32_t q, double move, int32_t phase, bool lazy);
+  double primalpivotrow(int32_t p, int32_t q, bool lazy);
+  int32_t primalupdate(int32_t p, int32_t q, double dir, double step, bool toupper, double alphar,
+                       int32_t phase, bool lazy);
   int32_t primalresetbounds();  // back to the true bounds; returns the count moved
   void devexreset();
   void queinsert(int32_t k);  // adds an attractive variable to the queue when it has room

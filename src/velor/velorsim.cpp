@@ -120,6 +120,106 @@ int32_t velorsim_response(Task* task, int32_t resp, int32_t stop) {
   }
 }
 
+// The basic solution of a run written to the task, in the task's sense: the duals of a
+// maximisation change sign, a certificate keeps its own. Returns the response of making it.
+int32_t velorsim_putsolution(Task* task, const SimLp& lp, const SimSol& sol, const SimInfo& info,
+                             double sense) {
+  const int32_t m = lp.m, n = lp.n, nt = m + n;
+  const int32_t* bk = lp.bk;
+  const int32_t* sk = sol.sk;
+  const double *x = sol.x, *y = sol.y, *d = sol.d;
+  // The basic solution, in the task's sense: duals of a maximisation change sign.
+  const int32_t rr = VLR_makesolution(task, VLR_SOL_BAS);
+  if (rr != VLR_RES_OK) return rr;
+  SolRec& s = task->sols->sol[VLR_SOL_BAS];
+  s.defined = 1;
+  s.prosta = info.prosta;
+  s.solsta = info.solsta;
+  int32_t* skc = VLR_solkeyptr(task, VLR_SOL_BAS, VLR_ACC_CON);
+  int32_t* skx = VLR_solkeyptr(task, VLR_SOL_BAS, VLR_ACC_VAR);
+  double* xc = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_XC);
+  double* xx = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_XX);
+  double* yy = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_Y);
+  double* slc = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_SLC);
+  double* suc = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_SUC);
+  double* slx = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_SLX);
+  double* sux = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_SUX);
+  const bool certificate = info.solsta == VLR_SOL_STA_PRIM_INFEAS_CER;
+  const bool ray = info.solsta == VLR_SOL_STA_DUAL_INFEAS_CER;
+  // A certificate keeps its sign; the duals of a solution follow the sense.
+  const double dsign = certificate ? 1.0 : sense;
+  for (int32_t k = 0; k < nt; ++k) {
+    const auto sk_ = static_cast<size_t>(k);
+    const int32_t key = bk[sk_];
+    const bool haslo = key == VLR_BK_LO || key == VLR_BK_FX || key == VLR_BK_RA;
+    const bool hasup = key == VLR_BK_UP || key == VLR_BK_FX || key == VLR_BK_RA;
+    const double dk = d[sk_];
+    const double sl = dk > 0.0 && haslo ? dk : 0.0;
+    const double su = dk < 0.0 && hasup ? -dk : 0.0;
+    const double xv = certificate ? 0.0 : x[sk_];
+    if (k < m) {
+      skc[k] = ray || certificate ? VLR_SK_UNK : sk[sk_];
+      xc[k] = xv;
+      yy[k] = ray ? 0.0 : dsign * y[sk_];
+      slc[k] = ray ? 0.0 : dsign * sl;
+      suc[k] = ray ? 0.0 : dsign * su;
+    } else {
+      skx[k - m] = ray || certificate ? VLR_SK_UNK : sk[sk_];
+      xx[k - m] = xv;
+      slx[k - m] = ray ? 0.0 : dsign * sl;
+      sux[k - m] = ray ? 0.0 : dsign * su;
+    }
+  }
+  if (certificate) {
+    // Keep the basis: a re-solve after a change starts from it.
+    for (int32_t i = 0; i < m; ++i)
+      skc[i] = sk[static_cast<size_t>(i)];
+    for (int32_t j = 0; j < n; ++j)
+      skx[j] = sk[static_cast<size_t>(m + j)];
+  }
+
+  return VLR_RES_OK;
+}
+
+// The information items of a run, and the tail of its log.
+void velorsim_report(Task* task, const SimInfo& info, double sense, bool primal, int32_t loglevel) {
+  const int32_t m = task->data->numcon, n = task->data->numvar;
+  const char* name = primal ? "Primal" : "Dual";
+  const int64_t iters = info.iter[0] + info.iter[1] + info.iter[2] + info.iter[3];
+  VLRP_putintinf(task, VLR_IINF_SIM_DUAL_ITER, static_cast<int32_t>(info.iter[kSimSlotDual]));
+  VLRP_putintinf(task, VLR_IINF_SIM_PRIMAL_ITER, static_cast<int32_t>(info.iter[kSimSlotPrimal]));
+  VLRP_putintinf(task, primal ? VLR_IINF_SIM_PRIMAL_DEG_ITER : VLR_IINF_SIM_DUAL_DEG_ITER,
+                 static_cast<int32_t>(info.degiter));
+  VLRP_putintinf(task, primal ? VLR_IINF_SIM_PRIMAL_INF_ITER : VLR_IINF_SIM_DUAL_INF_ITER,
+                 static_cast<int32_t>(info.infiter));
+  VLRP_putintinf(task, primal ? VLR_IINF_SIM_PRIMAL_HOTSTART : VLR_IINF_SIM_DUAL_HOTSTART,
+                 info.hotstart);
+  VLRP_putdouinf(task, VLR_DINF_PRESOLVE_TIME, info.prslvtime);
+  VLRP_putintinf(task, VLR_IINF_SIM_NUMCON, m);
+  VLRP_putintinf(task, VLR_IINF_SIM_NUMVAR, n);
+  VLRP_putdouinf(task, VLR_DINF_SIM_TIME, info.time);
+  VLRP_putdouinf(task, primal ? VLR_DINF_SIM_PRIMAL_TIME : VLR_DINF_SIM_DUAL_TIME, info.time);
+  VLRP_putdouinf(task, VLR_DINF_SIM_OBJ, sense * info.pobj);
+  if (loglevel > 0) {
+    VLRP_echotask(task, VLR_STREAM_LOG, "%s simplex optimizer terminated.\n", name);
+    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %lld\n", "Iterations",
+                  static_cast<long long>(iters));
+    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %lld\n", "Deg. iterations",
+                  static_cast<long long>(info.degiter));
+    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %lld\n", "Inf. iterations",
+                  static_cast<long long>(info.infiter));
+    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %-.12e\n", "Primal obj", sense * info.pobj);
+    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %-.12e\n", "Dual obj", sense * info.dobj);
+    char text[VLR_MAX_STR_LEN] = "";
+    VLR_prostatostr(VLR_taskhandle(task), info.prosta, text);
+    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %-s\n", "Problem status", text);
+    VLR_solstatostr(VLR_taskhandle(task), info.solsta, text);
+    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %-s\n", "Solution status", text);
+    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %d\n", "LU factors", info.numfactor);
+    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %-.4f\n", "Time", info.time);
+  }
+}
+
 int32_t velorsim_run(Task* task, int32_t optimizer) {
   TaskData* data = task->data;
   const int32_t m = data->numcon, n = data->numvar, nt = m + n;
@@ -248,89 +348,9 @@ int32_t velorsim_run(Task* task, int32_t optimizer) {
   int32_t r = velorsim_response(task, info.response, handle.stop);
   if (info.response == kSimNoSpace) return r;
 
-  // The basic solution, in the task's sense: duals of a maximisation change sign.
-  int32_t rr = VLR_makesolution(task, VLR_SOL_BAS);
+  const int32_t rr = velorsim_putsolution(task, lp, sol, info, sense);
   if (rr != VLR_RES_OK) return rr;
-  SolRec& s = task->sols->sol[VLR_SOL_BAS];
-  s.defined = 1;
-  s.prosta = info.prosta;
-  s.solsta = info.solsta;
-  int32_t* skc = VLR_solkeyptr(task, VLR_SOL_BAS, VLR_ACC_CON);
-  int32_t* skx = VLR_solkeyptr(task, VLR_SOL_BAS, VLR_ACC_VAR);
-  double* xc = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_XC);
-  double* xx = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_XX);
-  double* yy = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_Y);
-  double* slc = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_SLC);
-  double* suc = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_SUC);
-  double* slx = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_SLX);
-  double* sux = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_SUX);
-  const bool certificate = info.solsta == VLR_SOL_STA_PRIM_INFEAS_CER;
-  const bool ray = info.solsta == VLR_SOL_STA_DUAL_INFEAS_CER;
-  // A certificate keeps its sign; the duals of a solution follow the sense.
-  const double dsign = certificate ? 1.0 : sense;
-  for (int32_t k = 0; k < nt; ++k) {
-    const auto sk_ = static_cast<size_t>(k);
-    const int32_t key = bk[sk_];
-    const bool haslo = key == VLR_BK_LO || key == VLR_BK_FX || key == VLR_BK_RA;
-    const bool hasup = key == VLR_BK_UP || key == VLR_BK_FX || key == VLR_BK_RA;
-    const double dk = d[sk_];
-    const double sl = dk > 0.0 && haslo ? dk : 0.0;
-    const double su = dk < 0.0 && hasup ? -dk : 0.0;
-    const double xv = certificate ? 0.0 : x[sk_];
-    if (k < m) {
-      skc[k] = ray || certificate ? VLR_SK_UNK : sk[sk_];
-      xc[k] = xv;
-      yy[k] = ray ? 0.0 : dsign * y[sk_];
-      slc[k] = ray ? 0.0 : dsign * sl;
-      suc[k] = ray ? 0.0 : dsign * su;
-    } else {
-      skx[k - m] = ray || certificate ? VLR_SK_UNK : sk[sk_];
-      xx[k - m] = xv;
-      slx[k - m] = ray ? 0.0 : dsign * sl;
-      sux[k - m] = ray ? 0.0 : dsign * su;
-    }
-  }
-  if (certificate) {
-    // Keep the basis: a re-solve after a change starts from it.
-    for (int32_t i = 0; i < m; ++i)
-      skc[i] = sk[static_cast<size_t>(i)];
-    for (int32_t j = 0; j < n; ++j)
-      skx[j] = sk[static_cast<size_t>(m + j)];
-  }
-
-  const int64_t iters = info.iter[0] + info.iter[1] + info.iter[2] + info.iter[3];
-  VLRP_putintinf(task, VLR_IINF_SIM_DUAL_ITER, static_cast<int32_t>(info.iter[kSimSlotDual]));
-  VLRP_putintinf(task, VLR_IINF_SIM_PRIMAL_ITER, static_cast<int32_t>(info.iter[kSimSlotPrimal]));
-  VLRP_putintinf(task, primal ? VLR_IINF_SIM_PRIMAL_DEG_ITER : VLR_IINF_SIM_DUAL_DEG_ITER,
-                 static_cast<int32_t>(info.degiter));
-  VLRP_putintinf(task, primal ? VLR_IINF_SIM_PRIMAL_INF_ITER : VLR_IINF_SIM_DUAL_INF_ITER,
-                 static_cast<int32_t>(info.infiter));
-  VLRP_putintinf(task, primal ? VLR_IINF_SIM_PRIMAL_HOTSTART : VLR_IINF_SIM_DUAL_HOTSTART,
-                 info.hotstart);
-  VLRP_putdouinf(task, VLR_DINF_PRESOLVE_TIME, info.prslvtime);
-  VLRP_putintinf(task, VLR_IINF_SIM_NUMCON, m);
-  VLRP_putintinf(task, VLR_IINF_SIM_NUMVAR, n);
-  VLRP_putdouinf(task, VLR_DINF_SIM_TIME, info.time);
-  VLRP_putdouinf(task, primal ? VLR_DINF_SIM_PRIMAL_TIME : VLR_DINF_SIM_DUAL_TIME, info.time);
-  VLRP_putdouinf(task, VLR_DINF_SIM_OBJ, sense * info.pobj);
-  if (par.loglevel > 0) {
-    VLRP_echotask(task, VLR_STREAM_LOG, "%s simplex optimizer terminated.\n", name);
-    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %lld\n", "Iterations",
-                  static_cast<long long>(iters));
-    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %lld\n", "Deg. iterations",
-                  static_cast<long long>(info.degiter));
-    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %lld\n", "Inf. iterations",
-                  static_cast<long long>(info.infiter));
-    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %-.12e\n", "Primal obj", sense * info.pobj);
-    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %-.12e\n", "Dual obj", sense * info.dobj);
-    char text[VLR_MAX_STR_LEN] = "";
-    VLR_prostatostr(VLR_taskhandle(task), info.prosta, text);
-    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %-s\n", "Problem status", text);
-    VLR_solstatostr(VLR_taskhandle(task), info.solsta, text);
-    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %-s\n", "Solution status", text);
-    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %d\n", "LU factors", info.numfactor);
-    VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %-.4f\n", "Time", info.time);
-  }
+  velorsim_report(task, info, sense, primal, par.loglevel);
   return r;
 }
 
