@@ -306,39 +306,9 @@ int32_t prslv_dominated(const PrslvParam& param, prslv* p, int32_t j, PrslvStat*
   return kPrslvOk;
 }
 
-// Whether the bounds of column j (with entry a in equation i) are implied by the row: the other
-// columns' activity bounds keep x_j = (b - sum a_ik x_k) / a inside [l_j, u_j] on their own.
-bool prslv_impliedfree(const prslv* p, int32_t i, int32_t j, double a) {
-  double minact = 0, maxact = 0;
-  int32_t nlo = 0, nup = 0;
-  prslv_activity(p, i, &minact, &maxact, &nlo, &nup);
-  // Take column j's own share out of the sums.
-  const double l = p->cl[j], u = p->cu[j];
-  const double forlo = a > 0 ? l : u, forup = a > 0 ? u : l;
-  if (std::isinf(forlo)) {
-    --nlo;
-  } else {
-    minact -= a * forlo;
-  }
-  if (std::isinf(forup)) {
-    --nup;
-  } else {
-    maxact -= a * forup;
-  }
-  const double b = p->rl[i];
-  // x_j = (b - rest) / a with rest in [minact, maxact].
-  double lo = nup == 0 ? (b - maxact) / a : -kInf, hi = nlo == 0 ? (b - minact) / a : kInf;
-  if (a < 0) {
-    lo = nlo == 0 ? (b - minact) / a : -kInf;
-    hi = nup == 0 ? (b - maxact) / a : kInf;
-  }
-  return (l == -kInf || lo >= l - prslv_tight(l)) && (u == kInf || hi <= u + prslv_tight(u));
-}
-
 // A free column j with one entry a, in an equation i: x_j = (b - sum a_ik x_k) / a, so the row
-// and the column go, and the column's cost moves onto the row's other columns. A column whose
-// bounds the row implies counts as free. Only a pivot of a reasonable size among its row's
-// entries is taken, to keep the substitution stable.
+// and the column go, and the column's cost moves onto the row's other columns. Only a pivot of
+// a reasonable size among its row's entries is taken, to keep the substitution stable.
 int32_t prslv_elimination(prslv* p, int32_t j, PrslvStat* stat, int32_t* changed) {
   int32_t i = -1;
   double a = 0.0;
@@ -354,7 +324,6 @@ int32_t prslv_elimination(prslv* p, int32_t j, PrslvStat* stat, int32_t* changed
     if (p->colalive[p->rowidx[k]]) amax = std::max(amax, std::fabs(p->rowval[k]));
   }
   if (std::fabs(a) < 0.01 * amax) return kPrslvOk;
-  if ((p->cl[j] > -kInf || p->cu[j] < kInf) && !prslv_impliedfree(p, i, j, a)) return kPrslvOk;
   const double cj = p->c[j];
   const int32_t r = prslv_push(p, kPrslvElimination, {i, j}, {a, cj});
   if (r != kPrslvOk) return r;
@@ -419,14 +388,11 @@ int32_t VLR_prslv_checkproblem(const PrslvParam& param, prslv* p, PrslvStat* sta
     } else if (p->varnz[j] == 0) {
       *changed = 1;
       r = prslv_emptycol(p, j, stat);
-    } else {
-      int32_t done = 0;
-      if (p->varnz[j] == 1 && param.eliminatortries != 0) r = prslv_elimination(p, j, stat, &done);
-      if (done) {
-        *changed = 1;
-      } else if (r == kPrslvOk && !param.updateprimal && !param.updatedual) {
-        r = prslv_dominated(param, p, j, stat, changed);
-      }
+    } else if (p->varnz[j] == 1 && p->cl[j] == -kInf && p->cu[j] == kInf &&
+               param.eliminatortries != 0) {
+      r = prslv_elimination(p, j, stat, changed);
+    } else if (!param.updateprimal && !param.updatedual) {
+      r = prslv_dominated(param, p, j, stat, changed);
     }
   }
   return r;
