@@ -104,6 +104,9 @@ bool VLR_simplex_presolveandsolve(SysEnv* sys, const SimParam& par, const SimCal
   SimInfo cinfo;
   VLR_simplex_optimize(sys, rpar, cb, lp, 1, sol, &cinfo);
   simprslv_add(cinfo, info);
+  // A basis the run cannot confirm (it found it too far from optimal to mend) is dropped: the
+  // problem as given is then solved from scratch, so presolve never costs an answer.
+  if (cinfo.response == kSimOk && cinfo.solsta != VLR_SOL_STA_OPTIMAL) return false;
   info->response = cinfo.response;
   info->prosta = cinfo.prosta;
   info->solsta = cinfo.solsta;
