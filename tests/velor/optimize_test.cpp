@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <string>
 #include <utility>
 
 #include "fixture.h"
@@ -125,8 +126,16 @@ struct Result {
   std::vector<double> xc, xx, y, slc, suc, slx, sux;
 };
 
+// A road without presolve is asked for as the optimizer plus kNoPresolve.
+constexpr int32_t kNoPresolve = 100;
+
 Result Solve(VLRtask_t task, int32_t optimizer) {
   Result out;
+  const bool nopresolve = optimizer >= kNoPresolve;
+  if (nopresolve) optimizer -= kNoPresolve;
+  EXPECT_EQ(VLR_putintparam(task, VLR_IPAR_PRESOLVE_USE,
+                            nopresolve ? VLR_PRESOLVE_MODE_OFF : VLR_PRESOLVE_MODE_ON),
+            VLR_RES_OK);
   EXPECT_EQ(VLR_putintparam(task, VLR_IPAR_OPTIMIZER, optimizer), VLR_RES_OK);
   out.r = VLR_optimizetrm(task, &out.trm);
   int32_t m = 0, n = 0, def = 0;
@@ -413,17 +422,48 @@ TEST_P(LpSolve, ImpossibleBoundsEndInACertificateOrACode) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Simplex, LpSolve, ::testing::ValuesIn(kSimplexRoads),
-                         [](const ::testing::TestParamInfo<int32_t>& road) {
-                           switch (road.param) {
-                             case VLR_OPTIMIZER_DUAL_SIMPLEX:
-                               return "dual";
-                             case VLR_OPTIMIZER_PRIMAL_SIMPLEX:
-                               return "primal";
-                             default:
-                               return "free";
-                           }
-                         });
+// Every column fixed, an empty row, an empty column with a cost, a free row and a ranged one:
+// presolve takes everything away and the answer comes from postsolve, confirmed on the problem
+// as given. max 2 x0 - x1 + x2 + 3 x3 with x0 = 1, x1 = 2, x2 = -1 fixed, and x3 in [0, 4] alone
+// in no row: 2 - 2 - 1 + 12 = 11.
+TEST_P(LpSolve, AllFixedAndEmptyItemsArePresolvedAway) {
+  Tiny lp;
+  lp.c = {2, -1, 1, 3};
+  lp.cols = {{{0, 1}, {2, 1}}, {{0, 1}, {2, -1}}, {{2, 2}}, {}};
+  lp.bkc = {VLR_BK_RA, VLR_BK_UP, VLR_BK_FR};
+  lp.blc = {0, -kInf, -kInf};
+  lp.buc = {5, 1, kInf};
+  lp.bkx = {VLR_BK_FX, VLR_BK_FX, VLR_BK_FX, VLR_BK_RA};
+  lp.blx = {1, 2, -1, 0};
+  lp.bux = {1, 2, -1, 4};
+  ASSERT_NO_FATAL_FAILURE(Load(t(), lp));
+  ASSERT_EQ(VLR_putobjsense(t(), VLR_OBJECTIVE_SENSE_MAXIMIZE), VLR_RES_OK);
+  const Result s = Solve(t(), GetParam());
+  ASSERT_EQ(s.r, VLR_RES_OK) << vlrtest::LastError(t());
+  ASSERT_EQ(s.solsta, VLR_SOL_STA_OPTIMAL);
+  EXPECT_NEAR(s.obj, 11.0, 1e-9);
+  ExpectValues(s.xx, {1, 2, -1, 4}, "xx");
+  ExpectValues(s.xc, {3, 0, -3}, "xc");
+  // No row binds: every row dual is zero, and each column's multiplier is its whole cost, on
+  // the upper side in the maximising sign (as x0 at its upper bound in the test above).
+  ExpectValues(s.y, {0, 0, 0}, "y");
+  ExpectValues(s.sux, {-2, 0, -1, -3}, "sux");
+}
+
+// Each road with presolve on (it solves or shrinks most of these problems) and off.
+constexpr int32_t kSimplexRoadsNoPresolve[] = {VLR_OPTIMIZER_DUAL_SIMPLEX + kNoPresolve,
+                                               VLR_OPTIMIZER_FREE_SIMPLEX + kNoPresolve,
+                                               VLR_OPTIMIZER_PRIMAL_SIMPLEX + kNoPresolve};
+std::string RoadName(const ::testing::TestParamInfo<int32_t>& road) {
+  const int32_t opt = road.param % kNoPresolve;
+  const std::string name = opt == VLR_OPTIMIZER_DUAL_SIMPLEX     ? "dual"
+                           : opt == VLR_OPTIMIZER_PRIMAL_SIMPLEX ? "primal"
+                                                                 : "free";
+  return road.param >= kNoPresolve ? name + "_nopresolve" : name;
+}
+INSTANTIATE_TEST_SUITE_P(Simplex, LpSolve, ::testing::ValuesIn(kSimplexRoads), RoadName);
+INSTANTIATE_TEST_SUITE_P(SimplexNoPresolve, LpSolve, ::testing::ValuesIn(kSimplexRoadsNoPresolve),
+                         RoadName);
 
 int32_t IntInf(VLRtask_t task, int32_t item) {
   int32_t v = -1;
