@@ -57,25 +57,23 @@ void prslv_freereduced(prslv* p) {
   p->redm = p->redn = 0;
 }
 
-// The row-wise copy of A, made once: counts, starts, then a fill in column order, which leaves
-// each row sorted by column.
-bool prslv_makerows(prslv* p) {
+// A by columns, copied from the caller, and by rows, filled in column order so that each row is
+// sorted by column. connz and varnz count the entries.
+bool prslv_makelines(prslv* p, const SimLp& lp) {
   const int32_t m = p->numcon, n = p->numvar;
-  const int64_t nz = p->colbeg[n];
-  p->rowbeg = prslv_alloc<int64_t>(p->sys, m + 1);
-  p->rowidx = prslv_alloc<int32_t>(p->sys, nz);
-  p->rowval = prslv_alloc<double>(p->sys, nz);
-  if (p->rowbeg == nullptr || p->rowidx == nullptr || p->rowval == nullptr) return false;
-  for (int64_t k = 0; k < nz; ++k)
-    ++p->rowbeg[p->colidx[k] + 1];
-  for (int32_t i = 0; i < m; ++i)
-    p->rowbeg[i + 1] += p->rowbeg[i];
   for (int32_t j = 0; j < n; ++j) {
-    for (int64_t k = p->colbeg[j]; k < p->colbeg[j + 1]; ++k) {
-      const int32_t i = p->colidx[k];
-      const int64_t at = p->rowbeg[i] + p->connz[i]++;
-      p->rowidx[at] = j;
-      p->rowval[at] = p->colval[k];
+    p->varnz[j] = static_cast<int32_t>(lp.abeg[j + 1] - lp.abeg[j]);
+    for (int64_t k = lp.abeg[j]; k < lp.abeg[j + 1]; ++k)
+      ++p->connz[lp.aidx[k]];
+  }
+  if (!VLR_prslv_makelines(p->sys, &p->col, n, p->varnz) ||
+      !VLR_prslv_makelines(p->sys, &p->row, m, p->connz)) {
+    return false;
+  }
+  for (int32_t j = 0; j < n; ++j) {
+    for (int64_t k = lp.abeg[j]; k < lp.abeg[j + 1]; ++k) {
+      VLR_prslv_appendentry(&p->col, j, lp.aidx[k], lp.aval[k]);
+      VLR_prslv_appendentry(&p->row, lp.aidx[k], j, lp.aval[k]);
     }
   }
   return true;
@@ -121,11 +119,11 @@ bool prslv_final(prslv* p, PrslvStat* stat) {
     if (!p->colalive[j]) continue;
     const int32_t jj = p->colmap[j];
     p->redbeg[jj] = at;
-    for (int64_t k = p->colbeg[j]; k < p->colbeg[j + 1]; ++k) {
-      const int32_t i = p->colidx[k];
+    for (int64_t k = p->col.beg[j]; k < VLR_prslv_lineend(p->col, j); ++k) {
+      const int32_t i = p->col.idx[k];
       if (!p->rowalive[i]) continue;
       p->redidx[at] = p->rowmap[i];
-      p->redval[at] = p->colval[k];
+      p->redval[at] = p->col.val[k];
       ++at;
     }
     p->redc[jj] = p->c[j];
@@ -188,9 +186,6 @@ int32_t VLR_prslv_make(SysEnv* sys, const SimLp& lp, prslv** pp) {
   const int32_t m = lp.m, n = lp.n;
   p->numcon = m;
   p->numvar = n;
-  p->colbeg = lp.abeg;
-  p->colidx = lp.aidx;
-  p->colval = lp.aval;
   p->rl = prslv_alloc<double>(sys, m);
   p->ru = prslv_alloc<double>(sys, m);
   p->cl = prslv_alloc<double>(sys, n);
@@ -203,10 +198,11 @@ int32_t VLR_prslv_make(SysEnv* sys, const SimLp& lp, prslv** pp) {
   p->varnz = prslv_alloc<int32_t>(sys, n);
   p->list = prslv_alloc<int32_t>(sys, m);
   p->inlist = prslv_alloc<int8_t>(sys, m);
+  p->rowmark = prslv_alloc<int64_t>(sys, m);
   if (p->rl == nullptr || p->ru == nullptr || p->cl == nullptr || p->cu == nullptr ||
       p->xfix == nullptr || p->c == nullptr || p->rowalive == nullptr || p->colalive == nullptr ||
       p->connz == nullptr || p->varnz == nullptr || p->list == nullptr || p->inlist == nullptr ||
-      !prslv_makerows(p)) {
+      p->rowmark == nullptr || !prslv_makelines(p, lp)) {
     VLR_prslv_delete(&p);
     return kPrslvNoSpace;
   }
@@ -218,12 +214,13 @@ int32_t VLR_prslv_make(SysEnv* sys, const SimLp& lp, prslv** pp) {
     u = prslv_hasupp(lp.bk[k]) ? lp.bu[k] : kInf;
     if (lp.bk[k] == VLR_BK_FX) u = l;
   }
-  for (int32_t i = 0; i < m; ++i)
+  for (int32_t i = 0; i < m; ++i) {
     p->rowalive[i] = 1;
+    p->rowmark[i] = -1;
+  }
   for (int32_t j = 0; j < n; ++j) {
     p->c[j] = lp.c[j];
     p->colalive[j] = 1;
-    p->varnz[j] = static_cast<int32_t>(lp.abeg[j + 1] - lp.abeg[j]);
   }
   p->cfix = lp.cfix;
   *pp = p;
@@ -235,17 +232,17 @@ void VLR_prslv_delete(prslv** pp) {
   if (p == nullptr) return;
   prslv_freereduced(p);
   SysEnv* sys = p->sys;
-  for (void* block : {static_cast<void*>(p->intstage), static_cast<void*>(p->doublestage),
-                      static_cast<void*>(p->kinds),    static_cast<void*>(p->recbeg),
-                      static_cast<void*>(p->recsizes), static_cast<void*>(p->store),
-                      static_cast<void*>(p->rowbeg),   static_cast<void*>(p->rowidx),
-                      static_cast<void*>(p->rowval),   static_cast<void*>(p->rl),
-                      static_cast<void*>(p->ru),       static_cast<void*>(p->cl),
-                      static_cast<void*>(p->cu),       static_cast<void*>(p->xfix),
-                      static_cast<void*>(p->c),        static_cast<void*>(p->rowalive),
-                      static_cast<void*>(p->colalive), static_cast<void*>(p->connz),
-                      static_cast<void*>(p->varnz),    static_cast<void*>(p->list),
-                      static_cast<void*>(p->inlist)}) {
+  VLR_prslv_freelines(sys, &p->col);
+  VLR_prslv_freelines(sys, &p->row);
+  for (void* block :
+       {static_cast<void*>(p->intstage), static_cast<void*>(p->doublestage),
+        static_cast<void*>(p->kinds), static_cast<void*>(p->recbeg),
+        static_cast<void*>(p->recsizes), static_cast<void*>(p->store),
+        static_cast<void*>(p->rowmark), static_cast<void*>(p->rl), static_cast<void*>(p->ru),
+        static_cast<void*>(p->cl), static_cast<void*>(p->cu), static_cast<void*>(p->xfix),
+        static_cast<void*>(p->c), static_cast<void*>(p->rowalive), static_cast<void*>(p->colalive),
+        static_cast<void*>(p->connz), static_cast<void*>(p->varnz), static_cast<void*>(p->list),
+        static_cast<void*>(p->inlist)}) {
     VLR_sysenv_freedbg(sys, VLR_HERE, block);
   }
   VLR_sysenv_freedbg(sys, VLR_HERE, p);
@@ -257,7 +254,7 @@ int32_t VLR_prslv_reduce(const PrslvParam& param, prslv* p, PrslvStat* stat) {
   *stat = PrslvStat();
   stat->numcon[0] = p->numcon;
   stat->numvar[0] = p->numvar;
-  stat->numanz[0] = p->colbeg[p->numvar];
+  stat->numanz[0] = p->lp->abeg[p->numvar];
   prslv_countkeys(p, 0, stat);
   if (param.loglevel > 1) {
     prslv_print(param, "%-27s: %d\n", "Use presolve", param.use);
@@ -275,10 +272,18 @@ int32_t VLR_prslv_reduce(const PrslvParam& param, prslv* p, PrslvStat* stat) {
   }
   int32_t r = kPrslvOk;
   if (param.use > 0) r = VLR_prslv_init(param, p, stat);
+  // Passes of the simple reductions until one changes nothing; then duplicate rows and columns,
+  // and the simple reductions again while the duplicates find something.
   for (int32_t pass = 0; r == kPrslvOk && param.use > 0 && stat->prosta == 0; ++pass) {
     int32_t changed = 0;
     r = VLR_prslv_checkproblem(param, p, stat, &changed);
-    if (!changed || pass + 1 >= kPrslvMaxPasses) break;
+    if (pass + 1 >= kPrslvMaxPasses) break;
+    if (changed || r != kPrslvOk || stat->prosta != 0) continue;
+    r = VLR_prslv_checkdupcon(param, p, stat, &changed);
+    if (r == kPrslvOk && stat->prosta == 0 && !param.updateprimal) {
+      r = VLR_prslv_checkdupvar(param, p, stat, &changed);
+    }
+    if (!changed) break;
   }
   if (r != kPrslvOk) return r;
   if (!prslv_final(p, stat)) return kPrslvNoSpace;
@@ -331,6 +336,9 @@ void VLR_prslv_problemsummary(const PrslvParam& param, const PrslvStat& stat) {
   prslv_print(param, "%-40s: %-8d\n", "Number of fixed or empty variables",
               stat.numfixedvar + stat.numemptyvar);
   prslv_print(param, "%-40s: %-8d\n", "Number of dominated variables", stat.numdominated);
+  prslv_print(param, "%-40s: %-8d\n", "Number of duplicate cons.", stat.numdupcon);
+  prslv_print(param, "%-40s: %-8d\n", "Number of duplicate vars.", stat.numdupvar);
+  prslv_print(param, "%-40s: %-8d\n", "Number of cons. rem. by dou.", stat.numdoubleton);
   prslv_print(param, "%-40s: %-8d\n", "Number of eliminations", stat.numeliminated);
   prslv_print(param, "%-40s: %-8lld\n", "Total", static_cast<long long>(stat.numrecords));
   prslv_print(param, "%-40s: %.2f\n", "Presolve time", stat.time);

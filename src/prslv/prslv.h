@@ -16,6 +16,7 @@ struct prslv;  // the presolve object (prslv/prslvdat.h, private to src/prslv)
 enum PrslvCode : int32_t {
   kPrslvOk = 0,
   kPrslvNoSpace = 1,  // an allocation failed; nothing is half applied
+  kPrslvOrder = 2,    // a call out of order: postsolve runs once after a reduce
 };
 
 // The parameter record; VLR_prslv_initparam gives the defaults.
@@ -56,7 +57,8 @@ struct PrslvStat {
   int64_t numanz[2] = {0, 0};
   int32_t rowbykey[2][5] = {}, colbykey[2][5] = {};  // counts by VLR_BK_* key, before and after
   int32_t numfreecon = 0, numemptycon = 0, numconsin = 0, numforcing = 0, numrelaxlo = 0,
-          numrelaxup = 0, numfixedvar = 0, numemptyvar = 0, numdominated = 0, numeliminated = 0;
+          numrelaxup = 0, numfixedvar = 0, numemptyvar = 0, numdominated = 0, numeliminated = 0,
+          numdoubleton = 0, numdupcon = 0, numdupvar = 0;
   int64_t numrecords = 0;
   double time = 0.0;
 };
@@ -81,7 +83,8 @@ void VLR_prslv_getreduced(const prslv* p, SimLp* reduced);
 // Values and duals of the problem as given from a solution of the reduced one (status keys,
 // values, duals and reduced costs; a problem that presolve removed entirely takes an empty
 // one). sol is sized for the problem as given: its keys, x (rows first), y and d are filled;
-// row activities and reduced costs are recomputed from the data. kPrslvOk or kPrslvNoSpace.
+// row activities and reduced costs are recomputed from the data. The walk brings the object's
+// own problem back as it goes, so it runs once: a second call gives kPrslvOrder.
 int32_t VLR_prslv_postsolve(const PrslvParam& param, prslv* p, const SimSol& reducedsol,
                             SimSol* sol);
 // Status keys of the problem as given, from the reduced problem's basis: m basic keys when the

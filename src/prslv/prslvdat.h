@@ -18,10 +18,16 @@ enum PrslvKind : int32_t {
   kPrslvConSin = 4,           // row singleton moved to its column: [i j flags] [a cl cu]
   kPrslvConForce = 5,         // forcing row: [i side k j1..jk] [v1..vk]
   kPrslvVarFix = 6,           // fixed column removed: [j] [v]
-  kPrslvElimination = 8,      // free column singleton of an equation substituted: [i j] [a cj]
+  kPrslvElimination = 8,      // free column singleton of an equation substituted:
+                              // [i j nq q1..] [a cj b oldc1..]
   kPrslvVarFixLo = 11,        // column fixed at its lower bound: [j] [v]
   kPrslvVarFixUp = 12,        // column fixed at its upper bound: [j] [v]
+  kPrslvDupVar = 16,          // column k merged into its multiple j: [k j] [lambda lj uj lk uk]
   kPrslvVarFixZero = 17,      // free empty column fixed at 0: [j] [v]
+  kPrslvDupCon = 18,          // row r, a multiple of row i, gave i its bounds: [r i flags]
+                              // [lambda li ui]
+  kPrslvConPiv = 24,          // doubleton equation: x_k substituted by x_j:
+                              // [i k j flags cnt s1.. how1..] [aik aij b cj cl cu old1..]
   kPrslvStoreConBnd = 20,     // row bounds at entry (kept by the object itself)
   kPrslvStoreCcAndCx = 21,    // objective at entry (kept by the object itself)
   kPrslvInitialVarFix = 30,   // fixed column removed in the initial pass: [j] [v]
@@ -32,6 +38,32 @@ enum PrslvKind : int32_t {
 // Flags of a singleton-row record: which side of the column came from the row.
 constexpr int32_t kPrslvSinLower = 1;
 constexpr int32_t kPrslvSinUpper = 2;
+
+// How a substitution left the entry (s, j) of a row s of the substituted column, for its undo.
+enum PrslvEntryChange : int32_t {
+  kPrslvEntryAdded = 0,      // absent before, appended
+  kPrslvEntryUpdated = 1,    // present, value changed
+  kPrslvEntryCancelled = 2,  // present, became zero and was removed
+  kPrslvEntryKept = 3,       // absent, and the change was zero
+};
+
+// One view of A (by columns or by rows): each line in a slot of its own in one pool. A slot never
+// shrinks, so an entry removed can always come back; a line that outgrows its slot moves to the
+// end of the pool. A living line may keep entries of removed lines of the other view; a removed
+// line is never changed again, so it keeps the entries it had when it went.
+struct PrslvLines {
+  int32_t num = 0;
+  int64_t* beg = nullptr;  // [num]
+  int32_t* len = nullptr;  // [num]
+  int32_t* cap = nullptr;  // [num]
+  int32_t* idx = nullptr;  // [capacity]
+  double* val = nullptr;
+  int64_t used = 0, capacity = 0;
+};
+
+inline int64_t VLR_prslv_lineend(const PrslvLines& l, int32_t q) {
+  return l.beg[q] + l.len[q];
+}
 
 struct prslv {
   SysEnv* sys;
@@ -55,25 +87,23 @@ struct prslv {
   // The problem in presolve form: l <= A x <= u on rows, l <= x <= u on columns, bounds with
   // infinite values where the key has no side.
   int32_t numcon, numvar;
-  const int64_t* colbeg;  // [numvar + 1] the caller's A by columns (lp's arrays)
-  const int32_t* colidx;
-  const double* colval;
-  int64_t* rowbeg;  // [numcon + 1] A by rows, made once
-  int32_t* rowidx;
-  double* rowval;
-  double* rl;  // [numcon] row bounds, shifted by removed columns
+  PrslvLines col;  // A by columns
+  PrslvLines row;  // A by rows
+  double* rl;      // [numcon] row bounds, shifted by removed columns
   double* ru;
   double* cl;  // [numvar] column bounds, tightened by singleton rows
   double* cu;
-  double* xfix;      // [numvar] value of a removed column
-  double* c;         // [numvar] costs, changed by substitutions
-  double cfix;       // constant of the objective, with the removed columns' share
-  int8_t* rowalive;  // [numcon] 1 while the row is in the problem
-  int8_t* colalive;  // [numvar]
-  int32_t* connz;    // [numcon] entries of living columns
-  int32_t* varnz;    // [numvar] entries of living rows
-  int32_t* list;     // [numcon] work list of rows
-  int8_t* inlist;    // [numcon]
+  double* xfix;        // [numvar] value of a removed column
+  double* c;           // [numvar] costs, changed by substitutions
+  double cfix;         // constant of the objective, with the removed columns' share
+  int8_t* rowalive;    // [numcon] 1 while the row is in the problem
+  int8_t* colalive;    // [numvar]
+  int32_t* connz;      // [numcon] entries of living columns
+  int32_t* varnz;      // [numvar] entries of living rows
+  int32_t* list;       // [numcon] work list of rows
+  int8_t* inlist;      // [numcon]
+  int64_t* rowmark;    // [numcon] scratch of one reduction, -1 between reductions
+  int32_t postsolved;  // the walk of postsolve has brought the problem back
 
   // The reduced problem, made by the final pass.
   int32_t redm, redn;
@@ -87,6 +117,16 @@ struct prslv {
   double* redbl;
   double* redbu;
 };
+
+// Lines (prslvmat.cpp). Room is made before a reduction pushes its record, so that the changes
+// that follow cannot fail.
+bool VLR_prslv_makelines(SysEnv* sys, PrslvLines* l, int32_t num, const int32_t* len);
+void VLR_prslv_freelines(SysEnv* sys, PrslvLines* l);
+// Room for `extra` more entries in line q; false when out of space (nothing changed but slots).
+bool VLR_prslv_makeroom(SysEnv* sys, PrslvLines* l, int32_t q, int32_t extra);
+int64_t VLR_prslv_findentry(const PrslvLines& l, int32_t q, int32_t other);
+void VLR_prslv_appendentry(PrslvLines* l, int32_t q, int32_t other, double v);
+void VLR_prslv_removeentry(PrslvLines* l, int32_t q, int64_t at);
 
 // Stack (prslvstk.cpp).
 int32_t VLR_prslv_beginpushstk(prslv* p, int32_t kind, int64_t numint, int64_t numdouble,
@@ -107,5 +147,10 @@ int64_t VLR_prslv_getnumred(const prslv* p);
 int32_t VLR_prslv_init(const PrslvParam& param, prslv* p, PrslvStat* stat);
 int32_t VLR_prslv_checkproblem(const PrslvParam& param, prslv* p, PrslvStat* stat,
                                int32_t* changed);
+
+// Duplicates (prslvdup.cpp): rows that are multiples of another row, columns that are multiples
+// of another column with the cost in the same ratio.
+int32_t VLR_prslv_checkdupcon(const PrslvParam& param, prslv* p, PrslvStat* stat, int32_t* changed);
+int32_t VLR_prslv_checkdupvar(const PrslvParam& param, prslv* p, PrslvStat* stat, int32_t* changed);
 
 }  // namespace vlr

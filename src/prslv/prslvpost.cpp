@@ -22,12 +22,12 @@ bool prslvpost_nonbasic(int32_t sk) {
   return sk == VLR_SK_LOW || sk == VLR_SK_UPR || sk == VLR_SK_FIX;
 }
 
-// The reduced cost of column j under the duals known so far; rows whose record has not been
-// undone yet still hold y = 0, which is what they held when the record was pushed.
+// The reduced cost of column j in the problem as the walk has brought it back: the column's
+// present cost and entries. Rows not brought back yet hold y = 0.
 double prslvpost_redcost(const prslv* p, const SimSol& sol, int32_t j) {
-  double d = p->lp->c[j];
-  for (int64_t k = p->colbeg[j]; k < p->colbeg[j + 1]; ++k)
-    d -= p->colval[k] * sol.y[p->colidx[k]];
+  double d = p->c[j];
+  for (int64_t k = p->col.beg[j]; k < VLR_prslv_lineend(p->col, j); ++k)
+    d -= p->col.val[k] * sol.y[p->col.idx[k]];
   return d;
 }
 
@@ -75,9 +75,9 @@ void prslvpost_undoconforce(const prslv* p, const int32_t* is, const double* ds,
   sol->y[i] = 0.0;
   double best = 0.0;
   int32_t arg = -1;
-  for (int64_t e = p->rowbeg[i]; e < p->rowbeg[i + 1]; ++e) {
-    const int32_t j = p->rowidx[e];
-    const double a = p->rowval[e];
+  for (int64_t e = p->row.beg[i]; e < VLR_prslv_lineend(p->row, i); ++e) {
+    const int32_t j = p->row.idx[e];
+    const double a = p->row.val[e];
     int32_t q = 0;
     while (q < k && is[3 + q] != j)
       ++q;
@@ -102,25 +102,154 @@ void prslvpost_undoconforce(const prslv* p, const int32_t* is, const double* ds,
   sol->sk[i] = p->lp->bk[i] == VLR_BK_FX ? VLR_SK_FIX : side == 1 ? VLR_SK_UPR : VLR_SK_LOW;
 }
 
-// x_j of a substituted free column from its equation, over the row as given: the other columns
-// hold their final values or, removed before, the values they were removed at. The column is
-// basic and the equation rests at its value.
-void prslvpost_undoelimination(const prslv* p, const int32_t* is, const double* ds, SimSol* sol) {
-  const SimLp& lp = *p->lp;
+// x_j of a substituted free column from its equation as it stood, over the columns living
+// then; the costs the substitution moved come back, and y_i = c_j / a makes the column's reduced
+// cost zero. The column is basic and the equation rests at its value.
+void prslvpost_undoelimination(prslv* p, const int32_t* is, const double* ds, SimSol* sol) {
   const int32_t m = p->numcon;
-  const int32_t i = is[0], j = is[1];
-  double s = lp.bl[i];
-  double a = ds[0];
-  for (int64_t k = p->rowbeg[i]; k < p->rowbeg[i + 1]; ++k) {
-    if (p->rowidx[k] == j) {
-      a = p->rowval[k];
-    } else {
-      s -= p->rowval[k] * sol->x[m + p->rowidx[k]];
-    }
+  const int32_t i = is[0], j = is[1], nq = is[2];
+  const double a = ds[0];
+  for (int32_t t = 0; t < nq; ++t)
+    p->c[is[3 + t]] = ds[3 + t];
+  p->c[j] = ds[1];
+  double s = ds[2];
+  for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
+    const int32_t q = p->row.idx[k];
+    if (q != j && p->colalive[q]) s -= p->row.val[k] * sol->x[m + q];
   }
+  p->rowalive[i] = 1;
+  p->colalive[j] = 1;
   sol->x[m + j] = s / a;
+  sol->y[i] = 0.0;
+  sol->y[i] = prslvpost_redcost(p, *sol, j) / a;
   sol->sk[m + j] = VLR_SK_BAS;
   sol->sk[i] = VLR_SK_FIX;
+}
+
+// Puts entry (s, j) back to what it was before a substitution changed it.
+void prslvpost_restoreentry(prslv* p, int32_t s, int32_t j, int32_t how, double old) {
+  if (how == kPrslvEntryKept) return;
+  if (how == kPrslvEntryCancelled) {
+    VLR_prslv_appendentry(&p->row, s, j, old);
+    VLR_prslv_appendentry(&p->col, j, s, old);
+    return;
+  }
+  const int64_t rat = VLR_prslv_findentry(p->row, s, j);
+  const int64_t cat = VLR_prslv_findentry(p->col, j, s);
+  if (how == kPrslvEntryAdded) {
+    VLR_prslv_removeentry(&p->row, s, rat);
+    VLR_prslv_removeentry(&p->col, j, cat);
+  } else {
+    p->row.val[rat] = old;
+    p->col.val[cat] = old;
+  }
+}
+
+// A doubleton equation a_ij x_j + a_ik x_k = b had x_k substituted. Column j and its cost come
+// back; x_k follows from the equation. When x_j rests, nonbasic, on a side that came from x_k and
+// its reduced cost asks for that side, x_k takes that bound and x_j turns basic, with
+// d_k = -d_j a_ik / a_ij; otherwise x_k is basic with d_k = 0. y_i then makes d_k what it must be.
+void prslvpost_undoconpiv(prslv* p, const int32_t* is, const double* ds, SimSol* sol) {
+  const int32_t m = p->numcon;
+  const int32_t i = is[0], k = is[1], j = is[2], flags = is[3], cnt = is[4];
+  const double aik = ds[0], aij = ds[1], b = ds[2];
+  const double dj = prslvpost_redcost(p, *sol, j);
+  for (int32_t t = 0; t < cnt; ++t)
+    prslvpost_restoreentry(p, is[5 + t], j, is[5 + cnt + t], ds[6 + t]);
+  p->c[j] = ds[3];
+  p->rowalive[i] = 1;
+  p->colalive[k] = 1;
+  sol->x[m + k] = (b - aij * sol->x[m + j]) / aik;
+  int32_t& skj = sol->sk[m + j];
+  const bool atlo = skj == VLR_SK_LOW || (skj == VLR_SK_FIX && dj >= 0.0);
+  const bool atup = skj == VLR_SK_UPR || (skj == VLR_SK_FIX && dj < 0.0);
+  const bool fromk = (atlo && (flags & kPrslvSinLower)) || (atup && (flags & kPrslvSinUpper));
+  const bool optimalside = (atlo && dj > 0.0) || (atup && dj < 0.0);
+  double dk = 0.0;
+  sol->sk[m + k] = VLR_SK_BAS;
+  if (prslvpost_nonbasic(skj) && fromk && optimalside) {
+    dk = -dj * aik / aij;
+    skj = VLR_SK_BAS;
+    // x_j's lower side is x_k's upper when a_ij / a_ik > 0.
+    const bool kup = atlo == (aij / aik > 0);
+    sol->sk[m + k] = p->lp->bk[m + k] == VLR_BK_FX ? VLR_SK_FIX : kup ? VLR_SK_UPR : VLR_SK_LOW;
+  }
+  sol->y[i] = 0.0;
+  sol->y[i] = (prslvpost_redcost(p, *sol, k) - dk) / aik;
+  sol->sk[i] = VLR_SK_FIX;
+}
+
+// Row r, a multiple lambda of row i, gave row i its bounds. When row i rests, nonbasic with a
+// dual, on a side that came from row r, row r takes the dual (y_r = y_i / lambda) and the side,
+// and row i turns basic; otherwise row r is basic with y_r = 0.
+void prslvpost_undodupcon(prslv* p, const int32_t* is, const double* ds, SimSol* sol) {
+  const int32_t r = is[0], i = is[1], flags = is[2];
+  const double lambda = ds[0];
+  p->rowalive[r] = 1;
+  sol->sk[r] = VLR_SK_BAS;
+  sol->y[r] = 0.0;
+  const int32_t ski = sol->sk[i];
+  const double y = sol->y[i];
+  if (!prslvpost_nonbasic(ski) || y == 0.0) return;
+  const bool atlo = ski == VLR_SK_LOW || (ski == VLR_SK_FIX && y > 0.0);
+  const bool atup = ski == VLR_SK_UPR || (ski == VLR_SK_FIX && y < 0.0);
+  if (!((atlo && (flags & kPrslvSinLower)) || (atup && (flags & kPrslvSinUpper)))) return;
+  sol->y[r] = y / lambda;
+  sol->y[i] = 0.0;
+  sol->sk[i] = VLR_SK_BAS;
+  const bool rlow = atlo == (lambda > 0);
+  sol->sk[r] = p->lp->bk[r] == VLR_BK_FX ? VLR_SK_FIX : rlow ? VLR_SK_LOW : VLR_SK_UPR;
+}
+
+// Column k = lambda column j was merged into x_j + lambda x_k. The merged value is split: at a
+// side of the merged range both columns take the matching sides; otherwise column k rests at a
+// bound that leaves x_j inside its own, and x_j keeps the merged column's status (when no bound
+// of k will do, x_j rests at its bound and x_k takes the status).
+void prslvpost_undodupvar(prslv* p, const int32_t* is, const double* ds, SimSol* sol) {
+  const int32_t m = p->numcon;
+  const int32_t k = is[0], j = is[1];
+  const double lambda = ds[0], lj = ds[1], uj = ds[2];
+  // The bounds of k that pair with j's lower and upper.
+  const double lk = lambda > 0 ? ds[3] : ds[4], uk = lambda > 0 ? ds[4] : ds[3];
+  const int32_t sklk = lambda > 0 ? VLR_SK_LOW : VLR_SK_UPR;
+  const int32_t skuk = lambda > 0 ? VLR_SK_UPR : VLR_SK_LOW;
+  p->colalive[k] = 1;
+  const double v = sol->x[m + j];
+  const int32_t skj = sol->sk[m + j];
+  const double tol = 1e-9 * (1.0 + std::fabs(v));
+  double xj = v, xk = 0.0;
+  int32_t newskj = skj, newskk = VLR_SK_SUPBAS;
+  if (!std::isinf(lj) && !std::isinf(lk) && std::fabs(v - (lj + lambda * lk)) <= tol &&
+      skj != VLR_SK_BAS) {
+    xj = lj;
+    xk = lk;
+    newskj = VLR_SK_LOW;
+    newskk = sklk;
+  } else if (!std::isinf(uj) && !std::isinf(uk) && std::fabs(v - (uj + lambda * uk)) <= tol &&
+             skj != VLR_SK_BAS) {
+    xj = uj;
+    xk = uk;
+    newskj = VLR_SK_UPR;
+    newskk = skuk;
+  } else if (!std::isinf(lk) && v - lambda * lk >= lj - tol && v - lambda * lk <= uj + tol) {
+    xk = lk;
+    xj = v - lambda * lk;
+    newskk = sklk;
+  } else if (!std::isinf(uk) && v - lambda * uk >= lj - tol && v - lambda * uk <= uj + tol) {
+    xk = uk;
+    xj = v - lambda * uk;
+    newskk = skuk;
+  } else if (!std::isinf(lj) || !std::isinf(uj)) {
+    // x_j at the bound the value leaves it nearest; x_k takes the rest and the status.
+    xj = !std::isinf(lj) && (std::isinf(uj) || v - lj < uj - v) ? lj : uj;
+    xk = (v - xj) / lambda;
+    newskk = skj;
+    newskj = xj == lj ? VLR_SK_LOW : VLR_SK_UPR;
+  }
+  sol->x[m + j] = xj;
+  sol->x[m + k] = xk;
+  sol->sk[m + j] = newskj;
+  sol->sk[m + k] = newskk;
 }
 
 // Nonbasic keys made to agree with the bounds of the problem as given and the value.
@@ -138,6 +267,8 @@ int32_t prslvpost_key(int32_t sk, int32_t bk, double l, double u, double x, doub
 }  // namespace
 
 int32_t VLR_prslv_postsolve(const PrslvParam&, prslv* p, const SimSol& reducedsol, SimSol* sol) {
+  if (p->postsolved) return kPrslvOrder;
+  p->postsolved = 1;
   const SimLp& lp = *p->lp;
   const int32_t m = p->numcon, n = p->numvar, rm = p->redm;
   for (int32_t i = 0; i < m; ++i) {
@@ -150,16 +281,8 @@ int32_t VLR_prslv_postsolve(const PrslvParam&, prslv* p, const SimSol& reducedso
     sol->x[m + j] = jj >= 0 ? reducedsol.x[rm + jj] : p->xfix[j];
     sol->sk[m + j] = jj >= 0 ? reducedsol.sk[rm + jj] : VLR_SK_SUPBAS;
   }
-  // The dual of an equation that a substitution took away is fixed by the substituted cost:
-  // y_i = c_j / a. Set before the walk, so that every reduced cost the walk computes sees the
-  // costs as the later reductions saw them.
-  for (int64_t r = 0; r < VLR_prslv_getnumred(p); ++r) {
-    int32_t k = 0;
-    const int32_t* ri = nullptr;
-    const double* rd = nullptr;
-    VLR_prslv_getrecord(p, r, &k, &ri, &rd);
-    if (k == kPrslvElimination) sol->y[ri[0]] = rd[1] / rd[0];
-  }
+  // The walk brings rows and columns back as it undoes the records that took them, so that at
+  // each record the object holds the problem as that reduction saw it.
   VLR_prslv_initpopstk(p);
   int32_t kind = 0;
   const int32_t* is = nullptr;
@@ -169,27 +292,43 @@ int32_t VLR_prslv_postsolve(const PrslvParam&, prslv* p, const SimSol& reducedso
     switch (kind) {
       case kPrslvConRelaxFree:
       case kPrslvInitialFreeCon:
+        p->rowalive[is[0]] = 1;
         sol->sk[is[0]] = VLR_SK_BAS;
         sol->y[is[0]] = 0.0;
         break;
       case kPrslvConSin:
       case kPrslvInitialConSin:
+        p->rowalive[is[0]] = 1;
         prslvpost_undoconsin(p, is, ds, sol);
         break;
       case kPrslvConForce:
+        p->rowalive[is[0]] = 1;
+        for (int32_t q = 0; q < is[2]; ++q)
+          p->colalive[is[3 + q]] = 1;
         prslvpost_undoconforce(p, is, ds, sol);
         break;
       case kPrslvElimination:
         prslvpost_undoelimination(p, is, ds, sol);
         break;
+      case kPrslvConPiv:
+        prslvpost_undoconpiv(p, is, ds, sol);
+        break;
+      case kPrslvDupCon:
+        prslvpost_undodupcon(p, is, ds, sol);
+        break;
+      case kPrslvDupVar:
+        prslvpost_undodupvar(p, is, ds, sol);
+        break;
       case kPrslvVarFix:
       case kPrslvInitialVarFix:
+        p->colalive[is[0]] = 1;
         sol->x[m + is[0]] = ds[0];
         sol->sk[m + is[0]] = VLR_SK_FIX;
         break;
       case kPrslvVarFixLo:
       case kPrslvVarFixUp:
       case kPrslvVarFixZero:
+        p->colalive[is[0]] = 1;
         sol->x[m + is[0]] = ds[0];
         sol->sk[m + is[0]] = kind == kPrslvVarFixLo   ? VLR_SK_LOW
                              : kind == kPrslvVarFixUp ? VLR_SK_UPR

@@ -45,8 +45,8 @@ int32_t prslv_push(prslv* p, int32_t kind, std::initializer_list<int32_t> ints,
 
 void prslv_removerow(prslv* p, int32_t i) {
   p->rowalive[i] = 0;
-  for (int64_t k = p->rowbeg[i]; k < p->rowbeg[i + 1]; ++k) {
-    if (p->colalive[p->rowidx[k]]) --p->varnz[p->rowidx[k]];
+  for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
+    if (p->colalive[p->row.idx[k]]) --p->varnz[p->row.idx[k]];
   }
 }
 
@@ -55,11 +55,11 @@ void prslv_removecol(prslv* p, int32_t j, double v) {
   p->colalive[j] = 0;
   p->xfix[j] = v;
   p->cfix += p->c[j] * v;
-  for (int64_t k = p->colbeg[j]; k < p->colbeg[j + 1]; ++k) {
-    const int32_t i = p->colidx[k];
+  for (int64_t k = p->col.beg[j]; k < VLR_prslv_lineend(p->col, j); ++k) {
+    const int32_t i = p->col.idx[k];
     if (!p->rowalive[i]) continue;
     --p->connz[i];
-    const double s = p->colval[k] * v;
+    const double s = p->col.val[k] * v;
     if (p->rl[i] > -kInf) p->rl[i] -= s;
     if (p->ru[i] < kInf) p->ru[i] -= s;
   }
@@ -87,10 +87,10 @@ void prslv_infeasible(PrslvStat* stat) {
 int32_t prslv_consin(const PrslvParam& param, prslv* p, int32_t i, int32_t kind, PrslvStat* stat) {
   int32_t j = -1;
   double a = 0.0;
-  for (int64_t k = p->rowbeg[i]; k < p->rowbeg[i + 1]; ++k) {
-    if (p->colalive[p->rowidx[k]]) {
-      j = p->rowidx[k];
-      a = p->rowval[k];
+  for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
+    if (p->colalive[p->row.idx[k]]) {
+      j = p->row.idx[k];
+      a = p->row.val[k];
     }
   }
   // A tiny coefficient would turn a modest row bound into a huge column bound: leave the row.
@@ -112,13 +112,12 @@ int32_t prslv_consin(const PrslvParam& param, prslv* p, int32_t i, int32_t kind,
       prslv_infeasible(stat);
       return kPrslvOk;
     }
-    // Within the tolerance: both sides meet at the column's own bound where there is one.
+    // Within the tolerance: both sides meet at the column's own bound where there is one. The
+    // side that moved still came from the row, which may take the column's dual in postsolve.
     if (flags & kPrslvSinLower) {
       nl = nu;
-      flags &= ~kPrslvSinLower;
     } else {
       nu = nl;
-      flags &= ~kPrslvSinUpper;
     }
   }
   const int32_t r = prslv_push(p, kind, {i, j, flags}, {a, p->cl[j], p->cu[j]});
@@ -135,10 +134,10 @@ void prslv_activity(const prslv* p, int32_t i, double* minact, double* maxact, i
                     int32_t* nup) {
   *minact = *maxact = 0.0;
   *nlo = *nup = 0;
-  for (int64_t k = p->rowbeg[i]; k < p->rowbeg[i + 1]; ++k) {
-    const int32_t j = p->rowidx[k];
+  for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
+    const int32_t j = p->row.idx[k];
     if (!p->colalive[j]) continue;
-    const double a = p->rowval[k];
+    const double a = p->row.val[k];
     const double l = p->cl[j], u = p->cu[j];
     const double forlo = a > 0 ? l : u, forup = a > 0 ? u : l;
     if (std::isinf(forlo)) {
@@ -167,10 +166,10 @@ int32_t prslv_conforce(prslv* p, int32_t i, int32_t side, PrslvStat* stat) {
   is[1] = side;
   is[2] = k;
   int32_t at = 0;
-  for (int64_t e = p->rowbeg[i]; e < p->rowbeg[i + 1]; ++e) {
-    const int32_t j = p->rowidx[e];
+  for (int64_t e = p->row.beg[i]; e < VLR_prslv_lineend(p->row, i); ++e) {
+    const int32_t j = p->row.idx[e];
     if (!p->colalive[j]) continue;
-    const double a = p->rowval[e];
+    const double a = p->row.val[e];
     is[3 + at] = j;
     ds[at] = (side == 1) == (a > 0) ? p->cl[j] : p->cu[j];
     ++at;
@@ -182,6 +181,9 @@ int32_t prslv_conforce(prslv* p, int32_t i, int32_t side, PrslvStat* stat) {
   ++stat->numforcing;
   return kPrslvOk;
 }
+
+int32_t prslv_doubleton(const PrslvParam& param, prslv* p, int32_t i, PrslvStat* stat,
+                        int32_t* changed);
 
 // One row of the pass, by its count of living entries.
 int32_t prslv_checkcon(const PrslvParam& param, prslv* p, int32_t i, PrslvStat* stat,
@@ -200,6 +202,10 @@ int32_t prslv_checkcon(const PrslvParam& param, prslv* p, int32_t i, PrslvStat* 
     const int32_t r = prslv_consin(param, p, i, kPrslvConSin, stat);
     if (stat->numconsin != before) *changed = 1;
     return r;
+  }
+  if (p->connz[i] == 2 && p->rl[i] == p->ru[i] && param.eliminatortries != 0) {
+    const int32_t r = prslv_doubleton(param, p, i, stat, changed);
+    if (r != kPrslvOk || !p->rowalive[i] || stat->prosta != 0) return r;
   }
   double minact = 0, maxact = 0;
   int32_t nlo = 0, nup = 0;
@@ -266,10 +272,10 @@ int32_t prslv_dominated(const PrslvParam& param, prslv* p, int32_t j, PrslvStat*
                         int32_t* changed) {
   double sumlo = 0.0, sumup = 0.0;  // least and greatest of a_j'y
   bool lovalid = true, upvalid = true;
-  for (int64_t k = p->colbeg[j]; k < p->colbeg[j + 1] && (lovalid || upvalid); ++k) {
-    const int32_t i = p->colidx[k];
+  for (int64_t k = p->col.beg[j]; k < VLR_prslv_lineend(p->col, j) && (lovalid || upvalid); ++k) {
+    const int32_t i = p->col.idx[k];
     if (!p->rowalive[i]) continue;
-    const double a = p->colval[k];
+    const double a = p->col.val[k];
     if (std::fabs(a) <= param.tolaij) continue;
     const bool haslo = p->rl[i] > -kInf, hasup = p->ru[i] < kInf;
     // y in [ylo, yup]: [0, inf) with a lower side only, (-inf, 0] with an upper side only.
@@ -306,37 +312,196 @@ int32_t prslv_dominated(const PrslvParam& param, prslv* p, int32_t j, PrslvStat*
   return kPrslvOk;
 }
 
-// A free column j with one entry a, in an equation i: x_j = (b - sum a_ik x_k) / a, so the row
+// The living entry of column j in row i, or zero.
+double prslv_aij(const prslv* p, int32_t i, int32_t j) {
+  const int64_t at = VLR_prslv_findentry(p->row, i, j);
+  return at >= 0 ? p->row.val[at] : 0.0;
+}
+
+// A free column j with one entry a, in an equation i: x_j = (b - sum a_iq x_q) / a, so the row
 // and the column go, and the column's cost moves onto the row's other columns. Only a pivot of
-// a reasonable size among its row's entries is taken, to keep the substitution stable.
+// a reasonable size among its row's entries is taken, to keep the substitution stable. The
+// record keeps the costs it changes.
 int32_t prslv_elimination(prslv* p, int32_t j, PrslvStat* stat, int32_t* changed) {
   int32_t i = -1;
   double a = 0.0;
-  for (int64_t k = p->colbeg[j]; k < p->colbeg[j + 1]; ++k) {
-    if (p->rowalive[p->colidx[k]]) {
-      i = p->colidx[k];
-      a = p->colval[k];
+  for (int64_t k = p->col.beg[j]; k < VLR_prslv_lineend(p->col, j); ++k) {
+    if (p->rowalive[p->col.idx[k]]) {
+      i = p->col.idx[k];
+      a = p->col.val[k];
     }
   }
   if (i < 0 || p->rl[i] != p->ru[i] || std::isinf(p->rl[i])) return kPrslvOk;
   double amax = 0.0;
-  for (int64_t k = p->rowbeg[i]; k < p->rowbeg[i + 1]; ++k) {
-    if (p->colalive[p->rowidx[k]]) amax = std::max(amax, std::fabs(p->rowval[k]));
+  for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
+    if (p->colalive[p->row.idx[k]]) amax = std::max(amax, std::fabs(p->row.val[k]));
   }
   if (std::fabs(a) < 0.01 * amax) return kPrslvOk;
-  const double cj = p->c[j];
-  const int32_t r = prslv_push(p, kPrslvElimination, {i, j}, {a, cj});
+  const double cj = p->c[j], b = p->rl[i];
+  const int32_t nq = p->connz[i] - 1;
+  int32_t* is = nullptr;
+  double* ds = nullptr;
+  const int32_t r = VLR_prslv_beginpushstk(p, kPrslvElimination, 3 + nq, 3 + nq, &is, &ds);
   if (r != kPrslvOk) return r;
+  is[0] = i;
+  is[1] = j;
+  is[2] = nq;
+  ds[0] = a;
+  ds[1] = cj;
+  ds[2] = b;
+  int32_t at = 0;
+  for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
+    const int32_t q = p->row.idx[k];
+    if (q == j || !p->colalive[q]) continue;
+    is[3 + at] = q;
+    ds[3 + at] = p->c[q];
+    ++at;
+  }
+  VLR_prslv_endpushstk(p);
   if (cj != 0.0) {
-    for (int64_t k = p->rowbeg[i]; k < p->rowbeg[i + 1]; ++k) {
-      const int32_t q = p->rowidx[k];
-      if (q != j && p->colalive[q]) p->c[q] -= cj * p->rowval[k] / a;
+    for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
+      const int32_t q = p->row.idx[k];
+      if (q != j && p->colalive[q]) p->c[q] -= cj * p->row.val[k] / a;
     }
-    p->cfix += cj * p->rl[i] / a;
+    p->cfix += cj * b / a;
   }
   prslv_removerow(p, i);
   p->colalive[j] = 0;
   ++stat->numeliminated;
+  *changed = 1;
+  return kPrslvOk;
+}
+
+// Bounds that x_j = (beta - x_k) / r takes from l <= x_k <= u (r the ratio a_ij / a_ik).
+void prslv_boundsthrough(double beta, double r, double l, double u, double* lo, double* hi) {
+  const double fromu = std::isinf(u) ? (r > 0 ? -kInf : kInf) : (beta - u) / r;
+  const double froml = std::isinf(l) ? (r > 0 ? kInf : -kInf) : (beta - l) / r;
+  *lo = r > 0 ? fromu : froml;
+  *hi = r > 0 ? froml : fromu;
+}
+
+// Change of an entry (s, j) by delta, in both views; the kind of change for the undo record.
+int32_t prslv_addtoentry(const PrslvParam& param, prslv* p, int32_t s, int32_t j, double delta) {
+  const int64_t rat = VLR_prslv_findentry(p->row, s, j);
+  if (rat < 0) {
+    if (std::fabs(delta) <= param.tolaij) return kPrslvEntryKept;
+    VLR_prslv_appendentry(&p->row, s, j, delta);
+    VLR_prslv_appendentry(&p->col, j, s, delta);
+    ++p->connz[s];
+    ++p->varnz[j];
+    return kPrslvEntryAdded;
+  }
+  const int64_t cat = VLR_prslv_findentry(p->col, j, s);
+  const double old = p->row.val[rat], v = old + delta;
+  if (std::fabs(v) <=
+      std::max(param.relzero * std::max(std::fabs(old), std::fabs(delta)), param.tolaij)) {
+    VLR_prslv_removeentry(&p->row, s, rat);
+    VLR_prslv_removeentry(&p->col, j, cat);
+    --p->connz[s];
+    --p->varnz[j];
+    return kPrslvEntryCancelled;
+  }
+  p->row.val[rat] = v;
+  p->col.val[cat] = v;
+  return kPrslvEntryUpdated;
+}
+
+// An equation a_ij x_j + a_ik x_k = b: x_k = (b - a_ij x_j) / a_ik goes into every other row of
+// column k and into the objective, the bounds of x_k become bounds of x_j, and the row and
+// column k go. Of the two columns the one eliminated is the shorter among those whose entry is
+// at least a tenth of the other's, so the multiplier stays at most 10.
+int32_t prslv_doubleton(const PrslvParam& param, prslv* p, int32_t i, PrslvStat* stat,
+                        int32_t* changed) {
+  int32_t c2[2] = {-1, -1};
+  double a2[2] = {0.0, 0.0};
+  int32_t found = 0;
+  for (int64_t e = p->row.beg[i]; e < VLR_prslv_lineend(p->row, i) && found < 2; ++e) {
+    if (!p->colalive[p->row.idx[e]]) continue;
+    c2[found] = p->row.idx[e];
+    a2[found++] = p->row.val[e];
+  }
+  if (found < 2) return kPrslvOk;
+  bool ok[2];
+  for (int32_t t = 0; t < 2; ++t)
+    ok[t] = std::fabs(a2[t]) >= 0.1 * std::fabs(a2[1 - t]);
+  int32_t pick = ok[0] ? 0 : 1;
+  if (ok[0] && ok[1] && p->varnz[c2[1]] < p->varnz[c2[0]]) pick = 1;
+  const int32_t k = c2[pick], j = c2[1 - pick];
+  const double aik = a2[pick], aij = a2[1 - pick], b = p->rl[i];
+  const double ratio = aij / aik, beta = b / aik;
+  double lo = 0, hi = 0;
+  prslv_boundsthrough(beta, ratio, p->cl[k], p->cu[k], &lo, &hi);
+  int32_t flags = 0;
+  double nl = p->cl[j], nu = p->cu[j];
+  if (lo > nl + prslv_tight(nl)) {
+    nl = lo;
+    flags |= kPrslvSinLower;
+  }
+  if (hi < nu - prslv_tight(nu)) {
+    nu = hi;
+    flags |= kPrslvSinUpper;
+  }
+  if (nl > nu) {
+    if (prslv_isinfeasible(param, nl, nu)) {
+      prslv_infeasible(stat);
+      return kPrslvOk;
+    }
+    if (flags & kPrslvSinLower) {
+      nl = nu;
+    } else {
+      nu = nl;
+    }
+  }
+  // Rows of column k other than i, and room for the fill in them and in column j.
+  int32_t cnt = 0;
+  for (int64_t e = p->col.beg[k]; e < VLR_prslv_lineend(p->col, k); ++e) {
+    const int32_t s = p->col.idx[e];
+    if (s != i && p->rowalive[s]) ++cnt;
+  }
+  if (!VLR_prslv_makeroom(p->sys, &p->col, j, cnt)) return kPrslvNoSpace;
+  for (int64_t e = p->col.beg[k]; e < VLR_prslv_lineend(p->col, k); ++e) {
+    const int32_t s = p->col.idx[e];
+    if (s != i && p->rowalive[s] && !VLR_prslv_makeroom(p->sys, &p->row, s, 1)) {
+      return kPrslvNoSpace;
+    }
+  }
+  int32_t* is = nullptr;
+  double* ds = nullptr;
+  const int32_t r = VLR_prslv_beginpushstk(p, kPrslvConPiv, 5 + 2 * cnt, 6 + cnt, &is, &ds);
+  if (r != kPrslvOk) return r;
+  is[0] = i;
+  is[1] = k;
+  is[2] = j;
+  is[3] = flags;
+  is[4] = cnt;
+  ds[0] = aik;
+  ds[1] = aij;
+  ds[2] = b;
+  ds[3] = p->c[j];
+  ds[4] = p->cl[j];
+  ds[5] = p->cu[j];
+  int32_t at = 0;
+  for (int64_t e = p->col.beg[k]; e < VLR_prslv_lineend(p->col, k); ++e) {
+    const int32_t s = p->col.idx[e];
+    if (s == i || !p->rowalive[s]) continue;
+    const double ask = p->col.val[e];
+    is[5 + at] = s;
+    ds[6 + at] = prslv_aij(p, s, j);
+    is[5 + cnt + at] = prslv_addtoentry(param, p, s, j, -ask * ratio);
+    --p->connz[s];  // the entry of column k goes with the column
+    const double shift = ask * beta;
+    if (p->rl[s] > -kInf) p->rl[s] -= shift;
+    if (p->ru[s] < kInf) p->ru[s] -= shift;
+    ++at;
+  }
+  VLR_prslv_endpushstk(p);
+  p->cfix += p->c[k] * beta;
+  p->c[j] -= p->c[k] * ratio;
+  p->cl[j] = nl;
+  p->cu[j] = nu;
+  prslv_removerow(p, i);
+  p->colalive[k] = 0;
+  ++stat->numdoubleton;
   *changed = 1;
   return kPrslvOk;
 }

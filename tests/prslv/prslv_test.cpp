@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <random>
 #include <string>
 #include <vector>
@@ -278,71 +280,103 @@ TEST_F(PrslvTest, UseOffKeepsTheProblemAndPostsolveStillWorks) {
 
 // Thousands of small random problems, many degenerate, with every kind of bound, some
 // infeasible or unbounded: presolve never changes the answer.
-TEST_F(PrslvTest, RandomProblemsKeepTheirOptimum) {
-  std::mt19937 rng(20261124);
+// A small random LP with a known feasible point, drawn from rng; trial picks the extras: every
+// 13th has a crossed ranged row, every third a row that is a multiple of another, every sixth a
+// column that is a multiple of another with its cost in the same ratio.
+Lp RandomLp(std::mt19937& rng, int32_t trial) {
   auto pick = [&](int32_t lo, int32_t hi) {
     return std::uniform_int_distribution<int32_t>(lo, hi)(rng);
   };
-  int32_t optimal = 0, reduced = 0, cleaned = 0, eliminated = 0, forcing = 0, dominated = 0;
+  Lp lp;
+  const int32_t m = pick(1, 8), n = pick(1, 10);
+  std::vector<double> x0(static_cast<size_t>(n));
+  std::vector<std::vector<std::pair<int32_t, double>>> cols(static_cast<size_t>(n));
+  for (int32_t i = 0; i < m; ++i) {
+    for (int32_t j = 0; j < n; ++j) {
+      if (pick(0, 9) < 3) cols[j].push_back({i, static_cast<double>(pick(-3, 3) | 1)});
+    }
+  }
+  // Every third problem gets a row that is a multiple of another, and every other one of those
+  // a column that is a multiple of another, with its cost in the same ratio.
+  double dupcost = std::nan("");
+  if (trial % 3 == 1 && m >= 2) {
+    const double lambda = pick(0, 1) ? -2.0 : 0.5;
+    for (auto& col : cols) {
+      col.erase(std::remove_if(col.begin(), col.end(), [](const auto& e) { return e.first == 1; }),
+                col.end());
+      for (const auto& [i, a] : std::vector<std::pair<int32_t, double>>(col)) {
+        if (i == 0) col.push_back({1, lambda * a});
+      }
+    }
+  }
+  if (trial % 6 == 1 && n >= 2) {
+    cols[1] = cols[0];
+    for (auto& e : cols[1])
+      e.second *= -3.0;
+    dupcost = -3.0;
+  }
+  std::vector<double> act(static_cast<size_t>(m), 0.0);
+  for (int32_t j = 0; j < n; ++j) {
+    x0[j] = pick(-2, 3);
+    for (const auto& [i, a] : cols[j])
+      act[i] += a * x0[j];
+  }
+  for (int32_t i = 0; i < m; ++i) {
+    const double a = act[i], lo = a - pick(0, 2), hi = a + pick(0, 2);
+    switch (pick(0, 5)) {
+      case 0:
+        lp.AddRow(VLR_BK_LO, lo, kInf);
+        break;
+      case 1:
+        lp.AddRow(VLR_BK_UP, -kInf, hi);
+        break;
+      case 2:
+        lp.AddRow(VLR_BK_FX, a, a);
+        break;
+      case 3:
+        lp.AddRow(VLR_BK_FR, -kInf, kInf);
+        break;
+      case 4:
+        lp.AddRow(VLR_BK_RA, lo - 5 * (trial % 13 == 0), hi);  // sometimes crossed: infeasible
+        break;
+      default:
+        lp.AddRow(VLR_BK_RA, lo, hi);
+        break;
+    }
+  }
+  double cost0 = 0.0;
+  for (int32_t j = 0; j < n; ++j) {
+    const double v = x0[j];
+    double cost = pick(-3, 3);
+    if (j == 0) cost0 = cost;
+    if (j == 1 && !std::isnan(dupcost)) cost = dupcost * cost0;
+    switch (pick(0, 5)) {
+      case 0:
+        lp.AddCol(cost, VLR_BK_LO, v - pick(0, 2), kInf, cols[j]);
+        break;
+      case 1:
+        lp.AddCol(cost, VLR_BK_UP, -kInf, v + pick(0, 2), cols[j]);
+        break;
+      case 2:
+        lp.AddCol(cost, VLR_BK_FX, v, v, cols[j]);
+        break;
+      case 3:
+        lp.AddCol(cost, VLR_BK_FR, -kInf, kInf, cols[j]);
+        break;
+      default:
+        lp.AddCol(cost, VLR_BK_RA, v - pick(0, 2), v + pick(0, 2), cols[j]);
+        break;
+    }
+  }
+  return lp;
+}
+
+TEST_F(PrslvTest, RandomProblemsKeepTheirOptimum) {
+  std::mt19937 rng(20261124);
+  int32_t optimal = 0, reduced = 0, cleaned = 0, eliminated = 0, forcing = 0, dominated = 0,
+          doubleton = 0, dupcon = 0, dupvar = 0;
   for (int32_t trial = 0; trial < 3000; ++trial) {
-    Lp lp;
-    const int32_t m = pick(1, 8), n = pick(1, 10);
-    std::vector<double> x0(static_cast<size_t>(n));
-    std::vector<std::vector<std::pair<int32_t, double>>> cols(static_cast<size_t>(n));
-    for (int32_t i = 0; i < m; ++i) {
-      for (int32_t j = 0; j < n; ++j) {
-        if (pick(0, 9) < 3) cols[j].push_back({i, static_cast<double>(pick(-3, 3) | 1)});
-      }
-    }
-    std::vector<double> act(static_cast<size_t>(m), 0.0);
-    for (int32_t j = 0; j < n; ++j) {
-      x0[j] = pick(-2, 3);
-      for (const auto& [i, a] : cols[j])
-        act[i] += a * x0[j];
-    }
-    for (int32_t i = 0; i < m; ++i) {
-      const double a = act[i], lo = a - pick(0, 2), hi = a + pick(0, 2);
-      switch (pick(0, 5)) {
-        case 0:
-          lp.AddRow(VLR_BK_LO, lo, kInf);
-          break;
-        case 1:
-          lp.AddRow(VLR_BK_UP, -kInf, hi);
-          break;
-        case 2:
-          lp.AddRow(VLR_BK_FX, a, a);
-          break;
-        case 3:
-          lp.AddRow(VLR_BK_FR, -kInf, kInf);
-          break;
-        case 4:
-          lp.AddRow(VLR_BK_RA, lo - 5 * (trial % 13 == 0), hi);  // sometimes crossed: infeasible
-          break;
-        default:
-          lp.AddRow(VLR_BK_RA, lo, hi);
-          break;
-      }
-    }
-    for (int32_t j = 0; j < n; ++j) {
-      const double v = x0[j], cost = pick(-3, 3);
-      switch (pick(0, 5)) {
-        case 0:
-          lp.AddCol(cost, VLR_BK_LO, v - pick(0, 2), kInf, cols[j]);
-          break;
-        case 1:
-          lp.AddCol(cost, VLR_BK_UP, -kInf, v + pick(0, 2), cols[j]);
-          break;
-        case 2:
-          lp.AddCol(cost, VLR_BK_FX, v, v, cols[j]);
-          break;
-        case 3:
-          lp.AddCol(cost, VLR_BK_FR, -kInf, kInf, cols[j]);
-          break;
-        default:
-          lp.AddCol(cost, VLR_BK_RA, v - pick(0, 2), v + pick(0, 2), cols[j]);
-          break;
-      }
-    }
+    Lp lp = RandomLp(rng, trial);
     const Outcome o = Compare(sys_, &lp, "trial " + std::to_string(trial));
     if (HasFatalFailure() || HasNonfatalFailure()) {
       ADD_FAILURE() << "first failing trial " << trial;
@@ -354,15 +388,88 @@ TEST_F(PrslvTest, RandomProblemsKeepTheirOptimum) {
     eliminated += o.stat.numeliminated > 0;
     forcing += o.stat.numforcing > 0;
     dominated += o.stat.numdominated > 0;
+    doubleton += o.stat.numdoubleton > 0;
+    dupcon += o.stat.numdupcon > 0;
+    dupvar += o.stat.numdupvar > 0;
   }
+  std::printf(
+      "optimal %d reduced %d cleaned %d eliminated %d forcing %d dominated %d doubleton %d "
+      "dupcon %d dupvar %d\n",
+      optimal, reduced, cleaned, eliminated, forcing, dominated, doubleton, dupcon, dupvar);
   // Every reduction met often enough to count.
   EXPECT_GT(eliminated, 50);
-  EXPECT_GT(forcing, 50);
+  EXPECT_GT(forcing, 30);
+  EXPECT_GT(doubleton, 200);
+  EXPECT_GT(dupcon, 100);
+  EXPECT_GT(dupvar, 30);
   EXPECT_GT(dominated, 50);
   EXPECT_GT(optimal, 1000);
   EXPECT_GT(reduced, 2000);
   // Most postsolved bases are optimal as they stand; the others need a few clean-up pivots.
   EXPECT_LT(cleaned, optimal / 10);
+}
+
+// Allocation failure at every step of make, reduce and postsolve, on random problems that meet
+// every reduction: each failure is kPrslvNoSpace with nothing leaked, and a run that gets its
+// memory reduces to the same problem as a run that never failed.
+int64_t g_left = -1;
+int64_t g_live = 0;
+void* FailingMalloc(void*, size_t size) {
+  if (g_left == 0) return nullptr;
+  if (g_left > 0) --g_left;
+  ++g_live;
+  return std::malloc(size);
+}
+void CountingFree(void*, void* block) {
+  --g_live;
+  std::free(block);
+}
+
+TEST(PrslvMemfail, EveryFailureIsCleanAndChangesNothing) {
+  std::mt19937 rng(7);
+  int32_t kinds = 0;
+  for (int32_t trial = 0; trial < 60; ++trial) {
+    Lp prob = RandomLp(rng, trial);
+    const vlr::SimLp lp = prob.View();
+    vlr::PrslvParam param;
+    vlr::VLR_prslv_initparam(&param);
+    vlr::PrslvStat want;
+    for (int64_t k = 0;; ++k) {
+      vlr::SysEnv* sys = vlr::VLR_sysenv_make(0, 0, nullptr, FailingMalloc, CountingFree);
+      ASSERT_NE(sys, nullptr);
+      g_left = k;
+      vlr::prslv* p = nullptr;
+      int32_t r = vlr::VLR_prslv_make(sys, lp, &p);
+      vlr::PrslvStat stat;
+      if (r == vlr::kPrslvOk) r = vlr::VLR_prslv_reduce(param, p, &stat);
+      const bool reduced = r == vlr::kPrslvOk;
+      if (reduced && stat.prosta == 0) {
+        // The reduced problem's solution is all zeros: postsolve only needs to run.
+        vlr::SimLp red;
+        vlr::VLR_prslv_getreduced(p, &red);
+        Sol rsol(red.m, red.n), full(lp.m, lp.n);
+        vlr::SimSol fs = full.View();
+        r = vlr::VLR_prslv_postsolve(param, p, rsol.View(), &fs);
+      }
+      g_left = -1;
+      if (r != vlr::kPrslvOk) {
+        EXPECT_EQ(r, vlr::kPrslvNoSpace) << "trial " << trial << " k " << k;
+      }
+      vlr::VLR_prslv_delete(&p);
+      EXPECT_EQ(vlr::VLR_sysenv_delete(&sys), 0);
+      ASSERT_EQ(g_live, 0) << "trial " << trial << " k " << k;
+      if (r == vlr::kPrslvOk && reduced) {
+        if (k == 0 || want.finished == 0) want = stat;
+        EXPECT_EQ(stat.numcon[1], want.numcon[1]) << "trial " << trial << " k " << k;
+        EXPECT_EQ(stat.numvar[1], want.numvar[1]) << "trial " << trial << " k " << k;
+        EXPECT_EQ(stat.numrecords, want.numrecords) << "trial " << trial << " k " << k;
+        kinds |= (stat.numdoubleton > 0) | (stat.numdupcon > 0) << 1 | (stat.numdupvar > 0) << 2 |
+                 (stat.numforcing > 0) << 3 | (stat.numeliminated > 0) << 4;
+        break;
+      }
+    }
+  }
+  EXPECT_EQ(kinds, 31);  // doubletons, duplicates, forcing rows and substitutions all met
 }
 
 }  // namespace
