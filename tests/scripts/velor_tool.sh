@@ -39,7 +39,8 @@ says() {
 }
 
 # The summary line of a solve, with its fields as --help tells them.
-optimal='^velor: status OPTIMAL objective 2[.]7500000000e[+]02 time [0-9]+[.][0-9]{2} response VLR_RES_OK$'
+secs='time [0-9]+[.][0-9]{2}'
+optimal="^velor: status OPTIMAL objective 2[.]7500000000e[+]02 $secs response VLR_RES_OK\$"
 
 expect 0 --version
 says "$tmp/out" '^velor [0-9]+[.][0-9]+[.][0-9]+[.][0-9]+ [(].*[)]$'
@@ -138,5 +139,5 @@ expect 1 -q -w "$tmp/no/such/dir/out.mps" "$afiro"
 expect 2 -q --time-limit 0 "$data/netlib/25fv47.mps.gz"
 says "$tmp/out" '^velor: status [A-Z_]+ objective [^ ]+ time [0-9.]+ response VLR_RES_TRM_MAX_TIME$'
 expect 0 -q "$data/netlib-infeas/bgdbg1.mps.gz"  # proven infeasible: a definite answer
-says "$tmp/out" '^velor: status PRIMAL_INFEASIBLE_CER objective nan time [0-9.]+ response VLR_RES_OK$'
+says "$tmp/out" "^velor: status PRIMAL_INFEASIBLE_CER objective nan $secs response VLR_RES_OK\$"
 exit $bad
