@@ -16,9 +16,15 @@ command -v pkg-config >/dev/null 2>&1 || need="$need pkg-config"
 command -v python3 >/dev/null 2>&1 || need="$need python3"
 [ -f /usr/include/zlib.h ] || need="$need zlib1g-dev"
 [ -d /usr/include/gtest ] || need="$need libgtest-dev"
+# The Python package's tests run with Debian's interpreter and its NumPy, SciPy and pytest.
+/usr/bin/python3 -c "import numpy, scipy, pytest" > /dev/null 2>&1 ||
+  need="$need python3 python3-numpy python3-scipy python3-pytest"
 if [ -n "$need" ]; then
+  as_root=""
+  [ "$(id -u)" = 0 ] || as_root="sudo"  # a root shell in a container has no sudo
   echo "installing:$need"
-  apt-get update -qq && DEBIAN_FRONTEND=noninteractive apt-get install -y -qq $need
+  $as_root apt-get update -qq
+  $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq $need
 fi
 
 echo "== every exported function inside the fence"
