@@ -58,6 +58,8 @@ struct Run {
   int64_t iters = 0;
   double seconds = 0;
   bool done = false;
+  int32_t prows = -1, pcols = -1;  // size of the problem the simplex solved, after presolve
+  double ptime = 0.0;              // presolve's share of the time
 };
 
 struct Row {
@@ -225,6 +227,9 @@ Run Solve(VLRtask_t base, const Road& road, const Options& opt, bool hasref, dou
   out.status = ShortStatus(r, trm, solsta);
   out.iters = Iterations(task);
   out.done = true;
+  VLR_getintinf(task, VLR_IINF_SIM_NUMCON, &out.prows);
+  VLR_getintinf(task, VLR_IINF_SIM_NUMVAR, &out.pcols);
+  VLR_getdouinf(task, VLR_DINF_PRESOLVE_TIME, &out.ptime);
   if (r == VLR_RES_OK && solsta == VLR_SOL_STA_OPTIMAL) {
     out.optimal = true;
     double obj = 0;
@@ -399,7 +404,15 @@ int main(int argc, char** argv) {
         "the reference\n",
         clp.c_str(), method, opt.roads[0].label, kShift, kShift);
   }
+  // The presolve columns belong to the first road with presolve: the rows and columns its simplex
+  // solved (the problem as given when presolve removed nothing or its basis was dropped) and the
+  // presolve time.
+  int32_t prslvroad = -1;
+  for (size_t k = 0; k < opt.roads.size() && prslvroad < 0; ++k) {
+    if (opt.roads[k].presolve != VLR_PRESOLVE_MODE_OFF) prslvroad = static_cast<int32_t>(k);
+  }
   std::printf("%-10s %6s %6s", "problem", "rows", "cols");
+  if (prslvroad >= 0) std::printf(" | %6s %6s %6s", "prows", "pcols", "pre-s");
   for (const Road& r : opt.roads)
     std::printf(" | %6.6s %8s %7s %8s", r.label, "err", "iters", "time");
   if (!clp.empty()) std::printf(" | %5s %8s %6s", "clp", "time", "ratio");
@@ -434,6 +447,10 @@ int main(int argc, char** argv) {
     if (!clp.empty()) row.clp = RunClp(clp, method, file, opt.timeout, hasref, refval, &row.clpbad);
 
     std::printf("%-10s %6d %6d", row.name.c_str(), row.rows, row.cols);
+    if (prslvroad >= 0) {
+      const Run& pr = row.runs[static_cast<size_t>(prslvroad)];
+      std::printf(" | %6d %6d %6.3f", pr.prows, pr.pcols, pr.ptime);
+    }
     for (size_t k = 0; k < row.runs.size(); ++k) {
       std::printf(" |");
       PrintRun(row.runs[k]);

@@ -318,9 +318,40 @@ double prslv_aij(const prslv* p, int32_t i, int32_t j) {
   return at >= 0 ? p->row.val[at] : 0.0;
 }
 
-// A free column j with one entry a, in an equation i: x_j = (b - sum a_iq x_q) / a, so the row
-// and the column go, and the column's cost moves onto the row's other columns. Only a pivot of
-// a reasonable size among its row's entries is taken, to keep the substitution stable. The
+// Whether the equation i, a x_j + rest = b, keeps x_j inside its own bounds for every value
+// the rest can take: then the column's bounds may be dropped and it counts as free.
+bool prslv_impliedfree(const prslv* p, int32_t i, int32_t j, double a) {
+  const double l = p->cl[j], u = p->cu[j];
+  if (l == -kInf && u == kInf) return true;
+  double minrest = 0.0, maxrest = 0.0;
+  int32_t nlo = 0, nup = 0;
+  for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
+    const int32_t q = p->row.idx[k];
+    if (q == j || !p->colalive[q]) continue;
+    const double aq = p->row.val[k];
+    const double forlo = aq > 0 ? p->cl[q] : p->cu[q], forup = aq > 0 ? p->cu[q] : p->cl[q];
+    if (std::isinf(forlo)) {
+      ++nlo;
+    } else {
+      minrest += aq * forlo;
+    }
+    if (std::isinf(forup)) {
+      ++nup;
+    } else {
+      maxrest += aq * forup;
+    }
+  }
+  // x_j = (b - rest) / a: its least value comes from the rest's greatest when a > 0.
+  const double b = p->rl[i];
+  const bool hasmin = a > 0 ? nup == 0 : nlo == 0, hasmax = a > 0 ? nlo == 0 : nup == 0;
+  const double xmin = hasmin ? (b - (a > 0 ? maxrest : minrest)) / a : -kInf;
+  const double xmax = hasmax ? (b - (a > 0 ? minrest : maxrest)) / a : kInf;
+  return (l == -kInf || xmin >= l - prslv_tight(l)) && (u == kInf || xmax <= u + prslv_tight(u));
+}
+
+// A free (or implied free) column j with one entry a, in an equation i: x_j = (b - sum a_iq x_q) /
+// a, so the row and the column go, and the column's cost moves onto the row's other columns. Only a
+// pivot of a reasonable size among its row's entries is taken, to keep the substitution stable. The
 // record keeps the costs it changes.
 int32_t prslv_elimination(prslv* p, int32_t j, PrslvStat* stat, int32_t* changed) {
   int32_t i = -1;
@@ -332,6 +363,7 @@ int32_t prslv_elimination(prslv* p, int32_t j, PrslvStat* stat, int32_t* changed
     }
   }
   if (i < 0 || p->rl[i] != p->ru[i] || std::isinf(p->rl[i])) return kPrslvOk;
+  if (!prslv_impliedfree(p, i, j, a)) return kPrslvOk;
   double amax = 0.0;
   for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
     if (p->colalive[p->row.idx[k]]) amax = std::max(amax, std::fabs(p->row.val[k]));
@@ -553,9 +585,13 @@ int32_t VLR_prslv_checkproblem(const PrslvParam& param, prslv* p, PrslvStat* sta
     } else if (p->varnz[j] == 0) {
       *changed = 1;
       r = prslv_emptycol(p, j, stat);
-    } else if (p->varnz[j] == 1 && p->cl[j] == -kInf && p->cu[j] == kInf &&
-               param.eliminatortries != 0) {
+    } else if (p->varnz[j] == 1 && param.eliminatortries != 0) {
+      const int32_t before = stat->numeliminated;
       r = prslv_elimination(p, j, stat, changed);
+      if (r == kPrslvOk && stat->numeliminated == before && !param.updateprimal &&
+          !param.updatedual) {
+        r = prslv_dominated(param, p, j, stat, changed);
+      }
     } else if (!param.updateprimal && !param.updatedual) {
       r = prslv_dominated(param, p, j, stat, changed);
     }

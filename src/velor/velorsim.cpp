@@ -195,8 +195,9 @@ void velorsim_report(Task* task, const SimInfo& info, double sense, bool primal,
   VLRP_putintinf(task, primal ? VLR_IINF_SIM_PRIMAL_HOTSTART : VLR_IINF_SIM_DUAL_HOTSTART,
                  info.hotstart);
   VLRP_putdouinf(task, VLR_DINF_PRESOLVE_TIME, info.prslvtime);
-  VLRP_putintinf(task, VLR_IINF_SIM_NUMCON, m);
-  VLRP_putintinf(task, VLR_IINF_SIM_NUMVAR, n);
+  // The size of the problem the simplex solved: presolve's when its basis was kept.
+  VLRP_putintinf(task, VLR_IINF_SIM_NUMCON, info.presolved ? info.prslvnumcon : m);
+  VLRP_putintinf(task, VLR_IINF_SIM_NUMVAR, info.presolved ? info.prslvnumvar : n);
   VLRP_putdouinf(task, VLR_DINF_SIM_TIME, info.time);
   VLRP_putdouinf(task, primal ? VLR_DINF_SIM_PRIMAL_TIME : VLR_DINF_SIM_DUAL_TIME, info.time);
   VLRP_putdouinf(task, VLR_DINF_SIM_OBJ, sense * info.pobj);
