@@ -272,6 +272,7 @@ int32_t VLR_prslv_reduce(const PrslvParam& param, prslv* p, PrslvStat* stat) {
   }
   int32_t r = kPrslvOk;
   if (param.use > 0) r = VLR_prslv_init(param, p, stat);
+  bool lindepdone = false;
   // Passes of the simple reductions until one changes nothing; then duplicate rows and columns,
   // and the simple reductions again while the duplicates find something.
   for (int32_t pass = 0; r == kPrslvOk && param.use > 0 && stat->prosta == 0; ++pass) {
@@ -282,6 +283,12 @@ int32_t VLR_prslv_reduce(const PrslvParam& param, prslv* p, PrslvStat* stat) {
     r = VLR_prslv_checkdupcon(param, p, stat, &changed);
     if (r == kPrslvOk && stat->prosta == 0 && !param.updateprimal) {
       r = VLR_prslv_checkdupvar(param, p, stat, &changed);
+    }
+    // The dependency check once, when the cheaper reductions have done what they can.
+    if (r == kPrslvOk && stat->prosta == 0 && !changed && !lindepdone && param.lindep != 0 &&
+        !param.updateprimal && !param.updatedual) {
+      lindepdone = true;
+      r = VLR_prslv_chklinblkcon(param, p, stat, &changed);
     }
     if (!changed) break;
   }
@@ -338,6 +345,7 @@ void VLR_prslv_problemsummary(const PrslvParam& param, const PrslvStat& stat) {
   prslv_print(param, "%-40s: %-8d\n", "Number of dominated variables", stat.numdominated);
   prslv_print(param, "%-40s: %-8d\n", "Number of duplicate cons.", stat.numdupcon);
   prslv_print(param, "%-40s: %-8d\n", "Number of duplicate vars.", stat.numdupvar);
+  prslv_print(param, "%-40s: %-8d\n", "Number of dependent cons.", stat.numlindep);
   prslv_print(param, "%-40s: %-8d\n", "Number of cons. rem. by dou.", stat.numdoubleton);
   prslv_print(param, "%-40s: %-8d\n", "Number of eliminations", stat.numeliminated);
   prslv_print(param, "%-40s: %-8lld\n", "Total", static_cast<long long>(stat.numrecords));

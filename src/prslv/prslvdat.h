@@ -148,6 +148,11 @@ int32_t VLR_prslv_init(const PrslvParam& param, prslv* p, PrslvStat* stat);
 int32_t VLR_prslv_checkproblem(const PrslvParam& param, prslv* p, PrslvStat* stat,
                                int32_t* changed);
 
+// Dependency check on equations (prslvlin.cpp): an equation that is a combination of others
+// goes when its right-hand side agrees; the problem is infeasible when it clearly does not.
+int32_t VLR_prslv_chklinblkcon(const PrslvParam& param, prslv* p, PrslvStat* stat,
+                               int32_t* changed);
+
 // Duplicates (prslvdup.cpp): rows that are multiples of another row, columns that are multiples
 // of another column with the cost in the same ratio.
 int32_t VLR_prslv_checkdupcon(const PrslvParam& param, prslv* p, PrslvStat* stat, int32_t* changed);

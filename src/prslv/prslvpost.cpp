@@ -32,9 +32,9 @@ double prslvpost_redcost(const prslv* p, const SimSol& sol, int32_t j) {
 }
 
 // A row singleton moved bounds from row i to column j. When the column rests, nonbasic, on a
-// side that came from the row, and its reduced cost asks for that side, the row takes the
-// column's place at the bound: y_i = d_j / a makes d_j zero and the column basic. Otherwise the
-// row's slack is basic with y_i = 0. Either way one more basic variable, for one more row.
+// side that came from the row, the row takes the column's place at the bound: y_i = d_j / a
+// makes d_j zero and the column basic. Otherwise the row's slack is basic with y_i = 0. Either
+// way one more basic variable, for one more row.
 void prslvpost_undoconsin(const prslv* p, const int32_t* is, const double* ds, SimSol* sol) {
   const int32_t m = p->numcon;
   const int32_t i = is[0], j = is[1], flags = is[2];
@@ -48,8 +48,9 @@ void prslvpost_undoconsin(const prslv* p, const int32_t* is, const double* ds, S
   const bool atlo = skj == VLR_SK_LOW || (skj == VLR_SK_FIX && d >= 0.0);
   const bool atup = skj == VLR_SK_UPR || (skj == VLR_SK_FIX && d < 0.0);
   const bool fromrow = (atlo && (flags & kPrslvSinLower)) || (atup && (flags & kPrslvSinUpper));
-  if (!fromrow || d == 0.0) return;
-  if ((atlo && d < 0.0) || (atup && d > 0.0)) return;  // not an optimal side: leave it
+  // The column's side exists only through the row: the row rests there in its place, also with
+  // a reduced cost of zero, or of the wrong sign (which the clean-up then mends).
+  if (!fromrow) return;
   sol->y[i] = d / a;
   skj = VLR_SK_BAS;
   // The column's lower side is the row's lower for a > 0, its upper for a < 0.
@@ -146,9 +147,9 @@ void prslvpost_restoreentry(prslv* p, int32_t s, int32_t j, int32_t how, double 
 }
 
 // A doubleton equation a_ij x_j + a_ik x_k = b had x_k substituted. Column j and its cost come
-// back; x_k follows from the equation. When x_j rests, nonbasic, on a side that came from x_k and
-// its reduced cost asks for that side, x_k takes that bound and x_j turns basic, with
-// d_k = -d_j a_ik / a_ij; otherwise x_k is basic with d_k = 0. y_i then makes d_k what it must be.
+// back; x_k follows from the equation. When x_j rests, nonbasic, on a side that came from x_k,
+// x_k takes that bound and x_j turns basic, with d_k = -d_j a_ik / a_ij; otherwise x_k is basic
+// with d_k = 0. y_i then makes d_k what it must be.
 void prslvpost_undoconpiv(prslv* p, const int32_t* is, const double* ds, SimSol* sol) {
   const int32_t m = p->numcon;
   const int32_t i = is[0], k = is[1], j = is[2], flags = is[3], cnt = is[4];
@@ -164,10 +165,9 @@ void prslvpost_undoconpiv(prslv* p, const int32_t* is, const double* ds, SimSol*
   const bool atlo = skj == VLR_SK_LOW || (skj == VLR_SK_FIX && dj >= 0.0);
   const bool atup = skj == VLR_SK_UPR || (skj == VLR_SK_FIX && dj < 0.0);
   const bool fromk = (atlo && (flags & kPrslvSinLower)) || (atup && (flags & kPrslvSinUpper));
-  const bool optimalside = (atlo && dj > 0.0) || (atup && dj < 0.0);
   double dk = 0.0;
   sol->sk[m + k] = VLR_SK_BAS;
-  if (prslvpost_nonbasic(skj) && fromk && optimalside) {
+  if (prslvpost_nonbasic(skj) && fromk) {
     dk = -dj * aik / aij;
     skj = VLR_SK_BAS;
     // x_j's lower side is x_k's upper when a_ij / a_ik > 0.
@@ -190,8 +190,8 @@ void prslvpost_undodupcon(prslv* p, const int32_t* is, const double* ds, SimSol*
   sol->y[r] = 0.0;
   const int32_t ski = sol->sk[i];
   const double y = sol->y[i];
-  if (!prslvpost_nonbasic(ski) || y == 0.0) return;
-  const bool atlo = ski == VLR_SK_LOW || (ski == VLR_SK_FIX && y > 0.0);
+  if (!prslvpost_nonbasic(ski)) return;
+  const bool atlo = ski == VLR_SK_LOW || (ski == VLR_SK_FIX && y >= 0.0);
   const bool atup = ski == VLR_SK_UPR || (ski == VLR_SK_FIX && y < 0.0);
   if (!((atlo && (flags & kPrslvSinLower)) || (atup && (flags & kPrslvSinUpper)))) return;
   sol->y[r] = y / lambda;
