@@ -1,7 +1,8 @@
 // bench/simplexbench.cpp: the simplex roads on the Netlib problems: per problem the status, the
 // objective error against the reference, the iterations and the wall time of VLR_optimize, beside
-// the time of the open-source peer clp, by the same algorithm, when it is on PATH. Prints a table;
-// not a test. SPDX-License-Identifier: Apache-2.0
+// the time of the open-source peer clp, by the same algorithm, when it is on PATH. Prints a table,
+// and with --csv FILE one line per problem and solver for bench/perfprofile.py; not a test.
+// SPDX-License-Identifier: Apache-2.0
 #include <dirent.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -49,6 +50,7 @@ struct Options {
   int clp = -1;  // -1: when found, 0: never, 1: asked for
   double timeout = -1.0;
   bool log = false;
+  std::string csv;  // per-problem results to this file; empty: none
 };
 
 struct Run {
@@ -312,6 +314,43 @@ void PrintRun(const Run& r) {
               r.seconds);
 }
 
+// The CSV goes to FILE.part and is renamed to FILE at the end, so that a run that is stopped
+// leaves no half file under the name a plot would read.
+struct CsvOut {
+  FILE* f = nullptr;
+  std::string path, part;
+  bool Open(const std::string& name) {
+    path = name;
+    part = name + ".part";
+    f = std::fopen(part.c_str(), "w");
+    if (f != nullptr) {
+      std::fprintf(f, "problem,rows,cols,solver,status,optimal,time,iterations,objerr\n");
+    }
+    return f != nullptr;
+  }
+  void Add(const Row& row, const char* solver, const Run& r) {
+    if (f == nullptr) return;
+    std::fprintf(f, "%s,%d,%d,%s,%s,%d,", row.name.c_str(), row.rows, row.cols, solver,
+                 r.status.empty() ? "-" : r.status.c_str(), r.optimal ? 1 : 0);
+    if (r.done) {
+      std::fprintf(f, "%.6f,%lld,", r.seconds, static_cast<long long>(r.iters));
+    } else {
+      std::fprintf(f, ",,");
+    }
+    if (r.objerr >= 0) std::fprintf(f, "%.3e", r.objerr);
+    std::fprintf(f, "\n");
+  }
+  bool Close() {
+    if (f == nullptr) return true;
+    const bool ok = std::fflush(f) == 0 && !std::ferror(f);
+    std::fclose(f);
+    f = nullptr;
+    if (ok && std::rename(part.c_str(), path.c_str()) == 0) return true;
+    std::remove(part.c_str());
+    return false;
+  }
+};
+
 struct Summary {
   int optimal = 0, total = 0, wrong = 0;
   double logsum = 0, sum = 0;
@@ -349,6 +388,8 @@ int ParseArgs(int argc, char** argv, Options* opt) {
       opt->timeout = std::strtod(argv[++k], nullptr);
     } else if (a == "--log") {
       opt->log = true;
+    } else if (a == "--csv" && k + 1 < argc) {
+      opt->csv = argv[++k];
     } else if (!a.empty() && a[0] == '-') {
       return 1;
     } else {
@@ -364,11 +405,14 @@ int ParseArgs(int argc, char** argv, Options* opt) {
 int main(int argc, char** argv) {
   Options opt;
   if (ParseArgs(argc, argv, &opt) != 0) {
-    std::fprintf(stderr,
-                 "usage: vlr_bench_simplex [--optimizer dual|free|primal|all] [--clp|--no-clp]\n"
-                 "                         [--timeout SEC] [--log] [NAME|FILE|DIR ...]\n"
-                 "Without names: every problem of %s/netlib.\n",
-                 VLR_DATA_DIR);
+    std::fprintf(
+        stderr,
+        "usage: vlr_bench_simplex [--optimizer dual|free|primal|all] [--clp|--no-clp]\n"
+        "                         [--timeout SEC] [--log] [--csv FILE] [NAME|FILE|DIR ...]\n"
+        "Without names: every problem of %s/netlib. --optimizer may be repeated.\n"
+        "--csv FILE: one line per problem and solver: problem, rows, cols, solver,\n"
+        "status, optimal (1/0), time (s), iterations, objerr (empty: no reference).\n",
+        VLR_DATA_DIR);
     return 2;
   }
   std::vector<std::string> files;
@@ -389,6 +433,12 @@ int main(int argc, char** argv) {
   VLRenv_t env = nullptr;
   if (VLR_makeenv(&env, nullptr, nullptr, nullptr, nullptr) != VLR_RES_OK ||
       VLR_initenv(env) != VLR_RES_OK) {
+    return 1;
+  }
+  CsvOut csv;
+  if (!opt.csv.empty() && !csv.Open(opt.csv)) {
+    std::fprintf(stderr, "vlr_bench_simplex: cannot write %s\n", opt.csv.c_str());
+    VLR_deleteenv(&env);
     return 1;
   }
   std::printf(
@@ -446,6 +496,9 @@ int main(int argc, char** argv) {
     VLR_deletetask(&base);
     if (!clp.empty()) row.clp = RunClp(clp, method, file, opt.timeout, hasref, refval, &row.clpbad);
 
+    for (size_t k = 0; k < row.runs.size(); ++k)
+      csv.Add(row, opt.roads[k].label, row.runs[k]);
+    if (!clp.empty()) csv.Add(row, "clp", row.clp);
     std::printf("%-10s %6d %6d", row.name.c_str(), row.rows, row.cols);
     if (prslvroad >= 0) {
       const Run& pr = row.runs[static_cast<size_t>(prslvroad)];
@@ -493,5 +546,9 @@ int main(int argc, char** argv) {
   }
   std::printf("times: shifted geometric mean exp(mean(log(t + %.2f))) - %.2f\n", kShift, kShift);
   VLR_deleteenv(&env);
+  if (!csv.Close()) {
+    std::fprintf(stderr, "vlr_bench_simplex: writing %s failed\n", opt.csv.c_str());
+    return 1;
+  }
   return 0;
 }

@@ -2740,6 +2740,22 @@ VLR_API int32_t VLR_writedata(VLRtask_t task, const char* filename);
 /// VLR_RES_ERR_UNDEF_SOLUTION.
 /// @param task the task. @param whichsol a VLR_soltype. @param filename the file; copies.
 VLR_API int32_t VLR_writesolution(VLRtask_t task, int32_t whichsol, const char* filename);
+/// Reads a solution file as VLR_writesolution writes it (gzip or plain) into a solution of the
+/// task, for the task's current problem: the two statuses, then for each constraint and each
+/// variable, in index order and under the task's name (or generic name) for it, the status key,
+/// the value and, except for VLR_SOL_ITG, the duals of the two sides; y becomes slc - suc. The
+/// limits and objective values in the file are checked as numbers and not used; for
+/// VLR_SOL_ITR, snx becomes 0 and the cone keys VLR_SK_UNK. The whole file is checked before the
+/// solution changes, so a refused file leaves every solution as it was: a bad number, NaN or
+/// infinity gives VLR_RES_ERR_SOL_FILE_INVALID_NUMBER, a name that is not the problem's name of
+/// that item VLR_RES_ERR_INVALID_NAME_IN_SOL_FILE, an unknown status key VLR_RES_ERR_INV_SK_STR,
+/// a file that ends early VLR_RES_ERR_END_OF_FILE, and any other mismatch (more or fewer lines
+/// than items, a missing field or duals) VLR_RES_ERR_FILE_READ; the line is told on the error
+/// stream.
+/// @param task the task. @param whichsol a VLR_soltype. @param filename the file; null or ""
+/// takes VLR_SPAR_ITR_SOL_FILE_NAME, VLR_SPAR_BAS_SOL_FILE_NAME or VLR_SPAR_INT_SOL_FILE_NAME by
+/// whichsol, and an empty name there gives VLR_RES_ERR_INVALID_SOL_FILE_NAME. Copies.
+VLR_API int32_t VLR_readsolution(VLRtask_t task, int32_t whichsol, const char* filename);
 
 #ifdef __cplusplus
 }

@@ -19,6 +19,8 @@ command -v python3 >/dev/null 2>&1 || need="$need python3"
 # The Python package's tests run with Debian's interpreter and its NumPy, SciPy and pytest.
 /usr/bin/python3 -c "import numpy, scipy, pytest" > /dev/null 2>&1 ||
   need="$need python3 python3-numpy python3-scipy python3-pytest"
+# The performance profile of the benchmark is drawn with Debian's matplotlib.
+/usr/bin/python3 -c "import matplotlib" > /dev/null 2>&1 || need="$need python3-matplotlib"
 if [ -n "$need" ]; then
   as_root=""
   [ "$(id -u)" = 0 ] || as_root="sudo"  # a root shell in a container has no sudo

@@ -8,9 +8,10 @@ cd "$(dirname "$0")/.."
 jobs=$(nproc 2>/dev/null || echo 2)
 
 # The build needs cmake, make, g++, zlib and pkg-config; the tests add GoogleTest, clang-format
-# and Debian's Python with NumPy, SciPy and pytest for the Python package.
+# and Debian's Python with NumPy, SciPy and pytest for the Python package, and matplotlib for the
+# benchmark's performance profile.
 packages="cmake make g++ zlib1g-dev pkg-config libgtest-dev clang-format python3 python3-numpy
-python3-scipy python3-pytest"
+python3-scipy python3-pytest python3-matplotlib"
 missing=""
 for p in $packages; do
   dpkg-query -W -f='${Status}\n' "$p" 2>/dev/null | grep -q "ok installed" || missing="$missing $p"

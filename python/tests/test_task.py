@@ -153,5 +153,18 @@ class TestProblemAndSolution:
             assert (s.skc == basic).sum() + (s.skx == basic).sum() == 5  # one per row
             task.write_solution(tmp_path / "t.sol")
             assert "OPTIMAL" in (tmp_path / "t.sol").read_text()
+            with velor.Task() as back:
+                transport(back)
+                back.read_solution(tmp_path / "t.sol")
+                b = back.solution()
+                assert (b.solsta, b.prosta) == (s.solsta, s.prosta)
+                np.testing.assert_array_equal(b.skx, s.skx)
+                np.testing.assert_allclose(b.x, s.x, rtol=1e-10)
+                np.testing.assert_allclose(b.y, s.y, rtol=1e-10)
+                (tmp_path / "bad.sol").write_text("NAME : x\n")
+                with pytest.raises(velor.VelorError) as err:
+                    back.read_solution(tmp_path / "bad.sol")
+                assert err.value.code == velor.const("VLR_RES_ERR_END_OF_FILE")
+                assert back.solution().solsta == "OPTIMAL"
             with pytest.raises(velor.VelorError):
                 task.solution("itr")  # the simplex leaves no interior solution

@@ -85,6 +85,7 @@ _PROTOTYPES = {
     "VLR_readdata": [_ptr, _str],
     "VLR_writedata": [_ptr, _str],
     "VLR_writesolution": [_ptr, _i32, _str],
+    "VLR_readsolution": [_ptr, _i32, _str],
     "VLR_readparamfile": [_ptr],
     "VLR_writeparamfile": [_ptr, _str],
     "VLR_inputdata": [_ptr, _i32, _i32, _i32, _i32, _pdbl, _dbl, _pi32, _pi32, _pi32, _pdbl,

@@ -282,6 +282,12 @@ class Task:
     def write_solution(self, path, which=None):
         self._call("VLR_writesolution", self._whichsol(which), str(path).encode())
 
+    def read_solution(self, path, which="bas"):
+        """Reads a file of write_solution (or of the velor tool's -o) into the solution which of
+        the same problem. A file that does not fit the problem raises VelorError and leaves the
+        solutions as they were."""
+        self._call("VLR_readsolution", self._whichsol(which), str(path).encode())
+
     def read_params(self, path):
         self.set_param("VLR_SPAR_PARAM_READ_FILE_NAME", str(path))
         self._call("VLR_readparamfile")

@@ -16,6 +16,8 @@ namespace {
 constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr double kMinWeight = 1e-4;
 constexpr int32_t kProgressEvery = 100;  // iterations between calls of the progress function
+constexpr int32_t kLogClockEvery = 64;   // iterations between looks at the clock for the log
+constexpr double kLogSeconds = 2.0;      // wall clock after which a log line is due anyway
 
 }  // namespace
 
@@ -68,8 +70,17 @@ bool SimEngine::progress() {
 void SimEngine::logline(int32_t phase, bool force) {
   if (par->loglevel <= 0) return;
   const int64_t it = iterations();
-  if (!force && it - lastlog < par->logfreq) return;
+  // A line every logfreq iterations, and on a slow run also when kLogSeconds passed without
+  // one. The clock decides only whether a line is written, never a step of the run.
+  bool due = force || it - lastlog >= par->logfreq;
+  if (!due && it % kLogClockEvery == 0) {
+    const double now = VLR_sysenv_getwctime(sys);
+    if (lastlogtime == 0.0) lastlogtime = now;
+    due = now - lastlogtime >= kLogSeconds;
+  }
+  if (!due) return;
   lastlog = it;
+  lastlogtime = VLR_sysenv_getwctime(sys);
   int32_t pc = 0, dc = 0;
   const double pinf = primalinf(&pc);
   const double dinf = dualinf(&dc);

@@ -136,7 +136,8 @@ struct SimEngine {
   int32_t kickmode = 0;      // 0 none, 1 to 3 rising readiness to kick (see primalkick)
   bool kicked = false;       // a bound has been moved by a kick
   bool boundsmoved = false;  // the working bounds differ from the problem's
-  int64_t lastlog = 0;
+  int64_t lastlog = 0;       // iteration of the last log line
+  double lastlogtime = 0.0;  // wall clock of the last log line; 0 before the first look
 
   explicit SimEngine(SysEnv* s);
   ~SimEngine();
