@@ -271,29 +271,42 @@ int32_t VLR_prslv_reduce(const PrslvParam& param, prslv* p, PrslvStat* stat) {
     VLR_prslv_endpushstk(p);
   }
   int32_t r = kPrslvOk;
+  // Each group adds its wall-clock time to its field of the statistics.
+  double mark = VLR_sysenv_getwctime(p->sys);
+  auto lap = [&](double* field) {
+    const double now = VLR_sysenv_getwctime(p->sys);
+    *field += now - mark;
+    mark = now;
+  };
   if (param.use > 0) r = VLR_prslv_init(param, p, stat);
+  lap(&stat->timeinit);
   bool lindepdone = false;
   // Passes of the simple reductions until one changes nothing; then duplicate rows and columns,
   // and the simple reductions again while the duplicates find something.
   for (int32_t pass = 0; r == kPrslvOk && param.use > 0 && stat->prosta == 0; ++pass) {
     int32_t changed = 0;
     r = VLR_prslv_checkproblem(param, p, stat, &changed);
+    lap(&stat->timecheck);
     if (pass + 1 >= kPrslvMaxPasses) break;
     if (changed || r != kPrslvOk || stat->prosta != 0) continue;
     r = VLR_prslv_checkdupcon(param, p, stat, &changed);
+    lap(&stat->timedupcon);
     if (r == kPrslvOk && stat->prosta == 0 && !param.updateprimal) {
       r = VLR_prslv_checkdupvar(param, p, stat, &changed);
+      lap(&stat->timedupvar);
     }
     // The dependency check once, when the cheaper reductions have done what they can.
     if (r == kPrslvOk && stat->prosta == 0 && !changed && !lindepdone && param.lindep != 0 &&
         !param.updateprimal && !param.updatedual) {
       lindepdone = true;
       r = VLR_prslv_chklinblkcon(param, p, stat, &changed);
+      lap(&stat->timelindep);
     }
     if (!changed) break;
   }
   if (r != kPrslvOk) return r;
   if (!prslv_final(p, stat)) return kPrslvNoSpace;
+  lap(&stat->timefinal);
   stat->numrecords = VLR_prslv_getnumred(p);
   stat->finished = 1;
   stat->time = VLR_sysenv_getwctime(p->sys) - t0;
@@ -350,6 +363,20 @@ void VLR_prslv_problemsummary(const PrslvParam& param, const PrslvStat& stat) {
   prslv_print(param, "%-40s: %-8d\n", "Number of eliminations", stat.numeliminated);
   prslv_print(param, "%-40s: %-8lld\n", "Total", static_cast<long long>(stat.numrecords));
   prslv_print(param, "%-40s: %.2f\n", "Presolve time", stat.time);
+  if (param.timinglevel > 0) {
+    prslv_print(param, "Timing results\n");
+    const struct {
+      const char* label;
+      double t;
+    } rows[] = {{"Total", stat.time},          {"Ini. var. fix.", stat.timeinit},
+                {"Check pro", stat.timecheck}, {"Dup. con", stat.timedupcon},
+                {"Dup. var", stat.timedupvar}, {"Lin. dep.", stat.timelindep},
+                {"Summary", stat.timefinal}};
+    for (const auto& row : rows) {
+      prslv_print(param, "%-16s : %-6.2f  (%.1f%%)\n", row.label, row.t,
+                  stat.time > 0 ? 100.0 * row.t / stat.time : 0.0);
+    }
+  }
 }
 
 }  // namespace vlr

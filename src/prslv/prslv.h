@@ -38,6 +38,7 @@ struct PrslvParam {
   double limit1 = 4.0, limit2 = 1e8;
   int32_t lindepworklim = 0;
   double elimspacefactor = 0.2;
+  int32_t elimfill = 1;  // new entries a column doubleton's substitution may add to its row
   int32_t keepprimal = 0, keepdual = 0, updateprimal = 0, updatedual = 0;
   int32_t statuscopy = 0;
   // Text of the log, made of whole lines; may be null.
@@ -61,6 +62,10 @@ struct PrslvStat {
           numdoubleton = 0, numdupcon = 0, numdupvar = 0, numlindep = 0;
   int64_t numrecords = 0;
   double time = 0.0;
+  // Wall-clock time of each group of reductions, for the log only: nothing in presolve reads
+  // the clock to decide.
+  double timeinit = 0.0, timecheck = 0.0, timedupcon = 0.0, timedupvar = 0.0, timelindep = 0.0,
+         timefinal = 0.0;
 };
 
 void VLR_prslv_initparam(PrslvParam* param);

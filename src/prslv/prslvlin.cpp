@@ -145,9 +145,11 @@ int32_t VLR_prslv_chklinblkcon(const PrslvParam& param, prslv* p, PrslvStat* sta
       dependent = std::fabs(s) <= tolz * zmax;
     }
     if (!dependent) continue;
-    if (std::fabs(zb) > param.tolx * (1.0 + bsize)) {
+    // The right-hand sides agree within the check's tolerance, never tighter than the primal one.
+    const double tolb = std::max(param.tollindepfloor, param.tolx) * (1.0 + bsize);
+    if (std::fabs(zb) > tolb) {
       // A combination of the equations reads 0 = z'b, far from zero: no point meets them.
-      if (std::fabs(zb) > 1e3 * param.tolx * (1.0 + bsize)) stat->prosta = VLR_PRO_STA_PRIM_INFEAS;
+      if (std::fabs(zb) > 1e3 * tolb) stat->prosta = VLR_PRO_STA_PRIM_INFEAS;
       continue;
     }
     int32_t* is = nullptr;

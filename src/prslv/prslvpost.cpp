@@ -103,30 +103,6 @@ void prslvpost_undoconforce(const prslv* p, const int32_t* is, const double* ds,
   sol->sk[i] = p->lp->bk[i] == VLR_BK_FX ? VLR_SK_FIX : side == 1 ? VLR_SK_UPR : VLR_SK_LOW;
 }
 
-// x_j of a substituted free column from its equation as it stood, over the columns living
-// then; the costs the substitution moved come back, and y_i = c_j / a makes the column's reduced
-// cost zero. The column is basic and the equation rests at its value.
-void prslvpost_undoelimination(prslv* p, const int32_t* is, const double* ds, SimSol* sol) {
-  const int32_t m = p->numcon;
-  const int32_t i = is[0], j = is[1], nq = is[2];
-  const double a = ds[0];
-  for (int32_t t = 0; t < nq; ++t)
-    p->c[is[3 + t]] = ds[3 + t];
-  p->c[j] = ds[1];
-  double s = ds[2];
-  for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
-    const int32_t q = p->row.idx[k];
-    if (q != j && p->colalive[q]) s -= p->row.val[k] * sol->x[m + q];
-  }
-  p->rowalive[i] = 1;
-  p->colalive[j] = 1;
-  sol->x[m + j] = s / a;
-  sol->y[i] = 0.0;
-  sol->y[i] = prslvpost_redcost(p, *sol, j) / a;
-  sol->sk[m + j] = VLR_SK_BAS;
-  sol->sk[i] = VLR_SK_FIX;
-}
-
 // Puts entry (s, j) back to what it was before a substitution changed it.
 void prslvpost_restoreentry(prslv* p, int32_t s, int32_t j, int32_t how, double old) {
   if (how == kPrslvEntryKept) return;
@@ -144,6 +120,33 @@ void prslvpost_restoreentry(prslv* p, int32_t s, int32_t j, int32_t how, double 
     p->row.val[rat] = old;
     p->col.val[cat] = old;
   }
+}
+
+// x_j of a substituted free column from its equation as it stood, over the columns living
+// then; the costs the substitution moved and the entries of the second row come back, and
+// y_i = d_j / a (with y_i = 0 in d_j) makes the column's reduced cost zero. The column is basic
+// and the equation rests at its value.
+void prslvpost_undoelimination(prslv* p, const int32_t* is, const double* ds, SimSol* sol) {
+  const int32_t m = p->numcon;
+  const int32_t i = is[0], j = is[1], nq = is[2], r = is[3 + nq];
+  const double a = ds[0];
+  for (int32_t t = 0; t < nq; ++t) {
+    p->c[is[3 + t]] = ds[3 + t];
+    if (r >= 0) prslvpost_restoreentry(p, r, is[3 + t], is[4 + nq + t], ds[4 + nq + t]);
+  }
+  p->c[j] = ds[1];
+  double s = ds[2];
+  for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
+    const int32_t q = p->row.idx[k];
+    if (q != j && p->colalive[q]) s -= p->row.val[k] * sol->x[m + q];
+  }
+  p->rowalive[i] = 1;
+  p->colalive[j] = 1;
+  sol->x[m + j] = s / a;
+  sol->y[i] = 0.0;
+  sol->y[i] = prslvpost_redcost(p, *sol, j) / a;
+  sol->sk[m + j] = VLR_SK_BAS;
+  sol->sk[i] = VLR_SK_FIX;
 }
 
 // A doubleton equation a_ij x_j + a_ik x_k = b had x_k substituted. Column j and its cost come

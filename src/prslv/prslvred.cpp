@@ -349,47 +349,95 @@ bool prslv_impliedfree(const prslv* p, int32_t i, int32_t j, double a) {
   return (l == -kInf || xmin >= l - prslv_tight(l)) && (u == kInf || xmax <= u + prslv_tight(u));
 }
 
-// A free (or implied free) column j with one entry a, in an equation i: x_j = (b - sum a_iq x_q) /
-// a, so the row and the column go, and the column's cost moves onto the row's other columns. Only a
-// pivot of a reasonable size among its row's entries is taken, to keep the substitution stable. The
-// record keeps the costs it changes.
-int32_t prslv_elimination(prslv* p, int32_t j, PrslvStat* stat, int32_t* changed) {
-  int32_t i = -1;
-  double a = 0.0;
-  for (int64_t k = p->col.beg[j]; k < VLR_prslv_lineend(p->col, j); ++k) {
+int32_t prslv_addtoentry(const PrslvParam& param, prslv* p, int32_t s, int32_t j, double delta);
+
+// A free (or implied free) column j of an equation i, a x_j + rest = b, with no other entry
+// (r < 0) or one more, a_rj in row r: x_j = (b - rest) / a, so row i and the column go, the
+// column's cost moves onto the row's other columns, and row r takes row i times -a_rj / a in
+// place of its entry of x_j. Row i's pivot must be of a reasonable size among its entries and
+// against a_rj, and row r may gain at most param.elimfill new entries. The record keeps the
+// costs and the entries of row r it changes:
+//   ints [i j nq q1..q_nq r how1..how_nq], doubles [a cj b c1..c_nq a_rj old1..old_nq].
+int32_t prslv_elimination(const PrslvParam& param, prslv* p, int32_t j, PrslvStat* stat,
+                          int32_t* changed) {
+  int32_t rows[2] = {-1, -1};
+  double vals[2] = {0.0, 0.0};
+  int32_t found = 0;
+  for (int64_t k = p->col.beg[j]; k < VLR_prslv_lineend(p->col, j) && found < 2; ++k) {
     if (p->rowalive[p->col.idx[k]]) {
-      i = p->col.idx[k];
-      a = p->col.val[k];
+      rows[found] = p->col.idx[k];
+      vals[found++] = p->col.val[k];
     }
   }
-  if (i < 0 || p->rl[i] != p->ru[i] || std::isinf(p->rl[i])) return kPrslvOk;
-  if (!prslv_impliedfree(p, i, j, a)) return kPrslvOk;
+  if (found == 0) return kPrslvOk;
+  // The pivot row: an equation that implies the column's bounds, the shorter one first.
+  int32_t pick = -1;
+  for (int32_t t = 0; t < found; ++t) {
+    const int32_t i = rows[t];
+    if (p->rl[i] != p->ru[i] || std::isinf(p->rl[i])) continue;
+    if (found == 2 && std::fabs(vals[1 - t]) > 10.0 * std::fabs(vals[t])) continue;
+    if (!prslv_impliedfree(p, i, j, vals[t])) continue;
+    if (pick < 0 || p->connz[i] < p->connz[rows[pick]]) pick = t;
+  }
+  if (pick < 0) return kPrslvOk;
+  const int32_t i = rows[pick], r = found == 2 ? rows[1 - pick] : -1;
+  const double a = vals[pick], arj = found == 2 ? vals[1 - pick] : 0.0;
   double amax = 0.0;
   for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
     if (p->colalive[p->row.idx[k]]) amax = std::max(amax, std::fabs(p->row.val[k]));
   }
   if (std::fabs(a) < 0.01 * amax) return kPrslvOk;
-  const double cj = p->c[j], b = p->rl[i];
   const int32_t nq = p->connz[i] - 1;
+  if (r >= 0) {
+    // Fill: columns of row i that row r lacks; each needs a place in row r and in its column.
+    int32_t fill = 0;
+    for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
+      const int32_t q = p->row.idx[k];
+      if (q != j && p->colalive[q] && VLR_prslv_findentry(p->row, r, q) < 0) ++fill;
+    }
+    if (fill > param.elimfill) return kPrslvOk;
+    if (!VLR_prslv_makeroom(p->sys, &p->row, r, fill)) return kPrslvNoSpace;
+    for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
+      const int32_t q = p->row.idx[k];
+      if (q != j && p->colalive[q] && !VLR_prslv_makeroom(p->sys, &p->col, q, 1)) {
+        return kPrslvNoSpace;
+      }
+    }
+  }
+  const double cj = p->c[j], b = p->rl[i];
+  const int32_t extra = r >= 0 ? nq : 0;
   int32_t* is = nullptr;
   double* ds = nullptr;
-  const int32_t r = VLR_prslv_beginpushstk(p, kPrslvElimination, 3 + nq, 3 + nq, &is, &ds);
-  if (r != kPrslvOk) return r;
+  const int32_t res =
+      VLR_prslv_beginpushstk(p, kPrslvElimination, 4 + nq + extra, 4 + nq + extra, &is, &ds);
+  if (res != kPrslvOk) return res;
   is[0] = i;
   is[1] = j;
   is[2] = nq;
+  is[3 + nq] = r;
   ds[0] = a;
   ds[1] = cj;
   ds[2] = b;
+  ds[3 + nq] = arj;
+  const double mult = r >= 0 ? arj / a : 0.0;
   int32_t at = 0;
   for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
     const int32_t q = p->row.idx[k];
     if (q == j || !p->colalive[q]) continue;
     is[3 + at] = q;
     ds[3 + at] = p->c[q];
+    if (r >= 0) {
+      ds[4 + nq + at] = prslv_aij(p, r, q);
+      is[4 + nq + at] = prslv_addtoentry(param, p, r, q, -mult * p->row.val[k]);
+    }
     ++at;
   }
   VLR_prslv_endpushstk(p);
+  if (r >= 0) {
+    --p->connz[r];  // its entry of column j goes with the column
+    if (p->rl[r] > -kInf) p->rl[r] -= mult * b;
+    if (p->ru[r] < kInf) p->ru[r] -= mult * b;
+  }
   if (cj != 0.0) {
     for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
       const int32_t q = p->row.idx[k];
@@ -585,9 +633,9 @@ int32_t VLR_prslv_checkproblem(const PrslvParam& param, prslv* p, PrslvStat* sta
     } else if (p->varnz[j] == 0) {
       *changed = 1;
       r = prslv_emptycol(p, j, stat);
-    } else if (p->varnz[j] == 1 && param.eliminatortries != 0) {
+    } else if (p->varnz[j] <= 2 && param.eliminatortries != 0) {
       const int32_t before = stat->numeliminated;
-      r = prslv_elimination(p, j, stat, changed);
+      r = prslv_elimination(param, p, j, stat, changed);
       if (r == kPrslvOk && stat->numeliminated == before && !param.updateprimal &&
           !param.updatedual) {
         r = prslv_dominated(param, p, j, stat, changed);

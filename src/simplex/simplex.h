@@ -82,6 +82,12 @@ struct SimParam {
   // Presolve: 0 off, 1 on, 2 when the iteration limit is above 50. Never with a hot start.
   int32_t presolve = 0;
   double presolvetolx = 1e-8, presolvetols = 1e-8, presolvetolaij = 1e-12;
+  double presolvetollindep = 1e-6;
+  int32_t presolvelindep = 1;      // the dependency check on equations
+  int32_t presolvelindepwork = 1;  // above 0: the check limits its work
+  int32_t presolveeliminator = 1;  // substitutions of free columns and doubleton equations
+  int32_t presolveelimtries = -1;  // negative: no limit of eliminator runs
+  int32_t presolveelimfill = 1;    // fill a column doubleton's substitution may add
 };
 
 // Progress and text of a run. Both may be null.
@@ -111,6 +117,7 @@ struct SimInfo {
   int32_t presolved = 0;  // presolve ran and its reduced problem was solved
   int32_t prslvnumcon = 0, prslvnumvar = 0;  // size of the reduced problem
   int64_t prslvnumanz = 0;
+  double prslvlindeptime = 0.0;
   double prslvtime = 0.0;
   double pobj = 0.0, dobj = 0.0;
   double time = 0.0;  // seconds of the whole call

@@ -43,6 +43,11 @@ bool VLR_simplex_presolveandsolve(SysEnv* sys, const SimParam& par, const SimCal
   pp.tolx = par.presolvetolx;
   pp.tols = par.presolvetols;
   pp.tolaij = par.presolvetolaij;
+  pp.tollindepfloor = par.presolvetollindep;
+  pp.lindep = par.presolvelindep;
+  pp.lindepworklim = par.presolvelindepwork;
+  pp.eliminatortries = par.presolveeliminator == 0 ? 0 : par.presolveelimtries;
+  pp.elimfill = par.presolveelimfill;
   if (par.loglevel > 0) {
     pp.log = cb.log;
     pp.loghandle = cb.handle;
@@ -57,6 +62,7 @@ bool VLR_simplex_presolveandsolve(SysEnv* sys, const SimParam& par, const SimCal
   info->prslvnumvar = stat.numvar[1];
   info->prslvnumanz = stat.numanz[1];
   info->prslvtime = stat.time;
+  info->prslvlindeptime = stat.timelindep;
   // An infeasibility presolve proves has no certificate here: the problem as given gives one.
   if (stat.prosta != VLR_PRO_STA_UNKNOWN) return false;
   // Nothing removed: the problem as given is solved once, not twice.

@@ -68,6 +68,12 @@ void velorsim_setparam(const Task* task, SimParam* par) {
   par->presolvetolx = dp[VLR_DPAR_PRESOLVE_TOL_X];
   par->presolvetols = dp[VLR_DPAR_PRESOLVE_TOL_S];
   par->presolvetolaij = dp[VLR_DPAR_PRESOLVE_TOL_AIJ];
+  par->presolvetollindep = dp[VLR_DPAR_PRESOLVE_TOL_LIN_DEP];
+  par->presolvelindep = ip[VLR_IPAR_PRESOLVE_LINDEP_USE];
+  par->presolvelindepwork = ip[VLR_IPAR_PRESOLVE_LINDEP_WORK_LIM];
+  par->presolveeliminator = ip[VLR_IPAR_PRESOLVE_ELIMINATOR_USE];
+  par->presolveelimtries = ip[VLR_IPAR_PRESOLVE_ELIMINATOR_MAX_NUM_TRIES];
+  par->presolveelimfill = ip[VLR_IPAR_PRESOLVE_ELIM_FILL];
   par->slot = kSimSlotDual;
 }
 
@@ -195,6 +201,7 @@ void velorsim_report(Task* task, const SimInfo& info, double sense, bool primal,
   VLRP_putintinf(task, primal ? VLR_IINF_SIM_PRIMAL_HOTSTART : VLR_IINF_SIM_DUAL_HOTSTART,
                  info.hotstart);
   VLRP_putdouinf(task, VLR_DINF_PRESOLVE_TIME, info.prslvtime);
+  VLRP_putdouinf(task, VLR_DINF_PRESOLVE_LINDEP_TIME, info.prslvlindeptime);
   // The size of the problem the simplex solved: presolve's when its basis was kept.
   VLRP_putintinf(task, VLR_IINF_SIM_NUMCON, info.presolved ? info.prslvnumcon : m);
   VLRP_putintinf(task, VLR_IINF_SIM_NUMVAR, info.presolved ? info.prslvnumvar : n);
