@@ -361,6 +361,7 @@ void VLR_prslv_problemsummary(const PrslvParam& param, const PrslvStat& stat) {
   prslv_print(param, "%-40s: %-8d\n", "Number of dependent cons.", stat.numlindep);
   prslv_print(param, "%-40s: %-8d\n", "Number of cons. rem. by dou.", stat.numdoubleton);
   prslv_print(param, "%-40s: %-8d\n", "Number of eliminations", stat.numeliminated);
+  prslv_print(param, "%-40s: %-8d\n", "Number of slack columns", stat.numslackcol);
   prslv_print(param, "%-40s: %-8lld\n", "Total", static_cast<long long>(stat.numrecords));
   prslv_print(param, "%-40s: %.2f\n", "Presolve time", stat.time);
   if (param.timinglevel > 0) {

@@ -24,6 +24,8 @@ enum PrslvKind : int32_t {
   kPrslvVarFixUp = 12,        // column fixed at its upper bound: [j] [v]
   kPrslvDupVar = 16,          // column k merged into its multiple j: [k j] [lambda lj uj lk uk]
   kPrslvVarFixZero = 17,      // free empty column fixed at 0: [j] [v]
+  kPrslvSlackCol = 26,        // column singleton of an equation turned into the row's range:
+                              // [i j nq q1..] [a cj b c1..]
   kPrslvDupCon = 18,          // row r, a multiple of row i, gave i its bounds: [r i flags]
                               // [lambda li ui]
   kPrslvConPiv = 24,          // doubleton equation: x_k substituted by x_j:

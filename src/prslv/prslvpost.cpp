@@ -149,6 +149,40 @@ void prslvpost_undoelimination(prslv* p, const int32_t* is, const double* ds, Si
   sol->sk[i] = VLR_SK_FIX;
 }
 
+// Column j was the slack of equation i, whose range it became. The costs come back and x_j
+// follows from the row. The reduced problem's dual of the row, y', gives y_i = y' + c_j / a and
+// d_j = -a y': a basic row made x_j basic, a row at a side puts x_j at the matching bound.
+void prslvpost_undoslackcol(prslv* p, const int32_t* is, const double* ds, SimSol* sol) {
+  const int32_t m = p->numcon;
+  const int32_t i = is[0], j = is[1], nq = is[2];
+  const double a = ds[0], cj = ds[1];
+  for (int32_t t = 0; t < nq; ++t)
+    p->c[is[3 + t]] = ds[3 + t];
+  p->c[j] = cj;
+  double s = ds[2];
+  for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
+    const int32_t q = p->row.idx[k];
+    if (q != j && p->colalive[q]) s -= p->row.val[k] * sol->x[m + q];
+  }
+  p->colalive[j] = 1;
+  const double xj = s / a;
+  sol->x[m + j] = xj;
+  const int32_t ski = sol->sk[i];
+  sol->y[i] += cj / a;
+  sol->sk[i] = VLR_SK_FIX;
+  const SimLp& lp = *p->lp;
+  const int32_t bk = lp.bk[m + j];
+  if (ski == VLR_SK_BAS) {
+    sol->sk[m + j] = VLR_SK_BAS;
+  } else if (bk == VLR_BK_FX) {
+    sol->sk[m + j] = VLR_SK_FIX;
+  } else {
+    // The row's lower side is x_j's upper bound when a > 0.
+    const bool rowlow = ski == VLR_SK_LOW || (ski == VLR_SK_FIX && sol->y[i] - cj / a >= 0.0);
+    sol->sk[m + j] = rowlow == (a > 0) ? VLR_SK_UPR : VLR_SK_LOW;
+  }
+}
+
 // A doubleton equation a_ij x_j + a_ik x_k = b had x_k substituted. Column j and its cost come
 // back; x_k follows from the equation. When x_j rests, nonbasic, on a side that came from x_k,
 // x_k takes that bound and x_j turns basic, with d_k = -d_j a_ik / a_ij; otherwise x_k is basic
@@ -318,6 +352,9 @@ int32_t VLR_prslv_postsolve(const PrslvParam&, prslv* p, const SimSol& reducedso
         break;
       case kPrslvDupCon:
         prslvpost_undodupcon(p, is, ds, sol);
+        break;
+      case kPrslvSlackCol:
+        prslvpost_undoslackcol(p, is, ds, sol);
         break;
       case kPrslvDupVar:
         prslvpost_undodupvar(p, is, ds, sol);

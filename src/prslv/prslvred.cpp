@@ -318,11 +318,8 @@ double prslv_aij(const prslv* p, int32_t i, int32_t j) {
   return at >= 0 ? p->row.val[at] : 0.0;
 }
 
-// Whether the equation i, a x_j + rest = b, keeps x_j inside its own bounds for every value
-// the rest can take: then the column's bounds may be dropped and it counts as free.
-bool prslv_impliedfree(const prslv* p, int32_t i, int32_t j, double a) {
-  const double l = p->cl[j], u = p->cu[j];
-  if (l == -kInf && u == kInf) return true;
+// Bounds row i, rl <= a x_j + rest <= ru, implies on x_j over the range the rest can take.
+void prslv_impliedbounds(const prslv* p, int32_t i, int32_t j, double a, double* lo, double* hi) {
   double minrest = 0.0, maxrest = 0.0;
   int32_t nlo = 0, nup = 0;
   for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
@@ -341,12 +338,32 @@ bool prslv_impliedfree(const prslv* p, int32_t i, int32_t j, double a) {
       maxrest += aq * forup;
     }
   }
-  // x_j = (b - rest) / a: its least value comes from the rest's greatest when a > 0.
-  const double b = p->rl[i];
-  const bool hasmin = a > 0 ? nup == 0 : nlo == 0, hasmax = a > 0 ? nlo == 0 : nup == 0;
-  const double xmin = hasmin ? (b - (a > 0 ? maxrest : minrest)) / a : -kInf;
-  const double xmax = hasmax ? (b - (a > 0 ? minrest : maxrest)) / a : kInf;
-  return (l == -kInf || xmin >= l - prslv_tight(l)) && (u == kInf || xmax <= u + prslv_tight(u));
+  // a x_j in [rl - maxrest, ru - minrest]; divided by a, the sides swap when a < 0.
+  const double axlo = nup == 0 && p->rl[i] > -kInf ? p->rl[i] - maxrest : -kInf;
+  const double axhi = nlo == 0 && p->ru[i] < kInf ? p->ru[i] - minrest : kInf;
+  if (a > 0) {
+    *lo = std::isinf(axlo) ? -kInf : axlo / a;
+    *hi = std::isinf(axhi) ? kInf : axhi / a;
+  } else {
+    *lo = std::isinf(axhi) ? -kInf : axhi / a;
+    *hi = std::isinf(axlo) ? kInf : axlo / a;
+  }
+}
+
+// Whether the rows of column j keep x_j inside its own bounds for every value the rest of each
+// row can take: then the column's bounds may be dropped and it counts as free.
+bool prslv_impliedfree(const prslv* p, int32_t j) {
+  const double l = p->cl[j], u = p->cu[j];
+  bool lo = l == -kInf, up = u == kInf;
+  for (int64_t k = p->col.beg[j]; k < VLR_prslv_lineend(p->col, j) && !(lo && up); ++k) {
+    const int32_t i = p->col.idx[k];
+    if (!p->rowalive[i]) continue;
+    double ilo = 0.0, ihi = 0.0;
+    prslv_impliedbounds(p, i, j, p->col.val[k], &ilo, &ihi);
+    lo = lo || ilo >= l - prslv_tight(l);
+    up = up || ihi <= u + prslv_tight(u);
+  }
+  return lo && up;
 }
 
 int32_t prslv_addtoentry(const PrslvParam& param, prslv* p, int32_t s, int32_t j, double delta);
@@ -376,10 +393,10 @@ int32_t prslv_elimination(const PrslvParam& param, prslv* p, int32_t j, PrslvSta
     const int32_t i = rows[t];
     if (p->rl[i] != p->ru[i] || std::isinf(p->rl[i])) continue;
     if (found == 2 && std::fabs(vals[1 - t]) > 10.0 * std::fabs(vals[t])) continue;
-    if (!prslv_impliedfree(p, i, j, vals[t])) continue;
+
     if (pick < 0 || p->connz[i] < p->connz[rows[pick]]) pick = t;
   }
-  if (pick < 0) return kPrslvOk;
+  if (pick < 0 || !prslv_impliedfree(p, j)) return kPrslvOk;
   const int32_t i = rows[pick], r = found == 2 ? rows[1 - pick] : -1;
   const double a = vals[pick], arj = found == 2 ? vals[1 - pick] : 0.0;
   double amax = 0.0;
@@ -448,6 +465,65 @@ int32_t prslv_elimination(const PrslvParam& param, prslv* p, int32_t j, PrslvSta
   prslv_removerow(p, i);
   p->colalive[j] = 0;
   ++stat->numeliminated;
+  *changed = 1;
+  return kPrslvOk;
+}
+
+// A column j with one entry a, in an equation i, a x_j + rest = b, acts as the row's slack: the
+// column goes, the row's bounds become the range rest takes as x_j runs over its own, and the
+// column's cost moves onto the row's other columns. The record keeps the costs it changes:
+//   ints [i j nq q1..q_nq], doubles [a cj b c1..c_nq].
+int32_t prslv_slackcol(prslv* p, int32_t j, PrslvStat* stat, int32_t* changed) {
+  int32_t i = -1;
+  double a = 0.0;
+  for (int64_t k = p->col.beg[j]; k < VLR_prslv_lineend(p->col, j); ++k) {
+    if (p->rowalive[p->col.idx[k]]) {
+      i = p->col.idx[k];
+      a = p->col.val[k];
+    }
+  }
+  if (i < 0 || p->rl[i] != p->ru[i] || std::isinf(p->rl[i]) || p->connz[i] < 2) return kPrslvOk;
+  double amax = 0.0;
+  for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
+    if (p->colalive[p->row.idx[k]]) amax = std::max(amax, std::fabs(p->row.val[k]));
+  }
+  if (std::fabs(a) < 0.01 * amax) return kPrslvOk;
+  const double cj = p->c[j], b = p->rl[i], l = p->cl[j], u = p->cu[j];
+  // rest = b - a x_j: its least value comes from x_j's upper bound when a > 0.
+  const double fromu = std::isinf(u) ? (a > 0 ? -kInf : kInf) : b - a * u;
+  const double froml = std::isinf(l) ? (a > 0 ? kInf : -kInf) : b - a * l;
+  const int32_t nq = p->connz[i] - 1;
+  int32_t* is = nullptr;
+  double* ds = nullptr;
+  const int32_t res = VLR_prslv_beginpushstk(p, kPrslvSlackCol, 3 + nq, 3 + nq, &is, &ds);
+  if (res != kPrslvOk) return res;
+  is[0] = i;
+  is[1] = j;
+  is[2] = nq;
+  ds[0] = a;
+  ds[1] = cj;
+  ds[2] = b;
+  int32_t at = 0;
+  for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
+    const int32_t q = p->row.idx[k];
+    if (q == j || !p->colalive[q]) continue;
+    is[3 + at] = q;
+    ds[3 + at] = p->c[q];
+    ++at;
+  }
+  VLR_prslv_endpushstk(p);
+  if (cj != 0.0) {
+    for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
+      const int32_t q = p->row.idx[k];
+      if (q != j && p->colalive[q]) p->c[q] -= cj * p->row.val[k] / a;
+    }
+    p->cfix += cj * b / a;
+  }
+  p->rl[i] = a > 0 ? fromu : froml;
+  p->ru[i] = a > 0 ? froml : fromu;
+  p->colalive[j] = 0;
+  --p->connz[i];
+  ++stat->numslackcol;
   *changed = 1;
   return kPrslvOk;
 }
@@ -636,8 +712,12 @@ int32_t VLR_prslv_checkproblem(const PrslvParam& param, prslv* p, PrslvStat* sta
     } else if (p->varnz[j] <= 2 && param.eliminatortries != 0) {
       const int32_t before = stat->numeliminated;
       r = prslv_elimination(param, p, j, stat, changed);
-      if (r == kPrslvOk && stat->numeliminated == before && !param.updateprimal &&
-          !param.updatedual) {
+      const int32_t slackbefore = stat->numslackcol;
+      if (r == kPrslvOk && stat->numeliminated == before && p->varnz[j] == 1) {
+        r = prslv_slackcol(p, j, stat, changed);
+      }
+      if (r == kPrslvOk && stat->numeliminated == before && stat->numslackcol == slackbefore &&
+          !param.updateprimal && !param.updatedual) {
         r = prslv_dominated(param, p, j, stat, changed);
       }
     } else if (!param.updateprimal && !param.updatedual) {

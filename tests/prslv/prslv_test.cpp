@@ -435,7 +435,7 @@ Lp RandomLp(std::mt19937& rng, int32_t trial) {
 TEST_F(PrslvTest, RandomProblemsKeepTheirOptimum) {
   std::mt19937 rng(20261124);
   int32_t optimal = 0, reduced = 0, cleaned = 0, eliminated = 0, forcing = 0, dominated = 0,
-          doubleton = 0, dupcon = 0, dupvar = 0, lindep = 0;
+          doubleton = 0, dupcon = 0, dupvar = 0, lindep = 0, slack = 0;
   for (int32_t trial = 0; trial < 3000; ++trial) {
     Lp lp = RandomLp(rng, trial);
     // Every other problem without the substitutions, which would take most rows first.
@@ -455,11 +455,13 @@ TEST_F(PrslvTest, RandomProblemsKeepTheirOptimum) {
     dupcon += o.stat.numdupcon > 0;
     dupvar += o.stat.numdupvar > 0;
     lindep += o.stat.numlindep > 0;
+    slack += o.stat.numslackcol > 0;
   }
   std::printf(
       "optimal %d reduced %d cleaned %d eliminated %d forcing %d dominated %d doubleton %d "
-      "dupcon %d dupvar %d lindep %d\n",
-      optimal, reduced, cleaned, eliminated, forcing, dominated, doubleton, dupcon, dupvar, lindep);
+      "dupcon %d dupvar %d lindep %d slack %d\n",
+      optimal, reduced, cleaned, eliminated, forcing, dominated, doubleton, dupcon, dupvar, lindep,
+      slack);
   // Every reduction met often enough to count.
   EXPECT_GT(eliminated, 50);
   EXPECT_GT(forcing, 30);
@@ -467,6 +469,7 @@ TEST_F(PrslvTest, RandomProblemsKeepTheirOptimum) {
   EXPECT_GT(dupcon, 100);
   EXPECT_GT(dupvar, 20);
   EXPECT_GT(lindep, 0);
+  EXPECT_GT(slack, 50);
   EXPECT_GT(dominated, 50);
   EXPECT_GT(optimal, 1000);
   EXPECT_GT(reduced, 2000);
