@@ -61,6 +61,7 @@ SimEngine::SimEngine(SysEnv* s)
       d(MemAllocator<double>(s)),
       y(MemAllocator<double>(s)),
       w(MemAllocator<double>(s)),
+      infeas(MemAllocator<double>(s)),
       ray(MemAllocator<double>(s)),
       iwork(MemAllocator<int32_t>(s)),
       marker(MemAllocator<int32_t>(s)),
@@ -149,6 +150,7 @@ int32_t SimEngine::setup(const SimLp& lp) {
   d.assign(snt, 0.0);
   y.assign(sm, 0.0);
   w.assign(sm, 1.0);
+  infeas.assign(sm, 0.0);
   alpha.assign(snt, 0.0);
   alphaidx.assign(snt, 0);
   alphamark.assign(snt, 0);
@@ -348,6 +350,22 @@ void SimEngine::computexb() {
   }
   in.nz = 0;
   col.nz = 0;
+  allinfeas();
+}
+
+void SimEngine::setinfeas(int32_t p) {
+  const auto k = static_cast<size_t>(head[static_cast<size_t>(p)]);
+  double v = 0.0;
+  if (x[k] < lb[k] - tolx)
+    v = lb[k] - x[k];
+  else if (x[k] > ub[k] + tolx)
+    v = x[k] - ub[k];
+  infeas[static_cast<size_t>(p)] = v * v;
+}
+
+void SimEngine::allinfeas() {
+  for (int32_t p = 0; p < m; ++p)
+    setinfeas(p);
 }
 
 void SimEngine::refinexb() {
@@ -372,6 +390,7 @@ void SimEngine::refinexb() {
     out[p] = 0.0;
     rhs[p] = 0.0;
   }
+  allinfeas();
   in.nz = 0;
   col.nz = 0;
 }

@@ -118,15 +118,12 @@ int32_t SimEngine::dualprice() const {
   // Choose the leaving row: largest squared infeasibility over its weight.
   int32_t p = -1;
   double best = 0.0;
+  // The infeasibilities are kept by position, so the scan reads two arrays in order.
+  const double* inf = infeas.data();
+  const double* wt = w.data();
   for (int32_t pp = 0; pp < m; ++pp) {
-    const auto k = static_cast<size_t>(head[static_cast<size_t>(pp)]);
-    double v = 0.0;
-    if (x[k] < lb[k] - tolx)
-      v = lb[k] - x[k];
-    else if (x[k] > ub[k] + tolx)
-      v = x[k] - ub[k];
-    if (v <= 0.0) continue;
-    const double merit = v * v / w[static_cast<size_t>(pp)];
+    if (inf[pp] <= 0.0) continue;
+    const double merit = inf[pp] / wt[pp];
     if (merit > best) {
       best = merit;
       p = pp;
@@ -274,6 +271,7 @@ bool SimEngine::dualupdate(int32_t p, int32_t q, double sgn, double target, bool
     for (int32_t t = 0; t < tau.nz; ++t) {
       const int32_t pp = tau.idx[static_cast<size_t>(t)];
       x[static_cast<size_t>(head[static_cast<size_t>(pp)])] -= tau.val[static_cast<size_t>(pp)];
+      setinfeas(pp);
     }
   }
 
@@ -285,6 +283,7 @@ bool SimEngine::dualupdate(int32_t p, int32_t q, double sgn, double target, bool
     const int32_t pp = col.idx[static_cast<size_t>(t)];
     x[static_cast<size_t>(head[static_cast<size_t>(pp)])] -=
         thetap * col.val[static_cast<size_t>(pp)];
+    setinfeas(pp);
   }
   x[sq] += thetap;
 
@@ -319,6 +318,7 @@ bool SimEngine::dualupdate(int32_t p, int32_t q, double sgn, double target, bool
   nstat[sq] = kNbBasic;
   setnonbasic(leave, lb[sl] == ub[sl] ? kNbFixed : (tolower ? kNbLower : kNbUpper));
   x[sl] = target;
+  setinfeas(p);
   d[sl] = -thetad;
   ++info->iter[par->slot];
   if (phase == 1) ++info->infiter;

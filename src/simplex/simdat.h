@@ -85,14 +85,15 @@ struct SimEngine {
   SimVec<double> lb, ub;        // working bounds, nt (+-inf where absent)
   SimVec<double> lborg, uborg;  // bounds of the problem
 
-  SimVec<int32_t> head;  // variable at each basis position, m
-  SimVec<int32_t> pos;   // position of each variable, -1 when non-basic
-  SimVec<int8_t> nstat;  // SimNbStat
-  SimVec<double> x;      // values of all variables
-  SimVec<double> d;      // reduced costs (0 on basic ones)
-  SimVec<double> y;      // duals of the rows
-  SimVec<double> w;      // dual steepest-edge weights by position
-  SimVec<double> ray;    // after a dual infeasible first phase: a primal ray, nt
+  SimVec<int32_t> head;   // variable at each basis position, m
+  SimVec<int32_t> pos;    // position of each variable, -1 when non-basic
+  SimVec<int8_t> nstat;   // SimNbStat
+  SimVec<double> x;       // values of all variables
+  SimVec<double> d;       // reduced costs (0 on basic ones)
+  SimVec<double> y;       // duals of the rows
+  SimVec<double> w;       // dual steepest-edge weights by position
+  SimVec<double> infeas;  // squared primal infeasibility of each basic position, 0 if none
+  SimVec<double> ray;     // after a dual infeasible first phase: a primal ray, nt
 
   LuFactor* lu = nullptr;
   SimVec<int32_t> iwork, marker;
@@ -156,6 +157,10 @@ struct SimEngine {
   int32_t factor();
   // x of the basic variables from the non-basic ones: B xB = -N xN.
   void computexb();
+  // The infeasibility of position p, or of all, from x and the bounds; kept in step with every
+  // change of a basic value so that the dual pricing reads one array.
+  void setinfeas(int32_t p);
+  void allinfeas();
   // One step of iterative refinement of the basic values against the rows' residual.
   void refinexb();
   // The same for the duals, with the reduced costs recomputed from them.
