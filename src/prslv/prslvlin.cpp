@@ -104,7 +104,9 @@ int32_t VLR_prslv_chklinblkcon(const PrslvParam& param, prslv* p, PrslvStat* sta
   if (!map || !z) return kPrslvNoSpace;
   if (VLR_lu_insart(f.lu, map.get(), isize, iwork.get(), 1.0) != kLuOk) return kPrslvOk;
   SysBuf<int32_t> eqrow(p->sys, VLR_HERE, ne);  // the row of each factor row
-  if (!eqrow) return kPrslvNoSpace;
+  SysBuf<double> acc(p->sys, VLR_HERE, nc);     // z'A by factor column, zero between uses
+  SysBuf<int32_t> touched(p->sys, VLR_HERE, nc);
+  if (!eqrow || !acc || !touched) return kPrslvNoSpace;
   double amax = 0.0;
   for (int32_t i = 0; i < m; ++i) {
     if (rowof[i] < 0) continue;
@@ -123,27 +125,33 @@ int32_t VLR_prslv_chklinblkcon(const PrslvParam& param, prslv* p, PrslvStat* sta
       x[q] = 0.0;
     x[c] = 1.0;
     if (VLR_lu_btran(f.lu, x, z.get()) != kLuOk || std::fabs(z[map[c]] - 1.0) > 1e-9) continue;
-    // Each candidate costs a pass over the equations' columns: a limit keeps many candidates
-    // from costing more than a few factors.
-    work += nz;
-    if (work > 50 * nz + 10000000) break;
-    // z'A over every living column, and z'b, against the size of the terms.
+    // z'A over the columns of the rows z uses, and z'b, against the size of the terms. The work
+    // of all candidates together is limited to a few passes over the equations.
     double zmax = 0.0, zb = 0.0, bsize = 0.0;
+    int32_t ntouched = 0;
     for (int32_t e = 0; e < ne; ++e) {
+      if (z[e] == 0.0) continue;
+      const int32_t row = eqrow[e];
       zmax = std::max(zmax, std::fabs(z[e]));
-      zb += z[e] * p->rl[eqrow[e]];
-      bsize = std::max(bsize, std::fabs(z[e] * p->rl[eqrow[e]]));
-    }
-    bool dependent = zmax < 1e8;
-    for (int32_t q = 0; q < nc && dependent; ++q) {
-      const int32_t j = colrow[q];
-      double s = 0.0;
-      for (int64_t k = p->col.beg[j]; k < VLR_prslv_lineend(p->col, j); ++k) {
-        const int32_t e = rowof[p->col.idx[k]];
-        if (e >= 0 && p->rowalive[p->col.idx[k]]) s += z[e] * p->col.val[k];
+      zb += z[e] * p->rl[row];
+      bsize = std::max(bsize, std::fabs(z[e] * p->rl[row]));
+      for (int64_t k = p->row.beg[row]; k < VLR_prslv_lineend(p->row, row); ++k) {
+        const int32_t q = colof[p->row.idx[k]];
+        if (q < 0 || !p->colalive[p->row.idx[k]]) continue;
+        if (acc[q] == 0.0) touched[ntouched++] = q;
+        acc[q] += z[e] * p->row.val[k];
+        if (acc[q] == 0.0) acc[q] = 1e-300;  // stays on the touched list once
       }
-      dependent = std::fabs(s) <= tolz * zmax;
+      work += p->row.len[row];
     }
+    work += ne + nc;  // the solve and the reset of its input
+    bool dependent = zmax < 1e8;
+    for (int32_t t = 0; t < ntouched; ++t) {
+      const int32_t q = touched[t];
+      dependent = dependent && std::fabs(acc[q]) <= tolz * zmax;
+      acc[q] = 0.0;
+    }
+    if (work > 20 * nz + 10000000) break;
     if (!dependent) continue;
     // The right-hand sides agree within the check's tolerance, never tighter than the primal one.
     const double tolb = std::max(param.tollindepfloor, param.tolx) * (1.0 + bsize);
