@@ -62,6 +62,8 @@ SimEngine::SimEngine(SysEnv* s)
       y(MemAllocator<double>(s)),
       w(MemAllocator<double>(s)),
       infeas(MemAllocator<double>(s)),
+      inflist(MemAllocator<int32_t>(s)),
+      infat(MemAllocator<int32_t>(s)),
       ray(MemAllocator<double>(s)),
       iwork(MemAllocator<int32_t>(s)),
       marker(MemAllocator<int32_t>(s)),
@@ -151,6 +153,9 @@ int32_t SimEngine::setup(const SimLp& lp) {
   y.assign(sm, 0.0);
   w.assign(sm, 1.0);
   infeas.assign(sm, 0.0);
+  inflist.assign(sm, 0);
+  infat.assign(sm, -1);
+  numinf = 0;
   alpha.assign(snt, 0.0);
   alphaidx.assign(snt, 0);
   alphamark.assign(snt, 0);
@@ -360,10 +365,24 @@ void SimEngine::setinfeas(int32_t p) {
     v = lb[k] - x[k];
   else if (x[k] > ub[k] + tolx)
     v = x[k] - ub[k];
-  infeas[static_cast<size_t>(p)] = v * v;
+  const auto sp = static_cast<size_t>(p);
+  infeas[sp] = v * v;
+  const int32_t at = infat[sp];
+  if (v > 0.0 && at < 0) {
+    infat[sp] = numinf;
+    inflist[static_cast<size_t>(numinf++)] = p;
+  } else if (v == 0.0 && at >= 0) {
+    const int32_t last = inflist[static_cast<size_t>(--numinf)];
+    inflist[static_cast<size_t>(at)] = last;
+    infat[static_cast<size_t>(last)] = at;
+    infat[sp] = -1;
+  }
 }
 
 void SimEngine::allinfeas() {
+  for (int32_t t = 0; t < numinf; ++t)
+    infat[static_cast<size_t>(inflist[static_cast<size_t>(t)])] = -1;
+  numinf = 0;
   for (int32_t p = 0; p < m; ++p)
     setinfeas(p);
 }

@@ -118,13 +118,14 @@ int32_t SimEngine::dualprice() const {
   // Choose the leaving row: largest squared infeasibility over its weight.
   int32_t p = -1;
   double best = 0.0;
-  // The infeasibilities are kept by position, so the scan reads two arrays in order.
+  // Only the infeasible positions are looked at; among equal merits the first position wins,
+  // as in a scan in order, so the choice does not depend on the order of the list.
   const double* inf = infeas.data();
   const double* wt = w.data();
-  for (int32_t pp = 0; pp < m; ++pp) {
-    if (inf[pp] <= 0.0) continue;
+  for (int32_t t = 0; t < numinf; ++t) {
+    const int32_t pp = inflist[static_cast<size_t>(t)];
     const double merit = inf[pp] / wt[pp];
-    if (merit > best) {
+    if (merit > best || (merit == best && pp < p)) {
       best = merit;
       p = pp;
     }

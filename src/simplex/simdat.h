@@ -85,15 +85,17 @@ struct SimEngine {
   SimVec<double> lb, ub;        // working bounds, nt (+-inf where absent)
   SimVec<double> lborg, uborg;  // bounds of the problem
 
-  SimVec<int32_t> head;   // variable at each basis position, m
-  SimVec<int32_t> pos;    // position of each variable, -1 when non-basic
-  SimVec<int8_t> nstat;   // SimNbStat
-  SimVec<double> x;       // values of all variables
-  SimVec<double> d;       // reduced costs (0 on basic ones)
-  SimVec<double> y;       // duals of the rows
-  SimVec<double> w;       // dual steepest-edge weights by position
-  SimVec<double> infeas;  // squared primal infeasibility of each basic position, 0 if none
-  SimVec<double> ray;     // after a dual infeasible first phase: a primal ray, nt
+  SimVec<int32_t> head;     // variable at each basis position, m
+  SimVec<int32_t> pos;      // position of each variable, -1 when non-basic
+  SimVec<int8_t> nstat;     // SimNbStat
+  SimVec<double> x;         // values of all variables
+  SimVec<double> d;         // reduced costs (0 on basic ones)
+  SimVec<double> y;         // duals of the rows
+  SimVec<double> w;         // dual steepest-edge weights by position
+  SimVec<double> infeas;    // squared primal infeasibility of each basic position, 0 if none
+  SimVec<int32_t> inflist;  // the positions with an infeasibility, in no order
+  SimVec<int32_t> infat;    // index of each position in inflist, -1 when not there
+  SimVec<double> ray;       // after a dual infeasible first phase: a primal ray, nt
 
   LuFactor* lu = nullptr;
   SimVec<int32_t> iwork, marker;
@@ -124,6 +126,7 @@ struct SimEngine {
   SimVec<double> bpt, bptr, bprate;  // break points of the ratio test: exact and relaxed
   SimVec<int8_t> bpup;               // ratios, rates and the bound each one reaches
   int32_t pricing = 5;               // kPrice* of the phase without and with infeasibilities
+  int32_t numinf = 0;                // entries of inflist
   int32_t ifpricing = 5;
   int32_t partialnext = 0;  // where the next partial scan starts
   // The candidate queue: a pool of attractive non-basic variables that pricing scans between
