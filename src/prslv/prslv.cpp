@@ -286,6 +286,7 @@ int32_t VLR_prslv_reduce(const PrslvParam& param, prslv* p, PrslvStat* stat) {
   for (int32_t pass = 0; r == kPrslvOk && param.use > 0 && stat->prosta == 0; ++pass) {
     int32_t changed = 0;
     r = VLR_prslv_checkproblem(param, p, stat, &changed);
+    ++stat->numpasses;
     lap(&stat->timecheck);
     if (pass + 1 >= kPrslvMaxPasses) break;
     if (changed || r != kPrslvOk || stat->prosta != 0) continue;
@@ -363,6 +364,7 @@ void VLR_prslv_problemsummary(const PrslvParam& param, const PrslvStat& stat) {
   prslv_print(param, "%-40s: %-8d\n", "Number of eliminations", stat.numeliminated);
   prslv_print(param, "%-40s: %-8d\n", "Number of slack columns", stat.numslackcol);
   prslv_print(param, "%-40s: %-8lld\n", "Total", static_cast<long long>(stat.numrecords));
+  prslv_print(param, "%-40s: %-8d\n", "Passes over rows and columns", stat.numpasses);
   prslv_print(param, "%-40s: %.2f\n", "Presolve time", stat.time);
   if (param.timinglevel > 0) {
     prslv_print(param, "Timing results\n");

@@ -59,7 +59,8 @@ struct PrslvStat {
   int32_t rowbykey[2][5] = {}, colbykey[2][5] = {};  // counts by VLR_BK_* key, before and after
   int32_t numfreecon = 0, numemptycon = 0, numconsin = 0, numforcing = 0, numrelaxlo = 0,
           numrelaxup = 0, numfixedvar = 0, numemptyvar = 0, numdominated = 0, numeliminated = 0,
-          numdoubleton = 0, numdupcon = 0, numdupvar = 0, numlindep = 0, numslackcol = 0;
+          numdoubleton = 0, numdupcon = 0, numdupvar = 0, numlindep = 0, numslackcol = 0,
+          numpasses = 0;
   int64_t numrecords = 0;
   double time = 0.0;
   // Wall-clock time of each group of reductions, for the log only: nothing in presolve reads
