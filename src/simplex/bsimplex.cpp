@@ -64,6 +64,7 @@ SimEngine::SimEngine(SysEnv* s)
       infeas(MemAllocator<double>(s)),
       inflist(MemAllocator<int32_t>(s)),
       infat(MemAllocator<int32_t>(s)),
+      infkey(MemAllocator<double>(s)),
       ray(MemAllocator<double>(s)),
       iwork(MemAllocator<int32_t>(s)),
       marker(MemAllocator<int32_t>(s)),
@@ -155,6 +156,7 @@ int32_t SimEngine::setup(const SimLp& lp) {
   infeas.assign(sm, 0.0);
   inflist.assign(sm, 0);
   infat.assign(sm, -1);
+  infkey.assign(sm, 0.0);
   numinf = 0;
   alpha.assign(snt, 0.0);
   alphaidx.assign(snt, 0);
@@ -365,26 +367,94 @@ void SimEngine::setinfeas(int32_t p) {
     v = lb[k] - x[k];
   else if (x[k] > ub[k] + tolx)
     v = x[k] - ub[k];
+  infeas[static_cast<size_t>(p)] = v * v;
+  heapfix(p);
+}
+
+bool SimEngine::infbefore(int32_t a, int32_t b) const {
+  const double ka = infkey[static_cast<size_t>(a)], kb = infkey[static_cast<size_t>(b)];
+  return ka > kb || (ka == kb && a < b);
+}
+
+void SimEngine::heapup(int32_t at) {
+  const int32_t p = inflist[static_cast<size_t>(at)];
+  while (at > 0) {
+    const int32_t up = (at - 1) / 2;
+    const int32_t q = inflist[static_cast<size_t>(up)];
+    if (!infbefore(p, q)) break;
+    inflist[static_cast<size_t>(at)] = q;
+    infat[static_cast<size_t>(q)] = at;
+    at = up;
+  }
+  inflist[static_cast<size_t>(at)] = p;
+  infat[static_cast<size_t>(p)] = at;
+}
+
+void SimEngine::heapdown(int32_t at) {
+  const int32_t p = inflist[static_cast<size_t>(at)];
+  for (;;) {
+    int32_t child = 2 * at + 1;
+    if (child >= numinf) break;
+    if (child + 1 < numinf &&
+        infbefore(inflist[static_cast<size_t>(child + 1)], inflist[static_cast<size_t>(child)])) {
+      ++child;
+    }
+    const int32_t q = inflist[static_cast<size_t>(child)];
+    if (!infbefore(q, p)) break;
+    inflist[static_cast<size_t>(at)] = q;
+    infat[static_cast<size_t>(q)] = at;
+    at = child;
+  }
+  inflist[static_cast<size_t>(at)] = p;
+  infat[static_cast<size_t>(p)] = at;
+}
+
+void SimEngine::heapfix(int32_t p) {
   const auto sp = static_cast<size_t>(p);
-  infeas[sp] = v * v;
-  const int32_t at = infat[sp];
-  if (v > 0.0 && at < 0) {
-    infat[sp] = numinf;
-    inflist[static_cast<size_t>(numinf++)] = p;
-  } else if (v == 0.0 && at >= 0) {
+  int32_t at = infat[sp];
+  if (infeas[sp] > 0.0) {
+    infkey[sp] = infeas[sp] / w[sp];
+    if (at < 0) {
+      at = numinf++;
+      inflist[static_cast<size_t>(at)] = p;
+      infat[sp] = at;
+    }
+    heapup(at);
+    heapdown(infat[sp]);
+  } else if (at >= 0) {
     const int32_t last = inflist[static_cast<size_t>(--numinf)];
-    inflist[static_cast<size_t>(at)] = last;
-    infat[static_cast<size_t>(last)] = at;
     infat[sp] = -1;
+    if (last != p) {
+      inflist[static_cast<size_t>(at)] = last;
+      infat[static_cast<size_t>(last)] = at;
+      heapup(at);
+      heapdown(infat[static_cast<size_t>(last)]);
+    }
   }
 }
 
 void SimEngine::allinfeas() {
+  // Every infeasibility anew, then the heap built bottom up.
   for (int32_t t = 0; t < numinf; ++t)
     infat[static_cast<size_t>(inflist[static_cast<size_t>(t)])] = -1;
   numinf = 0;
-  for (int32_t p = 0; p < m; ++p)
-    setinfeas(p);
+  for (int32_t p = 0; p < m; ++p) {
+    const auto sp = static_cast<size_t>(p);
+    const auto k = static_cast<size_t>(head[sp]);
+    double v = 0.0;
+    if (x[k] < lb[k] - tolx)
+      v = lb[k] - x[k];
+    else if (x[k] > ub[k] + tolx)
+      v = x[k] - ub[k];
+    infeas[sp] = v * v;
+    if (v > 0.0) {
+      infkey[sp] = infeas[sp] / w[sp];
+      infat[sp] = numinf;
+      inflist[static_cast<size_t>(numinf++)] = p;
+    }
+  }
+  for (int32_t at = numinf / 2 - 1; at >= 0; --at)
+    heapdown(at);
 }
 
 void SimEngine::refinexb() {

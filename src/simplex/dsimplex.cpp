@@ -115,22 +115,9 @@ bool SimEngine::dualrefresh() {
 }
 
 int32_t SimEngine::dualprice() const {
-  // Choose the leaving row: largest squared infeasibility over its weight.
-  int32_t p = -1;
-  double best = 0.0;
-  // Only the infeasible positions are looked at; among equal merits the first position wins,
-  // as in a scan in order, so the choice does not depend on the order of the list.
-  const double* inf = infeas.data();
-  const double* wt = w.data();
-  for (int32_t t = 0; t < numinf; ++t) {
-    const int32_t pp = inflist[static_cast<size_t>(t)];
-    const double merit = inf[pp] / wt[pp];
-    if (merit > best || (merit == best && pp < p)) {
-      best = merit;
-      p = pp;
-    }
-  }
-  return p;
+  // The leaving row, the largest squared infeasibility over its weight (the first position
+  // among equals), sits on top of the heap of infeasible positions.
+  return numinf > 0 ? inflist[0] : -1;
 }
 
 int32_t SimEngine::dualratio(double sgn, double delta) {
@@ -308,6 +295,7 @@ bool SimEngine::dualupdate(int32_t p, int32_t q, double sgn, double target, bool
       const double r = col.val[static_cast<size_t>(pp)] / alphac;
       double& wi = w[static_cast<size_t>(pp)];
       wi = std::max(wi + r * (r * wp - 2.0 * tau.val[static_cast<size_t>(pp)]), kMinWeight);
+      heapfix(pp);
     }
     w[static_cast<size_t>(p)] = std::max(wp / (alphac * alphac), kMinWeight);
   }
@@ -368,6 +356,7 @@ int32_t SimEngine::dualloop(int32_t phase) {
         wp += r * r;
       }
       w[static_cast<size_t>(p)] = std::max(wp, kMinWeight);
+      heapfix(p);
     }
     formrow();
 

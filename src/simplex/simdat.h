@@ -85,16 +85,19 @@ struct SimEngine {
   SimVec<double> lb, ub;        // working bounds, nt (+-inf where absent)
   SimVec<double> lborg, uborg;  // bounds of the problem
 
-  SimVec<int32_t> head;     // variable at each basis position, m
-  SimVec<int32_t> pos;      // position of each variable, -1 when non-basic
-  SimVec<int8_t> nstat;     // SimNbStat
-  SimVec<double> x;         // values of all variables
-  SimVec<double> d;         // reduced costs (0 on basic ones)
-  SimVec<double> y;         // duals of the rows
-  SimVec<double> w;         // dual steepest-edge weights by position
-  SimVec<double> infeas;    // squared primal infeasibility of each basic position, 0 if none
-  SimVec<int32_t> inflist;  // the positions with an infeasibility, in no order
-  SimVec<int32_t> infat;    // index of each position in inflist, -1 when not there
+  SimVec<int32_t> head;   // variable at each basis position, m
+  SimVec<int32_t> pos;    // position of each variable, -1 when non-basic
+  SimVec<int8_t> nstat;   // SimNbStat
+  SimVec<double> x;       // values of all variables
+  SimVec<double> d;       // reduced costs (0 on basic ones)
+  SimVec<double> y;       // duals of the rows
+  SimVec<double> w;       // dual steepest-edge weights by position
+  SimVec<double> infeas;  // squared primal infeasibility of each basic position, 0 if none
+  // The positions with an infeasibility, as a heap on infeasibility over weight (the larger
+  // first, the smaller position among equals): the top is the leaving row of the dual simplex.
+  SimVec<int32_t> inflist;  // the heap, numinf entries
+  SimVec<int32_t> infat;    // index of each position in the heap, -1 when not there
+  SimVec<double> infkey;    // key of each position in the heap
   SimVec<double> ray;       // after a dual infeasible first phase: a primal ray, nt
 
   LuFactor* lu = nullptr;
@@ -164,6 +167,11 @@ struct SimEngine {
   // change of a basic value so that the dual pricing reads one array.
   void setinfeas(int32_t p);
   void allinfeas();
+  // Puts position p where its infeasibility and weight now place it in the heap.
+  void heapfix(int32_t p);
+  bool infbefore(int32_t a, int32_t b) const;
+  void heapup(int32_t at);
+  void heapdown(int32_t at);
   // One step of iterative refinement of the basic values against the rows' residual.
   void refinexb();
   // The same for the duals, with the reduced costs recomputed from them.
