@@ -713,7 +713,8 @@ int32_t VLR_prslv_checkproblem(const PrslvParam& param, prslv* p, PrslvStat* sta
       const int32_t before = stat->numeliminated;
       r = prslv_elimination(param, p, j, stat, changed);
       const int32_t slackbefore = stat->numslackcol;
-      if (r == kPrslvOk && stat->numeliminated == before && p->varnz[j] == 1) {
+      if (r == kPrslvOk && stat->numeliminated == before && p->varnz[j] == 1 &&
+          param.slackcols != 0) {
         r = prslv_slackcol(p, j, stat, changed);
       }
       if (r == kPrslvOk && stat->numeliminated == before && stat->numslackcol == slackbefore &&

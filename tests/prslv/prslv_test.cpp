@@ -175,6 +175,7 @@ Outcome Compare(vlr::SysEnv* sys, Lp* prob, const std::string& what, double rel 
   vlr::PrslvParam param;
   vlr::VLR_prslv_initparam(&param);
   param.eliminatortries = eliminatortries;
+  param.slackcols = eliminatortries != 0;
   EXPECT_EQ(vlr::VLR_prslv_reduce(param, p, &out.stat), vlr::kPrslvOk) << what;
   if (out.stat.prosta != 0) {
     // Presolve's proof must agree with the plain solve.
