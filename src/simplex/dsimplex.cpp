@@ -84,8 +84,8 @@ void SimEngine::logline(int32_t phase, bool force) {
   int32_t pc = 0, dc = 0;
   const double pinf = primalinf(&pc);
   const double dinf = dualinf(&dc);
-  log("%-10lld %-6d %-14.6e %-6d %-14.6e %-22.12e\n", static_cast<long long>(it),
-      phase == 1 ? 1 : 2, pinf, pc, dinf, objective());
+  log("%-10lld %-6d %-14.6e %-6d %-14.6e %-22.12e %-8.2f\n", static_cast<long long>(it),
+      phase == 1 ? 1 : 2, pinf, pc, dinf, objective(), lastlogtime - info->starttime);
 }
 
 bool SimEngine::dualrefresh() {

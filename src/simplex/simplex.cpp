@@ -451,6 +451,7 @@ void simplex_dualizeandsolve(SysEnv* sys, const SimParam& par, const SimCallback
   SimParam dpar = par;
   dpar.solveform = kSimFormPrimal;
   SimInfo dinfo;
+  dinfo.starttime = info->starttime;
   simplex_solve(sys, dpar, cb, dual, 0, &dsol, &dinfo);
   for (int32_t s = 0; s < 4; ++s)
     info->iter[s] += dinfo.iter[s];
@@ -486,6 +487,7 @@ void simplex_dualizeandsolve(SysEnv* sys, const SimParam& par, const SimCallback
   SimParam ppar = par;
   ppar.solveform = kSimFormPrimal;
   SimInfo pinfo;
+  pinfo.starttime = info->starttime;
   simplex_solve(sys, ppar, cb, lp, hot, sol, &pinfo);
   for (int32_t s = 0; s < 4; ++s)
     info->iter[s] += pinfo.iter[s];
@@ -510,8 +512,8 @@ void simplex_optimize(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, 
     cb.log(cb.handle, dualize ? "Optimizer  - solved problem         : the dual\n"
                               : "Optimizer  - solved problem         : the primal\n");
     char head[128];
-    std::snprintf(head, sizeof(head), "%-10s %-6s %-14s %-6s %-14s %-22s\n", "ITER", "PHASE",
-                  "PFEAS", "NPINF", "DFEAS", "POBJ");
+    std::snprintf(head, sizeof(head), "%-10s %-6s %-14s %-6s %-14s %-22s %-8s\n", "ITER", "PHASE",
+                  "PFEAS", "NPINF", "DFEAS", "POBJ", "TIME");
     cb.log(cb.handle, head);
   }
   if (dualize) {
@@ -527,6 +529,7 @@ int32_t VLR_simplex_optimize(SysEnv* sys, const SimParam& par, const SimCallback
                              const SimLp& lp, int32_t starthot, SimSol* sol, SimInfo* info) {
   VLR_simplex_initinfo(info);
   const double t0 = VLR_sysenv_getwctime(sys);
+  info->starttime = t0;
   try {
     simplex_optimize(sys, par, cb, lp, starthot, sol, info);
   } catch (const std::bad_alloc&) {

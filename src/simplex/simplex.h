@@ -102,8 +102,9 @@ struct SimCallbacks {
 // What a run reports.
 struct SimInfo {
   int32_t response = kSimOk;
-  int32_t prosta = 0;  // VLR_PRO_STA_*
-  int32_t solsta = 0;  // VLR_SOL_STA_*
+  double starttime = 0.0;  // wall clock when the run began, for the TIME column of the log
+  int32_t prosta = 0;      // VLR_PRO_STA_*
+  int32_t solsta = 0;      // VLR_SOL_STA_*
   int64_t iter[4] = {0, 0, 0, 0};
   int64_t degiter = 0;  // iterations with a zero step
   int64_t infiter = 0;  // iterations of the first phase
