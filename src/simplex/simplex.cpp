@@ -15,6 +15,9 @@ namespace vlr {
 
 namespace {
 
+// Relative pivot threshold of the LU when the run starts from a caller's basis.
+constexpr double kSimHotStartRelPiv = 0.1;
+
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
 int32_t simplex_sk(int8_t st) {
@@ -344,8 +347,13 @@ void simplex_solve(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, con
     simplex_scale(lp, &sc);
   }
   const SimLp& work = scaled ? sc.lp : lp;
+  // A basis given by the caller (a hot start, a postsolved basis) was never factored here and
+  // may be badly conditioned: its factor pivots with a stricter threshold, which keeps the
+  // values and duals it gives accurate.
+  SimParam hot = par;
+  if (!keys.empty()) hot.lurelpiv = std::max(par.lurelpiv, kSimHotStartRelPiv);
   int32_t end =
-      simplex_run(sys, par, cb, work, keys.empty() ? nullptr : keys.data(), keys.empty(),
+      simplex_run(sys, hot, cb, work, keys.empty() ? nullptr : keys.data(), keys.empty(),
                   scaled ? sc.r.data() : nullptr, scaled ? sc.s.data() : nullptr, sol, info);
   for (int32_t attempt = 0; attempt < 2; ++attempt) {
     if (end == kLoopOptimal) {
