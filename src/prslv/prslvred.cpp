@@ -81,6 +81,31 @@ void prslv_infeasible(PrslvStat* stat) {
   if (stat->prosta == 0) stat->prosta = VLR_PRO_STA_PRIM_INFEAS;
 }
 
+// Narrows [*nl, *nu] by the implied [lo, hi] where that is tighter, flagging each side that
+// moved. False when the two cross beyond the primal tolerance; within it both sides meet at the
+// column's own bound, and the side that moved keeps its flag (its source may take the column's
+// dual in postsolve).
+bool prslv_narrow(const PrslvParam& param, double lo, double hi, double* nl, double* nu,
+                  int32_t* flags) {
+  if (lo > *nl + prslv_tight(*nl)) {
+    *nl = lo;
+    *flags |= kPrslvSinLower;
+  }
+  if (hi < *nu - prslv_tight(*nu)) {
+    *nu = hi;
+    *flags |= kPrslvSinUpper;
+  }
+  if (*nl > *nu) {
+    if (prslv_isinfeasible(param, *nl, *nu)) return false;
+    if (*flags & kPrslvSinLower) {
+      *nl = *nu;
+    } else {
+      *nu = *nl;
+    }
+  }
+  return true;
+}
+
 // A row with one living entry a x_j becomes bounds of x_j. A side is taken from the row only
 // where it is tighter than the column's own; crossing bounds within the tolerance meet at the
 // column's own bound.
@@ -99,26 +124,9 @@ int32_t prslv_consin(const PrslvParam& param, prslv* p, int32_t i, int32_t kind,
   const double hi = a > 0 ? p->ru[i] / a : p->rl[i] / a;
   int32_t flags = 0;
   double nl = p->cl[j], nu = p->cu[j];
-  if (lo > nl + prslv_tight(nl)) {
-    nl = lo;
-    flags |= kPrslvSinLower;
-  }
-  if (hi < nu - prslv_tight(nu)) {
-    nu = hi;
-    flags |= kPrslvSinUpper;
-  }
-  if (nl > nu) {
-    if (prslv_isinfeasible(param, nl, nu)) {
-      prslv_infeasible(stat);
-      return kPrslvOk;
-    }
-    // Within the tolerance: both sides meet at the column's own bound where there is one. The
-    // side that moved still came from the row, which may take the column's dual in postsolve.
-    if (flags & kPrslvSinLower) {
-      nl = nu;
-    } else {
-      nu = nl;
-    }
+  if (!prslv_narrow(param, lo, hi, &nl, &nu, &flags)) {
+    prslv_infeasible(stat);
+    return kPrslvOk;
   }
   const int32_t r = prslv_push(p, kind, {i, j, flags}, {a, p->cl[j], p->cu[j]});
   if (r != kPrslvOk) return r;
@@ -589,24 +597,9 @@ int32_t prslv_doubleton(const PrslvParam& param, prslv* p, int32_t i, PrslvStat*
   prslv_boundsthrough(beta, ratio, p->cl[k], p->cu[k], &lo, &hi);
   int32_t flags = 0;
   double nl = p->cl[j], nu = p->cu[j];
-  if (lo > nl + prslv_tight(nl)) {
-    nl = lo;
-    flags |= kPrslvSinLower;
-  }
-  if (hi < nu - prslv_tight(nu)) {
-    nu = hi;
-    flags |= kPrslvSinUpper;
-  }
-  if (nl > nu) {
-    if (prslv_isinfeasible(param, nl, nu)) {
-      prslv_infeasible(stat);
-      return kPrslvOk;
-    }
-    if (flags & kPrslvSinLower) {
-      nl = nu;
-    } else {
-      nu = nl;
-    }
+  if (!prslv_narrow(param, lo, hi, &nl, &nu, &flags)) {
+    prslv_infeasible(stat);
+    return kPrslvOk;
   }
   // Rows of column k other than i, and room for the fill in them and in column j.
   int32_t cnt = 0;
