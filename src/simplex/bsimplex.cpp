@@ -360,14 +360,18 @@ void SimEngine::computexb() {
   allinfeas();
 }
 
-void SimEngine::setinfeas(int32_t p) {
-  const auto k = static_cast<size_t>(head[static_cast<size_t>(p)]);
+double SimEngine::squaredinfeas(int32_t k) const {
+  const auto s = static_cast<size_t>(k);
   double v = 0.0;
-  if (x[k] < lb[k] - tolx)
-    v = lb[k] - x[k];
-  else if (x[k] > ub[k] + tolx)
-    v = x[k] - ub[k];
-  infeas[static_cast<size_t>(p)] = v * v;
+  if (x[s] < lb[s] - tolx)
+    v = lb[s] - x[s];
+  else if (x[s] > ub[s] + tolx)
+    v = x[s] - ub[s];
+  return v * v;
+}
+
+void SimEngine::setinfeas(int32_t p) {
+  infeas[static_cast<size_t>(p)] = squaredinfeas(head[static_cast<size_t>(p)]);
   heapfix(p);
 }
 
@@ -440,14 +444,8 @@ void SimEngine::allinfeas() {
   numinf = 0;
   for (int32_t p = 0; p < m; ++p) {
     const auto sp = static_cast<size_t>(p);
-    const auto k = static_cast<size_t>(head[sp]);
-    double v = 0.0;
-    if (x[k] < lb[k] - tolx)
-      v = lb[k] - x[k];
-    else if (x[k] > ub[k] + tolx)
-      v = x[k] - ub[k];
-    infeas[sp] = v * v;
-    if (v > 0.0) {
+    infeas[sp] = squaredinfeas(head[sp]);
+    if (infeas[sp] > 0.0) {
       infkey[sp] = infeas[sp] / w[sp];
       infat[sp] = numinf;
       inflist[static_cast<size_t>(numinf++)] = p;

@@ -165,6 +165,7 @@ struct SimEngine {
   void computexb();
   // The infeasibility of position p, or of all, from x and the bounds; kept in step with every
   // change of a basic value so that the dual pricing reads one array.
+  double squaredinfeas(int32_t k) const;  // of variable k beyond the primal tolerance
   void setinfeas(int32_t p);
   void allinfeas();
   // Puts position p where its infeasibility and weight now place it in the heap.
