@@ -103,6 +103,17 @@ void prslvpost_undoconforce(const prslv* p, const int32_t* is, const double* ds,
   sol->sk[i] = p->lp->bk[i] == VLR_BK_FX ? VLR_SK_FIX : side == 1 ? VLR_SK_UPR : VLR_SK_LOW;
 }
 
+// b less row i's terms over the columns living at the walk's point, column j left out: a x_j
+// of a column substituted from (or acting as the slack of) equation i.
+double prslvpost_rest(const prslv* p, int32_t i, int32_t j, double b, const SimSol& sol) {
+  const int32_t m = p->numcon;
+  for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
+    const int32_t q = p->row.idx[k];
+    if (q != j && p->colalive[q]) b -= p->row.val[k] * sol.x[m + q];
+  }
+  return b;
+}
+
 // Puts entry (s, j) back to what it was before a substitution changed it.
 void prslvpost_restoreentry(prslv* p, int32_t s, int32_t j, int32_t how, double old) {
   if (how == kPrslvEntryKept) return;
@@ -135,11 +146,7 @@ void prslvpost_undoelimination(prslv* p, const int32_t* is, const double* ds, Si
     if (r >= 0) prslvpost_restoreentry(p, r, is[3 + t], is[4 + nq + t], ds[4 + nq + t]);
   }
   p->c[j] = ds[1];
-  double s = ds[2];
-  for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
-    const int32_t q = p->row.idx[k];
-    if (q != j && p->colalive[q]) s -= p->row.val[k] * sol->x[m + q];
-  }
+  const double s = prslvpost_rest(p, i, j, ds[2], *sol);
   p->rowalive[i] = 1;
   p->colalive[j] = 1;
   sol->x[m + j] = s / a;
@@ -159,11 +166,7 @@ void prslvpost_undoslackcol(prslv* p, const int32_t* is, const double* ds, SimSo
   for (int32_t t = 0; t < nq; ++t)
     p->c[is[3 + t]] = ds[3 + t];
   p->c[j] = cj;
-  double s = ds[2];
-  for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
-    const int32_t q = p->row.idx[k];
-    if (q != j && p->colalive[q]) s -= p->row.val[k] * sol->x[m + q];
-  }
+  const double s = prslvpost_rest(p, i, j, ds[2], *sol);
   p->colalive[j] = 1;
   const double xj = s / a;
   sol->x[m + j] = xj;
