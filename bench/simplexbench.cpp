@@ -1,7 +1,10 @@
 // bench/simplexbench.cpp: the simplex roads on the Netlib problems: per problem the status, the
-// objective error against the reference, the iterations and the wall time of VLR_optimize, beside
-// the time of the open-source peer clp, by the same algorithm, when it is on PATH. Prints a table,
-// and with --csv FILE one line per problem and solver for bench/perfprofile.py; not a test.
+// objective error against the reference, the iterations, the wall time of VLR_optimize and the
+// time per iteration, beside the open-source peer clp by the same algorithm when it is on PATH:
+// clp with its presolve for the roads with presolve, without for the roads without. With --mcf
+// it generates a family of multicommodity-flow problems and prints the slope of log(time) over
+// log(non-zeros) for each solver. Prints a table, and with --csv FILE one line per problem and
+// solver for bench/perfprofile.py; not a test.
 // SPDX-License-Identifier: Apache-2.0
 #include <dirent.h>
 #include <sys/stat.h>
@@ -19,6 +22,7 @@
 #include <string>
 #include <vector>
 
+#include "mcfgen.h"
 #include "velor.h"
 
 namespace {
@@ -28,6 +32,8 @@ using Clock = std::chrono::steady_clock;
 // Times are summarised by the shifted geometric mean exp(mean(log(t + s))) - s, with the
 // customary shift s = 0.01 s, so that problems solved in no time do not dominate.
 constexpr double kShift = 0.01;
+// The goals of the dual simplex are stated in the shifted geometric mean with a shift of 1 s.
+constexpr double kGoalShift = 1.0;
 // An objective counts as right when |obj - ref| <= kObjTol max(1, |ref|).
 constexpr double kObjTol = 1e-6;
 
@@ -51,6 +57,9 @@ struct Options {
   double timeout = -1.0;
   bool log = false;
   std::string csv;  // per-problem results to this file; empty: none
+  int mcf = 0;      // levels of the generated multicommodity family; 0: none
+  std::string mcfdir = "/tmp";
+  bool mcfkeep = false;  // leave the generated files (named mcfN.mps) for a profiler
 };
 
 struct Run {
@@ -64,12 +73,21 @@ struct Run {
   double ptime = 0.0;              // presolve's share of the time
 };
 
+// clp with its presolve (the peer of the roads with presolve) and without.
+enum Peer { kPeerPresolve = 0, kPeerNoPresolve = 1, kPeers = 2 };
+constexpr const char* kPeerLabel[kPeers] = {"clp", "clp-np"};
+
+Peer PeerOf(const Road& r) {
+  return r.presolve == VLR_PRESOLVE_MODE_OFF ? kPeerNoPresolve : kPeerPresolve;
+}
+
 struct Row {
   std::string name;
   int32_t rows = 0, cols = 0;
+  int64_t nz = 0;
   std::vector<Run> runs;  // one per road
-  Run clp;
-  bool clpbad = false;  // clp's objective disagrees with the reference
+  Run clp[kPeers];
+  bool clpbad[kPeers] = {false, false};  // clp's objective disagrees with the reference
 };
 
 bool EndsWith(const std::string& s, const char* tail) {
@@ -259,11 +277,12 @@ std::string FindOnPath(const char* prog) {
 // gives the status, the objective, the iterations and its own time of the solve, which leaves
 // out the read; that time is the one reported.
 // method is clp's command for the algorithm: -dualsimplex or -primalsimplex.
-Run RunClp(const std::string& clp, const char* method, const std::string& file, double timeout,
-           bool hasref, double ref, bool* bad) {
+Run RunClp(const std::string& clp, const char* method, bool presolve, const std::string& file,
+           double timeout, bool hasref, double ref, bool* bad) {
   Run out;
   std::string cmd = "'" + clp + "' '" + file + "'";
   if (timeout > 0) cmd += " -sec " + std::to_string(timeout);
+  if (!presolve) cmd += " -presolve off";
   cmd += std::string(" ") + method + " 2>&1";
   FILE* p = popen(cmd.c_str(), "r");
   if (p == nullptr) return out;
@@ -305,14 +324,59 @@ Run RunClp(const std::string& clp, const char* method, const std::string& file, 
 
 void PrintRun(const Run& r) {
   if (!r.done) {
-    std::printf(" %6s %8s %7s %8s", r.status.empty() ? "-" : r.status.c_str(), "-", "-", "-");
+    std::printf(" %6s %8s %7s %8s %6s", r.status.empty() ? "-" : r.status.c_str(), "-", "-", "-",
+                "-");
     return;
   }
   char err[32] = "-";
   if (r.objerr >= 0) std::snprintf(err, sizeof err, "%8.1e", r.objerr);
-  std::printf(" %6s %8s %7lld %8.3f", r.status.c_str(), err, static_cast<long long>(r.iters),
-              r.seconds);
+  std::printf(" %6s %8s %7lld %8.3f %6.1f", r.status.c_str(), err, static_cast<long long>(r.iters),
+              r.seconds, r.iters > 0 ? 1e6 * r.seconds / static_cast<double>(r.iters) : 0.0);
 }
+
+// A peer's run: status, iterations, time and microseconds per iteration.
+void PrintPeer(const Run& r, bool bad) {
+  std::printf(" | %6s", r.status.empty() ? "-" : r.status.c_str());
+  if (!r.done) {
+    std::printf(" %7s %8s %6s", "-", "-", "-");
+    return;
+  }
+  std::printf(" %7lld %7.3f%s %6.1f", static_cast<long long>(r.iters), r.seconds, bad ? "*" : " ",
+              r.iters > 0 ? 1e6 * r.seconds / static_cast<double>(r.iters) : 0.0);
+}
+
+// Ratios of a road's time over its peer's where both ended optimal: the shifted geometric means
+// with the table's shift and with the goals' shift of 1 s, and the worst single ratio.
+struct Ratio {
+  double logsum = 0.0, loggoal = 0.0;
+  int count = 0;
+  double worst = 0.0;
+  std::string worstname;
+  void Add(const std::string& name, double ours, double peer) {
+    logsum += std::log((ours + kShift) / (peer + kShift));
+    loggoal += std::log((ours + kGoalShift) / (peer + kGoalShift));
+    ++count;
+    const double r = (ours + kShift) / (peer + kShift);
+    if (r > worst) worst = r, worstname = name;
+  }
+};
+
+// Least-squares slope of log(time) over log(non-zeros) for the points where the solver ended
+// optimal: the exponent of the time's growth with the size of the model.
+struct Growth {
+  double sx = 0, sy = 0, sxx = 0, sxy = 0;
+  int count = 0;
+  void Add(int64_t nz, const Run& r) {
+    if (!r.optimal || nz <= 0) return;
+    const double x = std::log(static_cast<double>(nz)), y = std::log(std::max(r.seconds, 1e-4));
+    sx += x, sy += y, sxx += x * x, sxy += x * y;
+    ++count;
+  }
+  double Slope() const {
+    const double den = count * sxx - sx * sx;
+    return count >= 2 && den > 0 ? (count * sxy - sx * sy) / den : 0.0;
+  }
+};
 
 // The CSV goes to FILE.part and is renamed to FILE at the end, so that a run that is stopped
 // leaves no half file under the name a plot would read.
@@ -390,6 +454,12 @@ int ParseArgs(int argc, char** argv, Options* opt) {
       opt->log = true;
     } else if (a == "--csv" && k + 1 < argc) {
       opt->csv = argv[++k];
+    } else if (a == "--mcf" && k + 1 < argc) {
+      opt->mcf = std::min(std::max(std::atoi(argv[++k]), 0), kMcfLevels);
+    } else if (a == "--mcf-keep") {
+      opt->mcfkeep = true;
+    } else if (a == "--mcf-dir" && k + 1 < argc) {
+      opt->mcfdir = argv[++k];
     } else if (!a.empty() && a[0] == '-') {
       return 1;
     } else {
@@ -408,15 +478,20 @@ int main(int argc, char** argv) {
     std::fprintf(
         stderr,
         "usage: vlr_bench_simplex [--optimizer dual|free|primal|all] [--clp|--no-clp]\n"
-        "                         [--timeout SEC] [--log] [--csv FILE] [NAME|FILE|DIR ...]\n"
-        "Without names: every problem of %s/netlib. --optimizer may be repeated.\n"
+        "                         [--timeout SEC] [--log] [--csv FILE] [--mcf LEVELS]\n"
+        "                         [--mcf-dir DIR] [--mcf-keep] [NAME|FILE|DIR ...]\n"
+        "Without names (and without --mcf): every problem of %s/netlib.\n"
+        "--optimizer may be repeated. --mcf LEVELS: also the first LEVELS (1 to %d) of a\n"
+        "family of multicommodity-flow problems, written to DIR (default /tmp) and removed\n"
+        "unless --mcf-keep is given.\n"
         "--csv FILE: one line per problem and solver: problem, rows, cols, solver,\n"
         "status, optimal (1/0), time (s), iterations, objerr (empty: no reference).\n",
-        VLR_DATA_DIR);
+        VLR_DATA_DIR, kMcfLevels);
     return 2;
   }
   std::vector<std::string> files;
-  if (opt.inputs.empty()) opt.inputs.push_back(std::string(VLR_DATA_DIR) + "/netlib");
+  if (opt.inputs.empty() && opt.mcf == 0)
+    opt.inputs.push_back(std::string(VLR_DATA_DIR) + "/netlib");
   for (const std::string& in : opt.inputs) {
     if (IsDir(in)) {
       for (const std::string& f : ListDir(in))
@@ -429,11 +504,30 @@ int main(int argc, char** argv) {
   }
   const std::string clp = opt.clp != 0 ? FindOnPath("clp") : "";
   if (opt.clp == 1 && clp.empty()) std::fprintf(stderr, "vlr_bench_simplex: clp not on PATH\n");
+  // The peers the roads call for.
+  bool peer[kPeers] = {false, false};
+  for (const Road& r : opt.roads)
+    peer[PeerOf(r)] = !clp.empty();
 
   VLRenv_t env = nullptr;
   if (VLR_makeenv(&env, nullptr, nullptr, nullptr, nullptr) != VLR_RES_OK ||
       VLR_initenv(env) != VLR_RES_OK) {
     return 1;
+  }
+  std::vector<std::string> generated;
+  std::map<std::string, std::string> mcfname;  // by path
+  for (int level = 1; level <= opt.mcf; ++level) {
+    const std::string path =
+        opt.mcfdir + "/vlr_mcf" + std::to_string(level) +
+        (opt.mcfkeep ? std::string() : "_" + std::to_string(getpid())) + ".mps";
+    std::string name;
+    if (McfWrite(env, level, path, &name) != VLR_RES_OK) {
+      std::fprintf(stderr, "vlr_bench_simplex: cannot write %s\n", path.c_str());
+      continue;
+    }
+    generated.push_back(path);
+    files.push_back(path);
+    mcfname[path] = name;
   }
   CsvOut csv;
   if (!opt.csv.empty() && !csv.Open(opt.csv)) {
@@ -442,17 +536,17 @@ int main(int argc, char** argv) {
     return 1;
   }
   std::printf(
-      "# time: wall seconds of VLR_optimize (read excluded); err: |obj - ref| / max(1, "
-      "|ref|)\n");
+      "# time: wall seconds of VLR_optimize (read excluded); us/it: microseconds per iteration;"
+      " err: |obj - ref| / max(1, |ref|)\n");
   // clp runs the algorithm of the first road: its primal simplex beside ours.
   const char* method =
       opt.roads[0].optimizer == VLR_OPTIMIZER_PRIMAL_SIMPLEX ? "-primalsimplex" : "-dualsimplex";
   if (!clp.empty()) {
     std::printf(
-        "# clp: %s %s, the solve time it reports itself (read excluded); "
-        "ratio: (%s + %.2f) / (clp + %.2f) where both are optimal; * clp objective off "
-        "the reference\n",
-        clp.c_str(), method, opt.roads[0].label, kShift, kShift);
+        "# clp: %s %s (clp-np: -presolve off), the solve time it reports itself (read excluded);"
+        " ratio: (road + %.2f) / (its clp + %.2f) where both are optimal; * clp objective off the"
+        " reference\n",
+        clp.c_str(), method, kShift, kShift);
   }
   // The presolve columns belong to the first road with presolve: the rows and columns its simplex
   // solved (the problem as given when presolve removed nothing or its basis was dropped) and the
@@ -461,25 +555,35 @@ int main(int argc, char** argv) {
   for (size_t k = 0; k < opt.roads.size() && prslvroad < 0; ++k) {
     if (opt.roads[k].presolve != VLR_PRESOLVE_MODE_OFF) prslvroad = static_cast<int32_t>(k);
   }
-  std::printf("%-10s %6s %6s", "problem", "rows", "cols");
+  std::printf("%-10s %6s %6s %7s", "problem", "rows", "cols", "nz");
   if (prslvroad >= 0) std::printf(" | %6s %6s %6s", "prows", "pcols", "pre-s");
   for (const Road& r : opt.roads)
-    std::printf(" | %6.6s %8s %7s %8s", r.label, "err", "iters", "time");
-  if (!clp.empty()) std::printf(" | %5s %8s %6s", "clp", "time", "ratio");
+    std::printf(" | %6.6s %8s %7s %8s %6s", r.label, "err", "iters", "time", "us/it");
+  for (int p = 0; p < kPeers; ++p) {
+    if (peer[p]) std::printf(" | %6s %7s %8s %6s", kPeerLabel[p], "iters", "time", "us/it");
+  }
+  if (!clp.empty()) {
+    for (const Road& r : opt.roads)
+      std::printf(" %7.7s", r.label);
+  }
   std::printf("\n");
 
   std::map<std::string, std::map<std::string, double>> refs;  // by directory
   std::vector<Summary> sums(opt.roads.size());
-  Summary clpsum;
-  std::vector<double> ratiolog(opt.roads.size(), 0.0);  // log((ours + s) / (clp + s)) summed
-  std::vector<int> ratios(opt.roads.size(), 0);
+  Summary peersum[kPeers];
+  std::vector<Ratio> ratios(opt.roads.size());
+  std::vector<Growth> growth(opt.roads.size());
+  Growth peergrowth[kPeers];
   for (const std::string& file : files) {
     const std::string dir = Dirname(file);
     if (refs.find(dir) == refs.end()) refs[dir] = ReadReference(dir + "/OPTIMA.csv");
     Row row;
     row.name = Stem(file);
+    const bool mcf =
+        std::find(generated.begin(), generated.end(), file) != generated.end();
+    if (mcf) row.name = mcfname[file];
     const auto ref = refs[dir].find(row.name);
-    const bool hasref = ref != refs[dir].end();
+    const bool hasref = !mcf && ref != refs[dir].end();
     const double refval = hasref ? ref->second : 0.0;
     VLRtask_t base = nullptr;
     if (VLR_maketask(env, 0, 0, &base) != VLR_RES_OK) break;
@@ -491,15 +595,26 @@ int main(int argc, char** argv) {
     }
     VLR_getnumcon(base, &row.rows);
     VLR_getnumvar(base, &row.cols);
+    VLR_getnumanz64(base, &row.nz);
+    // Ours and the peers alternate problem by problem, so that a slow spell of the shared
+    // machine falls on both.
     for (const Road& r : opt.roads)
       row.runs.push_back(Solve(base, r, opt, hasref, refval));
     VLR_deletetask(&base);
-    if (!clp.empty()) row.clp = RunClp(clp, method, file, opt.timeout, hasref, refval, &row.clpbad);
+    for (int p = 0; p < kPeers; ++p) {
+      if (peer[p]) {
+        row.clp[p] = RunClp(clp, method, p == kPeerPresolve, file, opt.timeout, hasref, refval,
+                            &row.clpbad[p]);
+      }
+    }
 
     for (size_t k = 0; k < row.runs.size(); ++k)
       csv.Add(row, opt.roads[k].label, row.runs[k]);
-    if (!clp.empty()) csv.Add(row, "clp", row.clp);
-    std::printf("%-10s %6d %6d", row.name.c_str(), row.rows, row.cols);
+    for (int p = 0; p < kPeers; ++p) {
+      if (peer[p]) csv.Add(row, kPeerLabel[p], row.clp[p]);
+    }
+    std::printf("%-10s %6d %6d %7lld", row.name.c_str(), row.rows, row.cols,
+                static_cast<long long>(row.nz));
     if (prslvroad >= 0) {
       const Run& pr = row.runs[static_cast<size_t>(prslvroad)];
       std::printf(" | %6d %6d %6.3f", pr.prows, pr.pcols, pr.ptime);
@@ -508,41 +623,61 @@ int main(int argc, char** argv) {
       std::printf(" |");
       PrintRun(row.runs[k]);
       sums[k].Add(row.runs[k]);
+      if (mcf) growth[k].Add(row.nz, row.runs[k]);
     }
-    if (!clp.empty()) {
-      clpsum.Add(row.clp);
-      std::printf(" | %5s", row.clp.status.empty() ? "-" : row.clp.status.c_str());
-      if (row.clp.done) {
-        std::printf(" %7.3f%s", row.clp.seconds, row.clpbad ? "*" : " ");
-      } else {
-        std::printf(" %8s", "-");
+    for (int p = 0; p < kPeers; ++p) {
+      if (!peer[p]) continue;
+      PrintPeer(row.clp[p], row.clpbad[p]);
+      peersum[p].Add(row.clp[p]);
+      if (mcf) peergrowth[p].Add(row.nz, row.clp[p]);
+    }
+    // Ratios only where both ended optimal: a failure's time says nothing about speed.
+    for (size_t k = 0; k < row.runs.size() && !clp.empty(); ++k) {
+      const Run& c = row.clp[PeerOf(opt.roads[k])];
+      if (!row.runs[k].optimal || !c.optimal) {
+        std::printf(" %7s", "-");
+        continue;
       }
-      // Ratios only where both ended optimal: a failure's time says nothing about speed.
-      for (size_t k = 0; k < row.runs.size(); ++k) {
-        if (!row.runs[k].optimal || !row.clp.optimal) continue;
-        const double ratio = (row.runs[k].seconds + kShift) / (row.clp.seconds + kShift);
-        if (k == 0) std::printf(" %6.2f", ratio);
-        ratiolog[k] += std::log(ratio);
-        ++ratios[k];
-      }
+      std::printf(" %7.2f", (row.runs[k].seconds + kShift) / (c.seconds + kShift));
+      ratios[k].Add(row.name, row.runs[k].seconds, c.seconds);
     }
     std::printf("\n");
     std::fflush(stdout);
   }
-  std::printf("\n%-8s %9s %6s %12s %10s\n", "road", "optimal", "wrong", "geomean s", "sum s");
+  for (const std::string& f : generated) {
+    if (!opt.mcfkeep) std::remove(f.c_str());
+  }
+
+  std::printf("\n%-8s %9s %6s %12s %10s\n", "solver", "optimal", "wrong", "geomean s", "sum s");
   for (size_t k = 0; k < sums.size(); ++k) {
     std::printf("%-8s %4d/%-4d %6d %12.4f %10.3f\n", opt.roads[k].label, sums[k].optimal,
                 sums[k].total, sums[k].wrong, sums[k].Geo(), sums[k].sum);
   }
-  if (!clp.empty()) {
-    std::printf("%-8s %4d/%-4d %6d %12.4f %10.3f\n", "clp", clpsum.optimal, clpsum.total,
-                clpsum.wrong, clpsum.Geo(), clpsum.sum);
-    for (size_t k = 0; k < sums.size(); ++k) {
-      if (ratios[k] == 0) continue;
-      std::printf(
-          "geometric mean of (%s + %.2f) / (clp + %.2f) over %d problems both solved: %.3f\n",
-          opt.roads[k].label, kShift, kShift, ratios[k], std::exp(ratiolog[k] / ratios[k]));
+  for (int p = 0; p < kPeers; ++p) {
+    if (!peer[p]) continue;
+    std::printf("%-8s %4d/%-4d %6d %12.4f %10.3f\n", kPeerLabel[p], peersum[p].optimal,
+                peersum[p].total, peersum[p].wrong, peersum[p].Geo(), peersum[p].sum);
+  }
+  for (size_t k = 0; k < ratios.size(); ++k) {
+    const Ratio& q = ratios[k];
+    if (q.count == 0) continue;
+    std::printf(
+        "%s over %s, %d problems both solved: shifted geometric mean of the ratio %.3f (shift "
+        "%.2f s), %.3f (shift %.0f s); worst %.2f (%s)\n",
+        opt.roads[k].label, kPeerLabel[PeerOf(opt.roads[k])], q.count,
+        std::exp(q.logsum / q.count), kShift, std::exp(q.loggoal / q.count), kGoalShift, q.worst,
+        q.worstname.c_str());
+  }
+  if (opt.mcf > 0) {
+    std::printf("growth over the multicommodity family: slope of log(time) over log(nz):");
+    for (size_t k = 0; k < growth.size(); ++k) {
+      if (growth[k].count >= 2) std::printf(" %s %.2f", opt.roads[k].label, growth[k].Slope());
     }
+    for (int p = 0; p < kPeers; ++p) {
+      if (peer[p] && peergrowth[p].count >= 2)
+        std::printf(" %s %.2f", kPeerLabel[p], peergrowth[p].Slope());
+    }
+    std::printf("\n");
   }
   std::printf("times: shifted geometric mean exp(mean(log(t + %.2f))) - %.2f\n", kShift, kShift);
   VLR_deleteenv(&env);
