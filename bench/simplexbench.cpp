@@ -517,9 +517,9 @@ int main(int argc, char** argv) {
   std::vector<std::string> generated;
   std::map<std::string, std::string> mcfname;  // by path
   for (int level = 1; level <= opt.mcf; ++level) {
-    const std::string path =
-        opt.mcfdir + "/vlr_mcf" + std::to_string(level) +
-        (opt.mcfkeep ? std::string() : "_" + std::to_string(getpid())) + ".mps";
+    const std::string path = opt.mcfdir + "/vlr_mcf" + std::to_string(level) +
+                             (opt.mcfkeep ? std::string() : "_" + std::to_string(getpid())) +
+                             ".mps";
     std::string name;
     if (McfWrite(env, level, path, &name) != VLR_RES_OK) {
       std::fprintf(stderr, "vlr_bench_simplex: cannot write %s\n", path.c_str());
@@ -579,8 +579,7 @@ int main(int argc, char** argv) {
     if (refs.find(dir) == refs.end()) refs[dir] = ReadReference(dir + "/OPTIMA.csv");
     Row row;
     row.name = Stem(file);
-    const bool mcf =
-        std::find(generated.begin(), generated.end(), file) != generated.end();
+    const bool mcf = std::find(generated.begin(), generated.end(), file) != generated.end();
     if (mcf) row.name = mcfname[file];
     const auto ref = refs[dir].find(row.name);
     const bool hasref = !mcf && ref != refs[dir].end();
@@ -664,9 +663,8 @@ int main(int argc, char** argv) {
     std::printf(
         "%s over %s, %d problems both solved: shifted geometric mean of the ratio %.3f (shift "
         "%.2f s), %.3f (shift %.0f s); worst %.2f (%s)\n",
-        opt.roads[k].label, kPeerLabel[PeerOf(opt.roads[k])], q.count,
-        std::exp(q.logsum / q.count), kShift, std::exp(q.loggoal / q.count), kGoalShift, q.worst,
-        q.worstname.c_str());
+        opt.roads[k].label, kPeerLabel[PeerOf(opt.roads[k])], q.count, std::exp(q.logsum / q.count),
+        kShift, std::exp(q.loggoal / q.count), kGoalShift, q.worst, q.worstname.c_str());
   }
   if (opt.mcf > 0) {
     std::printf("growth over the multicommodity family: slope of log(time) over log(nz):");

@@ -46,8 +46,11 @@ int32_t simplex_lugeta(void* handle, int32_t room, int32_t j, int32_t* nz, int32
 SimEngine::SimEngine(SysEnv* s)
     : sys(s),
       arbeg(MemAllocator<int64_t>(s)),
+      arlen(MemAllocator<int32_t>(s)),
       aridx(MemAllocator<int32_t>(s)),
       arval(MemAllocator<double>(s)),
+      arent(MemAllocator<int64_t>(s)),
+      aroff(MemAllocator<int32_t>(s)),
       cost(MemAllocator<double>(s)),
       costorg(MemAllocator<double>(s)),
       lb(MemAllocator<double>(s)),
@@ -122,15 +125,24 @@ int32_t SimEngine::setup(const SimLp& lp) {
     arbeg[i + 1] += arbeg[i];
   aridx.assign(static_cast<size_t>(abeg[n]), 0);
   arval.assign(static_cast<size_t>(abeg[n]), 0.0);
+  arent.assign(static_cast<size_t>(abeg[n]), 0);
+  aroff.assign(static_cast<size_t>(abeg[n]), 0);
+  arlen.assign(sm, 0);
   {
     SimVec<int64_t> fill(arbeg.begin(), arbeg.end() - 1, MemAllocator<int64_t>(sys));
     for (int32_t j = 0; j < n; ++j) {
       for (int64_t k = abeg[j]; k < abeg[j + 1]; ++k) {
-        const auto t = static_cast<size_t>(fill[static_cast<size_t>(aidx[k])]++);
+        const auto i = static_cast<size_t>(aidx[k]);
+        const auto t = static_cast<size_t>(fill[i]++);
         aridx[t] = j;
         arval[t] = aval[k];
+        arent[t] = k;
+        aroff[static_cast<size_t>(k)] = static_cast<int32_t>(static_cast<int64_t>(t) - arbeg[i]);
       }
     }
+    for (size_t i = 0; i < sm; ++i)
+      arlen[i] = static_cast<int32_t>(arbeg[i + 1] - arbeg[i]);
+    arnbnz = abeg[n];
   }
   cost.assign(snt, 0.0);
   costorg.assign(snt, 0.0);
@@ -259,6 +271,14 @@ void SimEngine::keybasis(const int32_t* sk) {
 }
 
 int32_t SimEngine::factor() {
+  const double t0 = VLR_simplex_clock();
+  const int32_t r = factorbasis();
+  if (r == kSimOk) rowcopysplit();
+  VLR_simplex_inctimeofopr(info, kSimOpFactor, t0);
+  return r;
+}
+
+int32_t SimEngine::factorbasis() {
   if (m == 0) return kSimOk;
   int64_t nz = 0;
   for (int32_t p = 0; p < m; ++p) {
@@ -536,6 +556,7 @@ void SimEngine::pricedual() {
 }
 
 void SimEngine::btranrow(int32_t p) {
+  const double t0 = VLR_simplex_clock();
   rho.clear();
   in.val[static_cast<size_t>(p)] = 1.0;
   in.idx[0] = p;
@@ -543,9 +564,11 @@ void SimEngine::btranrow(int32_t p) {
                 marker.data(), static_cast<int32_t>(iwork.size()), iwork.data(), kDropTol,
                 kDropTol);
   in.nz = 0;
+  VLR_simplex_inctimeofopr(info, kSimOpBtran, t0);
 }
 
 void SimEngine::ftrancol(int32_t q) {
+  const double t0 = VLR_simplex_clock();
   col.clear();
   spike.clear();
   loadcolumn(q, &in);
@@ -561,9 +584,11 @@ void SimEngine::ftrancol(int32_t q) {
                  static_cast<int32_t>(iwork.size()), iwork.data(),
                  static_cast<int32_t>(marker.size()), marker.data(), kDropTol, kDropTol);
   in.nz = 0;
+  VLR_simplex_inctimeofopr(info, kSimOpFtran, t0);
 }
 
 void SimEngine::ftrantau() {
+  const double t0 = VLR_simplex_clock();
   tau.clear();
   for (int32_t t = 0; t < rho.nz; ++t) {
     const int32_t i = rho.idx[static_cast<size_t>(t)];
@@ -575,36 +600,52 @@ void SimEngine::ftrantau() {
                 static_cast<int32_t>(iwork.size()), iwork.data(),
                 static_cast<int32_t>(marker.size()), marker.data(), kDropTol, kDropTol);
   in.nz = 0;
+  VLR_simplex_inctimeofopr(info, kSimOpFtran, t0);
 }
 
 void SimEngine::formrow() {
+  const double t0 = VLR_simplex_clock();
   for (int32_t t = 0; t < alphanz; ++t) {
     const auto k = static_cast<size_t>(alphaidx[static_cast<size_t>(t)]);
     alpha[k] = 0.0;
     alphamark[k] = 0;
   }
   alphanz = 0;
+  int64_t rowwork = 0;
   for (int32_t t = 0; t < rho.nz; ++t) {
     const int32_t i = rho.idx[static_cast<size_t>(t)];
+    rowwork += arlen[static_cast<size_t>(i)];
     if (pos[static_cast<size_t>(i)] >= 0) continue;
     alpha[static_cast<size_t>(i)] = -rho.val[static_cast<size_t>(i)];
     alphamark[static_cast<size_t>(i)] = 1;
     alphaidx[static_cast<size_t>(alphanz++)] = i;
   }
-  if (static_cast<double>(rho.nz) < 0.1 * m) {
+  // Row-wise through the non-basic part of the rows of rho's pattern, or column by column over
+  // the non-basic columns, whichever touches fewer entries; a scattered entry of the row-wise
+  // form costs more than a gathered one of the column-wise form.
+  if (static_cast<double>(rowwork) < 0.6 * static_cast<double>(arnbnz)) {
+    const int64_t* rb = arbeg.data();
+    const int32_t* rl = arlen.data();
+    const int32_t* ri = aridx.data();
+    const double* rv = arval.data();
+    double* al = alpha.data();
+    int8_t* mk = alphamark.data() + m;
+    int32_t* ai = alphaidx.data();
+    int32_t nz = alphanz;
     for (int32_t t = 0; t < rho.nz; ++t) {
       const int32_t i = rho.idx[static_cast<size_t>(t)];
       const double r = rho.val[static_cast<size_t>(i)];
-      for (int64_t s = arbeg[static_cast<size_t>(i)]; s < arbeg[static_cast<size_t>(i) + 1]; ++s) {
-        const auto k = static_cast<size_t>(m + aridx[static_cast<size_t>(s)]);
-        if (pos[k] >= 0) continue;
-        if (alphamark[k] == 0) {
-          alphamark[k] = 1;
-          alphaidx[static_cast<size_t>(alphanz++)] = static_cast<int32_t>(k);
+      const int64_t end = rb[i] + rl[i];
+      for (int64_t s = rb[i]; s < end; ++s) {
+        const int32_t j = ri[s];
+        if (mk[j] == 0) {
+          mk[j] = 1;
+          ai[nz++] = m + j;
         }
-        alpha[k] += r * arval[static_cast<size_t>(s)];
+        al[m + j] += r * rv[s];
       }
     }
+    alphanz = nz;
   } else {
     const double* r = rho.val.data();
     for (int32_t j = 0; j < n; ++j) {
@@ -620,6 +661,51 @@ void SimEngine::formrow() {
       }
     }
   }
+  VLR_simplex_inctimeofopr(info, kSimOpRow, t0);
+}
+
+void SimEngine::rowcopysplit() {
+  arnbnz = 0;
+  for (int32_t i = 0; i < m; ++i) {
+    const int64_t beg = arbeg[static_cast<size_t>(i)];
+    int64_t lo = beg, hi = arbeg[static_cast<size_t>(i) + 1];
+    // Non-basic entries to the front, basic ones to the back.
+    while (lo < hi) {
+      if (pos[static_cast<size_t>(m + aridx[static_cast<size_t>(lo)])] < 0) {
+        ++lo;
+        continue;
+      }
+      --hi;
+      const auto a = static_cast<size_t>(lo), b = static_cast<size_t>(hi);
+      std::swap(aridx[a], aridx[b]);
+      std::swap(arval[a], arval[b]);
+      std::swap(arent[a], arent[b]);
+      aroff[static_cast<size_t>(arent[a])] = static_cast<int32_t>(lo - beg);
+      aroff[static_cast<size_t>(arent[b])] = static_cast<int32_t>(hi - beg);
+    }
+    arlen[static_cast<size_t>(i)] = static_cast<int32_t>(lo - beg);
+    arnbnz += lo - beg;
+  }
+}
+
+void SimEngine::rowcopymove(int32_t k, bool entering) {
+  if (k < m) return;
+  const int32_t j = k - m;
+  for (int64_t e = abeg[j]; e < abeg[j + 1]; ++e) {
+    const auto i = static_cast<size_t>(aidx[e]);
+    const int64_t beg = arbeg[i];
+    const int64_t at = beg + aroff[static_cast<size_t>(e)];
+    // The boundary entry: the last non-basic one (entering) or the first basic one (leaving).
+    const int64_t to = entering ? beg + arlen[i] - 1 : beg + arlen[i];
+    const auto a = static_cast<size_t>(at), b = static_cast<size_t>(to);
+    std::swap(aridx[a], aridx[b]);
+    std::swap(arval[a], arval[b]);
+    std::swap(arent[a], arent[b]);
+    aroff[static_cast<size_t>(arent[a])] = static_cast<int32_t>(at - beg);
+    aroff[static_cast<size_t>(arent[b])] = static_cast<int32_t>(to - beg);
+    arlen[i] += entering ? -1 : 1;
+  }
+  arnbnz += entering ? -(abeg[j + 1] - abeg[j]) : abeg[j + 1] - abeg[j];
 }
 
 int32_t SimEngine::updatelu(int32_t p) {

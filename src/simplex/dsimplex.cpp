@@ -251,11 +251,13 @@ bool SimEngine::dualupdate(int32_t p, int32_t q, double sgn, double target, bool
           add(aidx[t], aval[t] * dx);
       }
     }
+    const double t0 = VLR_simplex_clock();
     tau.clear();
     VLR_lu_ftrans(lu, in.nz, in.val.data(), in.idx.data(), &tau.nz, tau.val.data(), tau.idx.data(),
                   static_cast<int32_t>(iwork.size()), iwork.data(),
                   static_cast<int32_t>(marker.size()), marker.data(), 1e-14, 1e-14);
     in.nz = 0;
+    VLR_simplex_inctimeofopr(info, kSimOpFtran, t0);
     for (int32_t t = 0; t < tau.nz; ++t) {
       const int32_t pp = tau.idx[static_cast<size_t>(t)];
       x[static_cast<size_t>(head[static_cast<size_t>(pp)])] -= tau.val[static_cast<size_t>(pp)];
@@ -306,6 +308,7 @@ bool SimEngine::dualupdate(int32_t p, int32_t q, double sgn, double target, bool
   pos[sq] = p;
   nstat[sq] = kNbBasic;
   setnonbasic(leave, lb[sl] == ub[sl] ? kNbFixed : (tolower ? kNbLower : kNbUpper));
+  rowcopyexchange(q, leave);
   x[sl] = target;
   setinfeas(p);
   d[sl] = -thetad;
@@ -360,7 +363,9 @@ int32_t SimEngine::dualloop(int32_t phase) {
     }
     formrow();
 
+    double t0 = VLR_simplex_clock();
     const int32_t q = dualratio(sgn, delta);
+    VLR_simplex_inctimeofopr(info, kSimOpRatio, t0);
     if (q < 0) {
       if (!fresh) {
         needfactor = true;
@@ -384,7 +389,16 @@ int32_t SimEngine::dualloop(int32_t phase) {
       continue;
     }
 
+    info->densrho += static_cast<double>(rho.nz) / m;
+    info->densrow += static_cast<double>(alphanz) / nt;
+    info->denscol += static_cast<double>(col.nz) / m;
+    ++info->denscount;
+    // The update's own time, without the solves it makes (counted as FTRAN).
+    t0 = VLR_simplex_clock();
+    const double ftran0 = info->optime[kSimOpFtran];
     if (!dualupdate(p, q, sgn, target, tolower, phase, &needfactor)) return kLoopStopped;
+    VLR_simplex_inctimeofopr(info, kSimOpUpdate, t0);
+    info->optime[kSimOpUpdate] -= info->optime[kSimOpFtran] - ftran0;
     fresh = false;
   }
 }

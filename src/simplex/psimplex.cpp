@@ -15,6 +15,9 @@ namespace {
 
 constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr double kMaxWeight = 1e20;
+// A reduced cost below this is rounding of the duals when its variable wants straight back into
+// the basis it just left.
+constexpr double kCycleTol = 1e-6;
 // Iterations the candidate queue serves between full refills: a full scan every so often costs
 // little against the iterations it serves, and keeps the choice close to a full pricing.
 constexpr int64_t kQueueServes = 50;
@@ -673,6 +676,7 @@ int32_t SimEngine::primalupdate(int32_t p, int32_t q, double dir, double step, b
   nstat[sq] = kNbBasic;
   d[sq] = 0.0;
   setnonbasic(leave, lb[sl] == ub[sl] ? kNbFixed : (toupper ? kNbUpper : kNbLower));
+  rowcopyexchange(q, leave);
   x[sl] = target;
   d[sl] = -thetad;
   if (phase == 1) {
@@ -702,6 +706,7 @@ int32_t SimEngine::primalloop() {
   int64_t sincecheck = 0;
   int32_t phase = primalsetphase();
   int64_t lastdual = iterations();
+  int32_t lastleave = -1;  // the variable the last iteration took out of the basis
   // Degeneracy is measured over blocks of iterations.
   int64_t blockstart = iterations(), blockdeg = info->degiter, blocksize = 500;
   for (;;) {
@@ -751,6 +756,15 @@ int32_t SimEngine::primalloop() {
       return kLoopOptimal;
     }
     const auto sq = static_cast<size_t>(q);
+    if (q == lastleave && std::fabs(d[sq]) < kCycleTol) {
+      // The variable that just left wants back in on a reduced cost at the level of the
+      // duals' rounding: the two would swap places for ever. Its cost takes the reduced cost.
+      cost[sq] -= d[sq];
+      d[sq] = 0.0;
+      costshifted = 1;
+      lastleave = -1;
+      continue;
+    }
     const double dir = d[sq] < 0.0 ? 1.0 : -1.0;  // x(q) moves the way its cost falls
 
     // The reduced cost of q from the maintained duals must agree with the updated one.
@@ -809,6 +823,7 @@ int32_t SimEngine::primalloop() {
       continue;
     }
 
+    lastleave = head[static_cast<size_t>(p)];
     const int32_t lr = primalupdate(p, q, dir, step, toupper, alphar, phase, lazy);
     ++info->iter[par->slot];
     fresh = false;

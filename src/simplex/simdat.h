@@ -76,9 +76,18 @@ struct SimEngine {
   const int64_t* abeg = nullptr;  // the working matrix by columns (borrowed)
   const int32_t* aidx = nullptr;
   const double* aval = nullptr;
-  SimVec<int64_t> arbeg;  // the same by rows
+  // The same by rows, each row split in two: its entries in non-basic columns first (arlen[i]
+  // of them), then those in basic columns, so that a pivot row is formed from the non-basic
+  // columns alone. arent[t] is the column-wise index of the entry at row position t, and
+  // aroff[e] the place of column-wise entry e in its row (from arbeg). The split is rebuilt
+  // after each factor and kept in step by every exchange (rowcopyexchange).
+  SimVec<int64_t> arbeg;
+  SimVec<int32_t> arlen;
   SimVec<int32_t> aridx;
   SimVec<double> arval;
+  SimVec<int64_t> arent;
+  SimVec<int32_t> aroff;
+  int64_t arnbnz = 0;  // entries in non-basic columns, the sum of arlen
 
   SimVec<double> cost;          // working cost (perturbed or shifted), nt
   SimVec<double> costorg;       // cost of the problem, nt
@@ -161,6 +170,7 @@ struct SimEngine {
   // Factors the basis in head; on a short rank puts slacks in and moves the displaced
   // variables to a bound. Returns kSimOk or a response.
   int32_t factor();
+  int32_t factorbasis();  // the factor itself, untimed
   // x of the basic variables from the non-basic ones: B xB = -N xN.
   void computexb();
   // The infeasibility of position p, or of all, from x and the bounds; kept in step with every
@@ -199,6 +209,16 @@ struct SimEngine {
   void ftrantau();
   // The pivot row alpha(k) = rho' col(k) over the non-basic variables.
   void formrow();
+  // The split of the row-wise copy by the statuses in pos, from scratch.
+  void rowcopysplit();
+  // Column k (a structural one; slacks are not in the copy) moves to the basic part of its
+  // rows (entering) or to the non-basic part (leaving).
+  void rowcopymove(int32_t k, bool entering);
+  // Both moves of an exchange: q entered the basis, leave left it.
+  void rowcopyexchange(int32_t q, int32_t leave) {
+    rowcopymove(q, true);
+    rowcopymove(leave, false);
+  }
   // Replaces the variable at position p by q in the LU. Returns the LU status.
   int32_t updatelu(int32_t p);
   // Sums of primal and dual infeasibilities under the working data.

@@ -3,6 +3,7 @@
 // fails the tolerances on the problem as given, and the statuses.
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <limits>
@@ -466,6 +467,7 @@ void simplex_dualizeandsolve(SysEnv* sys, const SimParam& par, const SimCallback
   info->degiter += dinfo.degiter;
   info->infiter += dinfo.infiter;
   info->numfactor += dinfo.numfactor;
+  VLR_simplex_addtiming(info, dinfo);
   info->dualized = 1;
   if (dinfo.response != kSimOk && dinfo.response != kSimNumTrouble) {
     info->response = dinfo.response;
@@ -500,6 +502,7 @@ void simplex_dualizeandsolve(SysEnv* sys, const SimParam& par, const SimCallback
   for (int32_t s = 0; s < 4; ++s)
     info->iter[s] += pinfo.iter[s];
   info->numfactor += pinfo.numfactor;
+  VLR_simplex_addtiming(info, pinfo);
   info->response = pinfo.response;
   info->prosta = pinfo.prosta;
   info->solsta = pinfo.solsta;
@@ -545,6 +548,23 @@ int32_t VLR_simplex_optimize(SysEnv* sys, const SimParam& par, const SimCallback
   }
   info->time = VLR_sysenv_getwctime(sys) - t0;
   return info->response;
+}
+
+double VLR_simplex_clock() {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+void VLR_simplex_inctimeofopr(SimInfo* info, int32_t op, double t0) {
+  info->optime[op] += VLR_simplex_clock() - t0;
+}
+
+void VLR_simplex_addtiming(SimInfo* info, const SimInfo& sub) {
+  for (int32_t op = 0; op < kSimOpCount; ++op)
+    info->optime[op] += sub.optime[op];
+  info->densrho += sub.densrho;
+  info->densrow += sub.densrow;
+  info->denscol += sub.denscol;
+  info->denscount += sub.denscount;
 }
 
 void VLR_simplex_initparam(SimParam* par) {

@@ -100,6 +100,17 @@ struct SimCallbacks {
 };
 
 // What a run reports.
+// The operations of a pivoting loop whose time the log tail reports.
+enum SimOp : int32_t {
+  kSimOpFactor = 0,  // factors of the basis
+  kSimOpBtran,       // rows of the inverse
+  kSimOpRow,         // pivot rows formed from them
+  kSimOpRatio,       // ratio tests
+  kSimOpFtran,       // columns of the inverse, and the solves of the weights and the swaps
+  kSimOpUpdate,      // updates of values, duals, weights and the factor
+  kSimOpCount
+};
+
 struct SimInfo {
   int32_t response = kSimOk;
   double starttime = 0.0;  // wall clock when the run began, for the TIME column of the log
@@ -122,7 +133,19 @@ struct SimInfo {
   double prslvtime = 0.0;
   double pobj = 0.0, dobj = 0.0;
   double time = 0.0;  // seconds of the whole call
+  // Wall seconds per operation; they only feed the log, never a decision of the run.
+  double optime[kSimOpCount] = {0, 0, 0, 0, 0, 0};
+  // Sums over the iterations of the densities (non-zeros over size) of the row of the inverse,
+  // the pivot row and the column, and the count of iterations summed.
+  double densrho = 0.0, densrow = 0.0, denscol = 0.0;
+  int64_t denscount = 0;
 };
+
+// Adds the wall seconds since t0 (from VLR_simplex_clock) to operation op.
+double VLR_simplex_clock();
+void VLR_simplex_inctimeofopr(SimInfo* info, int32_t op, double t0);
+// Adds what a sub-run (of the dual, of the reduced problem) spent per operation to info.
+void VLR_simplex_addtiming(SimInfo* info, const SimInfo& sub);
 
 void VLR_simplex_initparam(SimParam* par);
 void VLR_simplex_initinfo(SimInfo* info);

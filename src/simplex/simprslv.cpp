@@ -21,6 +21,7 @@ void simprslv_add(const SimInfo& from, SimInfo* to) {
   to->numsetbacks += from.numsetbacks;
   to->dualized = std::max(to->dualized, from.dualized);
   to->perturbed = std::max(to->perturbed, from.perturbed);
+  VLR_simplex_addtiming(to, from);
 }
 
 struct SimPrslvGuard {
