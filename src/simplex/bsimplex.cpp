@@ -68,6 +68,8 @@ SimEngine::SimEngine(SysEnv* s)
       inflist(MemAllocator<int32_t>(s)),
       infat(MemAllocator<int32_t>(s)),
       infkey(MemAllocator<double>(s)),
+      heapdirty(MemAllocator<int32_t>(s)),
+      heapmark(MemAllocator<int8_t>(s)),
       ray(MemAllocator<double>(s)),
       iwork(MemAllocator<int32_t>(s)),
       marker(MemAllocator<int32_t>(s)),
@@ -82,6 +84,10 @@ SimEngine::SimEngine(SysEnv* s)
       alphamark(MemAllocator<int8_t>(s)),
       cand(MemAllocator<int32_t>(s)),
       candratio(MemAllocator<double>(s)),
+      candabs(MemAllocator<double>(s)),
+      candrelax(MemAllocator<double>(s)),
+      candmin(MemAllocator<double>(s)),
+      candorder(MemAllocator<int32_t>(s)),
       flips(MemAllocator<int32_t>(s)),
       pw(MemAllocator<double>(s)),
       pref(MemAllocator<int8_t>(s)),
@@ -169,12 +175,19 @@ int32_t SimEngine::setup(const SimLp& lp) {
   inflist.assign(sm, 0);
   infat.assign(sm, -1);
   infkey.assign(sm, 0.0);
+  heapdirty.assign(sm, 0);
+  heapmark.assign(sm, 0);
+  numdirty = 0;
   numinf = 0;
   alpha.assign(snt, 0.0);
   alphaidx.assign(snt, 0);
   alphamark.assign(snt, 0);
   cand.assign(snt, 0);
   candratio.assign(snt, 0.0);
+  candabs.assign(snt, 0.0);
+  candrelax.assign(snt, 0.0);
+  candmin.assign(snt, 0.0);
+  candorder.assign(snt, 0);
   flips.assign(snt, 0);
   for (SimHVec* v : {&rho, &col, &tau, &in, &spike})
     v->setup(std::max(m, 1));
@@ -434,6 +447,51 @@ void SimEngine::heapdown(int32_t at) {
 }
 
 void SimEngine::heapfix(int32_t p) {
+  // The heap keeps the keys it was ordered by until it is settled; the position only goes on
+  // the list of those to place, once however often it changes.
+  const auto sp = static_cast<size_t>(p);
+  if (heapmark[sp] != 0) return;
+  heapmark[sp] = 1;
+  heapdirty[static_cast<size_t>(numdirty++)] = p;
+}
+
+void SimEngine::heapsettle() {
+  if (numdirty == 0) return;
+  const double lg = std::log2(static_cast<double>(numinf) + 2.0);
+  if (static_cast<double>(numdirty) * lg <= 2.0 * static_cast<double>(numinf)) {
+    // Few changes: each one sifted into place in a heap that is otherwise in order.
+    for (int32_t t = 0; t < numdirty; ++t) {
+      const int32_t p = heapdirty[static_cast<size_t>(t)];
+      heapmark[static_cast<size_t>(p)] = 0;
+      heapplace(p);
+    }
+  } else {
+    // Many: the membership brought up to date, then the heap built again bottom up.
+    for (int32_t t = 0; t < numdirty; ++t) {
+      const int32_t p = heapdirty[static_cast<size_t>(t)];
+      const auto sp = static_cast<size_t>(p);
+      heapmark[sp] = 0;
+      const int32_t at = infat[sp];
+      if (infeas[sp] > 0.0) {
+        infkey[sp] = infeas[sp] / w[sp];
+        if (at < 0) {
+          infat[sp] = numinf;
+          inflist[static_cast<size_t>(numinf++)] = p;
+        }
+      } else if (at >= 0) {
+        const int32_t last = inflist[static_cast<size_t>(--numinf)];
+        inflist[static_cast<size_t>(at)] = last;
+        infat[static_cast<size_t>(last)] = at;
+        infat[sp] = -1;
+      }
+    }
+    for (int32_t at = numinf / 2 - 1; at >= 0; --at)
+      heapdown(at);
+  }
+  numdirty = 0;
+}
+
+void SimEngine::heapplace(int32_t p) {
   const auto sp = static_cast<size_t>(p);
   int32_t at = infat[sp];
   if (infeas[sp] > 0.0) {
@@ -459,6 +517,9 @@ void SimEngine::heapfix(int32_t p) {
 
 void SimEngine::allinfeas() {
   // Every infeasibility anew, then the heap built bottom up.
+  for (int32_t t = 0; t < numdirty; ++t)
+    heapmark[static_cast<size_t>(heapdirty[static_cast<size_t>(t)])] = 0;
+  numdirty = 0;
   for (int32_t t = 0; t < numinf; ++t)
     infat[static_cast<size_t>(inflist[static_cast<size_t>(t)])] = -1;
   numinf = 0;

@@ -114,16 +114,18 @@ bool SimEngine::dualrefresh() {
   return true;
 }
 
-int32_t SimEngine::dualprice() const {
+int32_t SimEngine::dualprice() {
+  heapsettle();
   // The leaving row, the largest squared infeasibility over its weight (the first position
   // among equals), sits on top of the heap of infeasible positions.
   return numinf > 0 ? inflist[0] : -1;
 }
 
 int32_t SimEngine::dualratio(double sgn, double delta) {
-  // Candidates: non-basic variables whose reduced cost bounds the dual step.
+  // Candidates: non-basic variables whose reduced cost bounds the dual step, each with |alpha|,
+  // its ratio and its ratio relaxed by the dual tolerance (Harris).
   int32_t nc = 0;
-  double maxalpha = 0.0;
+  double bound = kInf;
   for (int32_t t = 0; t < alphanz; ++t) {
     const int32_t k = alphaidx[static_cast<size_t>(t)];
     const auto s = static_cast<size_t>(k);
@@ -146,65 +148,83 @@ int32_t SimEngine::dualratio(double sgn, double delta) {
       default:
         continue;
     }
-    cand[static_cast<size_t>(nc)] = k;
-    candratio[static_cast<size_t>(nc)] = dk;
-    ++nc;
-    maxalpha = std::max(maxalpha, std::fabs(as));
+    const double a = std::fabs(as);
+    const auto c = static_cast<size_t>(nc++);
+    cand[c] = k;
+    candabs[c] = a;
+    candratio[c] = dk / a;
+    candrelax[c] = (dk + tols) / a;
+    bound = std::min(bound, candrelax[c]);
   }
-
-  // Long step: pass break points in Harris groups; boxed variables passed swap bounds while
-  // the slope of the dual objective stays positive.
-  int32_t q = -1;
   numflips = 0;
+  if (nc == 0) return -1;
+
+  // Long step: pass break points in Harris groups, the candidates with a ratio within the
+  // smallest relaxed ratio of those left; the boxed variables of a group swap bounds while the
+  // slope of the dual objective stays positive. The pivot is the largest |alpha| of the last
+  // group, the smaller index among equals. The first group comes from one pass; only when it
+  // swaps are the others sorted by ratio, so that each later group is a run of that order.
   double slope = std::fabs(delta);
-  int32_t left = nc;
-  while (left > 0) {
-    double bound = kInf;
-    for (int32_t c = 0; c < left; ++c) {
-      const auto k = static_cast<size_t>(cand[static_cast<size_t>(c)]);
-      const double a = std::fabs(alpha[k]);
-      bound = std::min(bound, (candratio[static_cast<size_t>(c)] + tols) / a);
-    }
-    // Move the group (ratio within the bound) to the front.
-    int32_t g = 0;
-    double gslope = 0.0;
-    double gbest = 0.0;
-    int32_t gq = -1;
-    for (int32_t c = 0; c < left; ++c) {
-      const auto k = static_cast<size_t>(cand[static_cast<size_t>(c)]);
-      const double a = std::fabs(alpha[k]);
-      if (candratio[static_cast<size_t>(c)] / a > bound) continue;
-      std::swap(cand[static_cast<size_t>(c)], cand[static_cast<size_t>(g)]);
-      std::swap(candratio[static_cast<size_t>(c)], candratio[static_cast<size_t>(g)]);
+  auto better = [&](size_t c, int32_t gq, double gbest) {
+    return candabs[c] > gbest || (candabs[c] == gbest && cand[c] < gq);
+  };
+  {
+    double gslope = 0.0, gbest = 0.0;
+    int32_t gq = -1, g = 0;
+    for (int32_t c = 0; c < nc; ++c) {
+      const auto sc = static_cast<size_t>(c);
+      if (candratio[sc] > bound) continue;
       ++g;
-      gslope += a * (ub[k] - lb[k]);  // inf for a variable that is not boxed
-      if (a > gbest) {
-        gbest = a;
-        gq = static_cast<int32_t>(k);
+      const auto k = static_cast<size_t>(cand[sc]);
+      gslope += candabs[sc] * (ub[k] - lb[k]);  // inf for a variable that is not boxed
+      if (better(sc, gq, gbest)) gbest = candabs[sc], gq = cand[sc];
+    }
+    if (!(slope - gslope > 0.0 && g < nc)) return slope - gslope > tolx ? -1 : gq;
+    // The group swaps; the rest go to the front in order of ratio.
+    int32_t left = 0;
+    for (int32_t c = 0; c < nc; ++c) {
+      const auto sc = static_cast<size_t>(c);
+      if (candratio[sc] > bound) {
+        candorder[static_cast<size_t>(left++)] = c;
+      } else {
+        flips[static_cast<size_t>(numflips++)] = cand[sc];
       }
     }
-    if (slope - gslope > 0.0 && g < left) {
-      // Every variable of the group swaps; go on with the rest.
-      for (int32_t c = 0; c < g; ++c)
-        flips[static_cast<size_t>(numflips++)] = cand[static_cast<size_t>(c)];
+    slope -= gslope;
+    nc = left;
+  }
+  int32_t* order = candorder.data();
+  std::sort(order, order + nc, [&](int32_t u, int32_t v) {
+    const double ru = candratio[static_cast<size_t>(u)], rv = candratio[static_cast<size_t>(v)];
+    return ru < rv || (ru == rv && cand[static_cast<size_t>(u)] < cand[static_cast<size_t>(v)]);
+  });
+  // Smallest relaxed ratio of each suffix: the bound of a group that starts there.
+  double run = kInf;
+  for (int32_t t = nc - 1; t >= 0; --t) {
+    run = std::min(run, candrelax[static_cast<size_t>(order[t])]);
+    candmin[static_cast<size_t>(t)] = run;
+  }
+  for (int32_t first = 0; first < nc;) {
+    const double gbound = candmin[static_cast<size_t>(first)];
+    double gslope = 0.0, gbest = 0.0;
+    int32_t gq = -1, last = first;
+    for (; last < nc && candratio[static_cast<size_t>(order[last])] <= gbound; ++last) {
+      const auto sc = static_cast<size_t>(order[last]);
+      const auto k = static_cast<size_t>(cand[sc]);
+      gslope += candabs[sc] * (ub[k] - lb[k]);
+      if (better(sc, gq, gbest)) gbest = candabs[sc], gq = cand[sc];
+    }
+    if (slope - gslope > 0.0 && last < nc) {
+      for (int32_t t = first; t < last; ++t)
+        flips[static_cast<size_t>(numflips++)] = cand[static_cast<size_t>(order[t])];
       slope -= gslope;
-      for (int32_t c = g; c < left; ++c) {
-        cand[static_cast<size_t>(c - g)] = cand[static_cast<size_t>(c)];
-        candratio[static_cast<size_t>(c - g)] = candratio[static_cast<size_t>(c)];
-      }
-      left -= g;
+      first = last;
       continue;
     }
-    if (slope - gslope > tolx) {
-      // All candidates swap and the row stays infeasible: the dual is unbounded.
-      left = 0;
-      break;
-    }
-    q = gq;
-    break;
+    // All candidates swap and the row stays infeasible: the dual is unbounded.
+    return slope - gslope > tolx ? -1 : gq;
   }
-
-  return q;
+  return -1;
 }
 
 // The iteration after the choice of p (leaving towards target) and q: the dual step, the swaps
@@ -336,7 +356,9 @@ int32_t SimEngine::dualloop(int32_t phase) {
     if (!withinlimits(&sincecheck)) return kLoopStopped;
     logline(phase, false);
 
+    const double tp = VLR_simplex_clock();
     const int32_t p = dualprice();
+    VLR_simplex_inctimeofopr(info, kSimOpPrice, tp);
     if (p < 0) {
       if (!fresh) {  // confirm on a fresh factor
         needfactor = true;

@@ -107,7 +107,11 @@ struct SimEngine {
   SimVec<int32_t> inflist;  // the heap, numinf entries
   SimVec<int32_t> infat;    // index of each position in the heap, -1 when not there
   SimVec<double> infkey;    // key of each position in the heap
-  SimVec<double> ray;       // after a dual infeasible first phase: a primal ray, nt
+  // Positions whose infeasibility or weight changed since the heap was last settled.
+  SimVec<int32_t> heapdirty;
+  SimVec<int8_t> heapmark;  // 1 for the positions on heapdirty
+  int32_t numdirty = 0;
+  SimVec<double> ray;  // after a dual infeasible first phase: a primal ray, nt
 
   LuFactor* lu = nullptr;
   SimVec<int32_t> iwork, marker;
@@ -122,6 +126,8 @@ struct SimEngine {
   int32_t alphanz = 0;
   SimVec<int32_t> cand;  // ratio test candidates
   SimVec<double> candratio;
+  SimVec<double> candabs, candrelax, candmin;  // dual ratio test: |alpha|, relaxed ratio
+  SimVec<int32_t> candorder;                   // and the order of the candidates by ratio
   SimVec<int32_t> flips;
   int32_t numflips = 0;
   uint64_t rng = 0x9e3779b97f4a7c15ULL;
@@ -178,8 +184,12 @@ struct SimEngine {
   double squaredinfeas(int32_t k) const;  // of variable k beyond the primal tolerance
   void setinfeas(int32_t p);
   void allinfeas();
-  // Puts position p where its infeasibility and weight now place it in the heap.
+  // Notes that the infeasibility or the weight of position p changed; heapsettle puts every
+  // such position where its key now places it: one by one when they are few, by building the
+  // heap again when they are many (a dense column changes most of them).
   void heapfix(int32_t p);
+  void heapsettle();
+  void heapplace(int32_t p);
   bool infbefore(int32_t a, int32_t b) const;
   void heapup(int32_t at);
   void heapdown(int32_t at);
@@ -236,7 +246,7 @@ struct SimEngine {
   // the response set) on a failure.
   bool dualrefresh();
   // The leaving position: the largest squared infeasibility over its weight; -1 for none.
-  int32_t dualprice() const;
+  int32_t dualprice();
   // The entering variable of the bound-swap ratio test along the pivot row, for a leaving
   // variable that moves by delta (sign sgn); boxed variables passed while the slope stays
   // positive are listed in flips. -1 when every candidate swaps and the row stays infeasible.

@@ -108,6 +108,7 @@ enum SimOp : int32_t {
   kSimOpRatio,       // ratio tests
   kSimOpFtran,       // columns of the inverse, and the solves of the weights and the swaps
   kSimOpUpdate,      // updates of values, duals, weights and the factor
+  kSimOpPrice,       // choices of the leaving (dual) or entering (primal) variable
   kSimOpCount
 };
 
@@ -134,7 +135,7 @@ struct SimInfo {
   double pobj = 0.0, dobj = 0.0;
   double time = 0.0;  // seconds of the whole call
   // Wall seconds per operation; they only feed the log, never a decision of the run.
-  double optime[kSimOpCount] = {0, 0, 0, 0, 0, 0};
+  double optime[kSimOpCount] = {};
   // Sums over the iterations of the densities (non-zeros over size) of the row of the inverse,
   // the pivot row and the column, and the count of iterations summed.
   double densrho = 0.0, densrow = 0.0, denscol = 0.0;

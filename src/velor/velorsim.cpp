@@ -193,8 +193,8 @@ int32_t velorsim_putsolution(Task* task, const SimLp& lp, const SimSol& sol, con
 // the vectors of an iteration were on average.
 void velorsim_printtiming(Task* task, const SimInfo& info) {
   if (info.denscount == 0) return;
-  static constexpr const char* kLabel[kSimOpCount] = {"factor", "btran", "pivot row",
-                                                      "ratio",  "ftran", "update"};
+  static constexpr const char* kLabel[kSimOpCount] = {"factor", "btran",  "pivot row", "ratio",
+                                                      "ftran",  "update", "price"};
   char line[256];
   int len = 0;
   double sum = 0.0;

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <string>
@@ -219,6 +220,53 @@ TEST_P(SimplexTest, BoundSwapRatioTestPassesSeveralBreakPoints) {
   EXPECT_NEAR(r.x[4], 0.5, 1e-12);
   if (GetParam() == vlr::kSimSlotDual) {
     EXPECT_EQ(r.Iters(), 1);
+  }
+}
+
+// A knapsack row over 300 boxed columns whose ratios c_j / a_j come in tied groups, and two
+// columns with only a lower bound among the expensive ones: the long step sorts the break points
+// once and passes group after group in one iteration, taking the cheapest ratios first (the
+// fractional knapsack), and stops at the last column it needs. With a demand above what the
+// boxed columns can give, every one of them swaps and the cheaper unbounded column enters.
+TEST_P(SimplexTest, LongStepPassesTiedGroupsInOrderOfRatio) {
+  for (const double demand : {400.0, 1e4}) {
+    Lp lp;
+    lp.Row(VLR_BK_LO, demand, kInf);
+    std::vector<std::pair<double, double>> ratio;  // (c / a, a) of the boxed columns
+    uint32_t seed = 12345;
+    double supply = 0.0;
+    for (int32_t j = 0; j < 300; ++j) {
+      seed = seed * 1103515245u + 12345u;
+      const double a = 1.0 + (seed >> 16) % 7;
+      const double r = 1.0 + (seed >> 8) % 40;  // 40 distinct ratios: groups of ties
+      lp.Col(r * a, VLR_BK_RA, 0, 1, {{0, a}});
+      ratio.emplace_back(r, a);
+      supply += a;
+    }
+    lp.Col(500.0, VLR_BK_LO, 0, 0, {{0, 1.0}});
+    lp.Col(600.0, VLR_BK_LO, 0, 0, {{0, 1.0}});
+    const Outcome r = Solve(lp);
+    if (demand > supply + 1e3) {
+      // The two unbounded columns make any demand reachable: optimal at a high price.
+      ExpectOptimal(lp, r, [&] {
+        double obj = 0.0;
+        for (const auto& [q, a] : ratio)
+          obj += q * a;
+        return obj + 500.0 * (demand - supply);
+      }());
+    } else {
+      std::sort(ratio.begin(), ratio.end());
+      double left = demand, obj = 0.0;
+      for (const auto& [q, a] : ratio) {
+        const double take = std::min(left, a);
+        obj += q * take;
+        left -= take;
+      }
+      ExpectOptimal(lp, r, obj);
+    }
+    if (GetParam() == vlr::kSimSlotDual) {
+      EXPECT_EQ(r.Iters(), 1) << demand;
+    }
   }
 }
 
