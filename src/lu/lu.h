@@ -115,6 +115,11 @@ double VLR_lu_gettol(const LuFactor* lu, int32_t key);  // keys 1, 2, 3
 void VLR_lu_puttrh(LuFactor* lu, int32_t key, int32_t value);
 int32_t VLR_lu_gettrh(const LuFactor* lu, int32_t key);
 void VLR_lu_putprintlevel(LuFactor* lu, int32_t level);
+// The purpose of the sparse solves that follow, 0 to kLuSolveSlots - 1 (0 by default). Each
+// purpose keeps its own record of how dense its results have been, from which a solve decides
+// whether a depth-first search for the result's pattern is worth its cost.
+constexpr int32_t kLuSolveSlots = 4;
+void VLR_lu_putsolveslot(LuFactor* lu, int32_t slot);
 // Work units (not seconds) the pivot search may spend in one factor; 0 for no limit.
 void VLR_lu_putmaxworkoftasks(LuFactor* lu, int64_t maxwork);
 // Factor for the rank only, storing no L / no U.

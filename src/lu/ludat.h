@@ -153,6 +153,12 @@ struct LuFactor {
   double ttot[kLuNumTasks];
   LuInfo info;
 
+  // Mean density of the recent results of each sparse solve (L forward, L transposed, U
+  // forward, U transposed), kept apart for each of the caller's purposes (solveslot, set by
+  // VLR_lu_putsolveslot): a kind whose results have been dense skips the depth-first search.
+  double solvedens[kLuSolveSlots][4];
+  int32_t solveslot;
+
   // Update state and the refactorisation rule.
   int32_t factornow;  // the last update recommends a refactorisation
   int32_t incwsze;    // the last update failed for want of room early on

@@ -83,6 +83,22 @@ Reach lu_dfs(int32_t nrow, int32_t nz, const int32_t* pattern, Start start, Coun
   return out;
 }
 
+// Above this mean density of its recent results a solve goes straight to the ordered pass: the
+// search would be abandoned anyway, after work of up to a quarter of the rows.
+constexpr double kDenseSolve = 0.1;
+
+enum SolveKind { kSolveL = 0, kSolveLt = 1, kSolveU = 2, kSolveUt = 3 };
+
+bool lu_predictdense(const LuFactor* lu, int32_t kind) {
+  return lu->solvedens[lu->solveslot][kind] > kDenseSolve;
+}
+
+// A running mean over the last ten or so results.
+void lu_notedensity(LuFactor* lu, int32_t kind, int32_t nz) {
+  double& dens = lu->solvedens[lu->solveslot][kind];
+  dens = 0.9 * dens + 0.1 * nz / std::max(lu->nrow, 1);
+}
+
 void lu_checkwork(const LuFactor* lu, int32_t isize, int32_t msize) {
   if (isize < 3 * lu->nrow || msize < lu->nrow) {
     VLR_sysenv_stopdbg(lu->sys, VLR_HERE, "Space. demand: %d supply: %d", 3 * lu->nrow,
@@ -153,6 +169,10 @@ void lu_etabw(LuFactor* lu, int32_t* nz, double* x, int32_t* pattern, int32_t* m
 
 }  // namespace
 
+void VLR_lu_putsolveslot(LuFactor* lu, int32_t slot) {
+  lu->solveslot = std::clamp(slot, 0, kLuSolveSlots - 1);
+}
+
 void VLR_lu_ultb(LuFactor* lu, int32_t trans, int32_t* nz, double* x, int32_t* pattern,
                  int32_t* marker, int32_t* iwork) {
   const int32_t nrow = lu->nrow;
@@ -160,13 +180,18 @@ void VLR_lu_ultb(LuFactor* lu, int32_t trans, int32_t* nz, double* x, int32_t* p
   const int64_t limit = nrow / 4;
   int64_t work = 0;
   const int32_t task = trans == 0 ? kTaskSparseLfw : kTaskSparseLbw;
+  const int32_t kind = trans == 0 ? kSolveL : kSolveLt;
   const int32_t* cfir = trans == 0 ? lu->lfir : lu->ltfir;
   const int32_t* clen = trans == 0 ? lu->llen : lu->ltlen;
   const int32_t* cidx = trans == 0 ? lu->subi : lu->subj;
   const double* cval = trans == 0 ? lu->valc : lu->valr;
-  const Reach reach = lu_dfs(
-      nrow, *nz, pattern, [](int32_t i) { return i; }, [&](int32_t i) { return clen[i]; },
-      [&](int32_t i, int32_t t) { return cidx[cfir[i] + t]; }, false, limit, marker, iwork, &work);
+  const Reach reach =
+      lu_predictdense(lu, kind)
+          ? Reach{true, nrow, 0}
+          : lu_dfs(
+                nrow, *nz, pattern, [](int32_t i) { return i; }, [&](int32_t i) { return clen[i]; },
+                [&](int32_t i, int32_t t) { return cidx[cfir[i] + t]; }, false, limit, marker,
+                iwork, &work);
   if (!reach.abandoned) {
     const int32_t* list = iwork + nrow;
     int32_t n = 0;
@@ -183,6 +208,7 @@ void VLR_lu_ultb(LuFactor* lu, int32_t trans, int32_t* nz, double* x, int32_t* p
       work += end - beg;
     }
     *nz = n;
+    lu_notedensity(lu, kind, n);
     lu_addwork(lu, task, work);
     return;
   }
@@ -202,6 +228,7 @@ void VLR_lu_ultb(LuFactor* lu, int32_t trans, int32_t* nz, double* x, int32_t* p
     if (x[i] != 0.0) pattern[n++] = i;
   }
   *nz = n;
+  lu_notedensity(lu, kind, n);
   lu_addwork(lu, task, work + 2 * static_cast<int64_t>(nrow));
 }
 
@@ -223,11 +250,14 @@ int32_t VLR_lu_ftranus(LuFactor* lu, int32_t nz, double* x, const int32_t* patte
   const int32_t nrow = lu->nrow;
   if (nz == 0) return kLuOk;
   int64_t symwork = 0;
-  const Reach reach = lu_dfs(
-      nrow, nz, pattern, [](int32_t i) { return i; },
-      [&](int32_t i) { return lu->uusec[lu->q[i]]; },
-      [&](int32_t i, int32_t t) { return lu->subi[lu->ufirc[lu->q[i]] + t]; }, true, nrow / 4,
-      marker, iwork, &symwork);
+  const Reach reach =
+      lu_predictdense(lu, kSolveU)
+          ? Reach{true, nrow, 0}
+          : lu_dfs(
+                nrow, nz, pattern, [](int32_t i) { return i; },
+                [&](int32_t i) { return lu->uusec[lu->q[i]]; },
+                [&](int32_t i, int32_t t) { return lu->subi[lu->ufirc[lu->q[i]] + t]; }, true,
+                nrow / 4, marker, iwork, &symwork);
   lu_addwork(lu, kTaskSymUfw, symwork);
   int64_t work = 0;
   int32_t n = 0;
@@ -267,6 +297,7 @@ int32_t VLR_lu_ftranus(LuFactor* lu, int32_t nz, double* x, const int32_t* patte
     work += nrow;
   }
   *onz = n;
+  lu_notedensity(lu, kSolveU, n);
   lu_addwork(lu, kTaskSparseUfw, work + symwork);
   return kLuOk;
 }
@@ -290,11 +321,14 @@ int32_t VLR_lu_btrans(LuFactor* lu, int32_t nz, double* x, const int32_t* patter
   if (nz == 0) return kLuOk;
   // The transposed U: from the rows of the pattern's columns through the row file.
   int64_t work = 0;
-  const Reach reach = lu_dfs(
-      nrow, nz, pattern, [&](int32_t j) { return lu->invq[j]; },
-      [&](int32_t i) { return lu->uuser[i]; },
-      [&](int32_t i, int32_t t) { return lu->invq[lu->subj[lu->ufirr[i] + t]]; }, true, nrow / 4,
-      marker, iwork, &work);
+  const Reach reach =
+      lu_predictdense(lu, kSolveUt)
+          ? Reach{true, nrow, 0}
+          : lu_dfs(
+                nrow, nz, pattern, [&](int32_t j) { return lu->invq[j]; },
+                [&](int32_t i) { return lu->uuser[i]; },
+                [&](int32_t i, int32_t t) { return lu->invq[lu->subj[lu->ufirr[i] + t]]; }, true,
+                nrow / 4, marker, iwork, &work);
   int32_t n = 0;
   auto solve = [&](int32_t i, bool subtract) {
     const int32_t j = lu->q[i];
@@ -334,6 +368,7 @@ int32_t VLR_lu_btrans(LuFactor* lu, int32_t nz, double* x, const int32_t* patter
   for (int32_t k = 0; k < nz; ++k) {
     if (lu->invq[pattern[k]] >= nrow) x[pattern[k]] = 0.0;
   }
+  lu_notedensity(lu, kSolveUt, n);
   lu_addwork(lu, kTaskSparseUbw, work);
   lu_etabw(lu, &n, out, opattern, marker, tol2);
   VLR_lu_ultb(lu, 1, &n, out, opattern, marker, iwork);

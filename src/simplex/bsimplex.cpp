@@ -618,6 +618,7 @@ void SimEngine::pricedual() {
 
 void SimEngine::btranrow(int32_t p) {
   const double t0 = VLR_simplex_clock();
+  VLR_lu_putsolveslot(lu, kSolveRow);
   rho.clear();
   in.val[static_cast<size_t>(p)] = 1.0;
   in.idx[0] = p;
@@ -630,6 +631,7 @@ void SimEngine::btranrow(int32_t p) {
 
 void SimEngine::ftrancol(int32_t q) {
   const double t0 = VLR_simplex_clock();
+  VLR_lu_putsolveslot(lu, kSolveColumn);
   col.clear();
   spike.clear();
   loadcolumn(q, &in);
@@ -650,6 +652,7 @@ void SimEngine::ftrancol(int32_t q) {
 
 void SimEngine::ftrantau() {
   const double t0 = VLR_simplex_clock();
+  VLR_lu_putsolveslot(lu, kSolveTau);
   tau.clear();
   for (int32_t t = 0; t < rho.nz; ++t) {
     const int32_t i = rho.idx[static_cast<size_t>(t)];

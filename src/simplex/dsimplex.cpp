@@ -272,6 +272,7 @@ bool SimEngine::dualupdate(int32_t p, int32_t q, double sgn, double target, bool
       }
     }
     const double t0 = VLR_simplex_clock();
+    VLR_lu_putsolveslot(lu, kSolveSwaps);
     tau.clear();
     VLR_lu_ftrans(lu, in.nz, in.val.data(), in.idx.data(), &tau.nz, tau.val.data(), tau.idx.data(),
                   static_cast<int32_t>(iwork.size()), iwork.data(),

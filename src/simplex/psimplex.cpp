@@ -408,6 +408,7 @@ void SimEngine::primalcostupdate(bool lazy) {
     cost[k] = c;
   }
   if (in.nz == 0) return;
+  VLR_lu_putsolveslot(lu, kSolveSwaps);  // a purpose of its own, as rare as the swaps
   rho.clear();
   VLR_lu_btrans(lu, in.nz, in.val.data(), in.idx.data(), &rho.nz, rho.val.data(), rho.idx.data(),
                 marker.data(), static_cast<int32_t>(iwork.size()), iwork.data(), 1e-14, 1e-14);

@@ -17,6 +17,10 @@ namespace vlr {
 template <class T>
 using SimVec = std::vector<T, MemAllocator<T>>;
 
+// The purposes of the sparse solves, each with its own record of density in the LU: the row of
+// the inverse, the entering column, the solve of the steepest-edge update and that of the swaps.
+enum SimSolveSlot : int32_t { kSolveRow = 0, kSolveColumn = 1, kSolveTau = 2, kSolveSwaps = 3 };
+
 // Status of a variable in the working basis.
 enum SimNbStat : int8_t {
   kNbBasic = 0,

@@ -22,7 +22,10 @@ struct Case {
 class LufacSolves : public ::testing::TestWithParam<Case> {};
 
 // Every solve (dense and sparse, forward and transposed) agrees with a dense LU of the basis,
-// for sparse, dense and unit right-hand sides.
+// for sparse, dense and unit right-hand sides. After a run of dense right-hand sides the sparse
+// solves expect dense results and skip the search for the pattern: the sparse and unit ones
+// that follow must agree just the same, and again once their own results bring the expectation
+// back down.
 TEST_P(LufacSolves, AgreeWithDenseReference) {
   const Case c = GetParam();
   for (uint32_t seed = 1; seed <= 3; ++seed) {
@@ -35,8 +38,9 @@ TEST_P(LufacSolves, AgreeWithDenseReference) {
     ASSERT_EQ(vlr::VLR_lu_isfac(h.lu()), 1);
     VLR_lu_chku(h.lu());
     DenseLu ref(a);
-    const double tol = c.shape == Shape::kNearSingular ? 1e-5 : 1e-9;
-    for (double density : {1.0, 0.05, 0.0}) {
+    const double tol = c.shape == Shape::kNearSingular ? 1e-5 : 1e-8;
+    for (double density : {1.0, 0.05, 0.0, 1.0, 1.0, 1.0, 1.0, 1.0, 1.0, 1.0, 0.05, 0.0, 0.0, 0.0,
+                           0.0, 0.0,  0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0,  0.0, 0.05}) {
       std::vector<double> b = lutest::RandVec(c.n, rng, density);
       if (density == 0.0) b[rng() % c.n] = 1.0;
       const std::vector<double> x = ref.solve(b);
