@@ -229,7 +229,22 @@ int32_t simplex_run(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, co
   }
   int32_t end = kLoopStopped;
   bool perturbed = false;
-  const bool primal = par.slot == kSimSlotPrimal;
+  bool primal = par.slot == kSimSlotPrimal;
+  if (!primal && startsk != nullptr) {
+    // A given basis that is primal feasible but not dual feasible (a postsolved basis, one
+    // the true costs spoiled) is closer to the end by the primal road than by a dual first
+    // phase that throws its primal feasibility away.
+    e.computexb();
+    e.computedual();
+    int32_t pinf = 0, dinf = 0;
+    e.primalinf(&pinf);
+    for (int32_t k = 0; k < e.nt; ++k) {
+      const auto sk = static_cast<size_t>(k);
+      const bool boxed = e.lb[sk] > -kInf && e.ub[sk] < kInf;
+      if (!boxed && e.dualviolation(k) > e.tols) ++dinf;
+    }
+    primal = pinf == 0 && dinf > 0;
+  }
   if (primal) end = e.primalsimplex(startsk != nullptr);
   for (int32_t round = 0; round < 4 && !primal; ++round) {
     const int32_t ph = e.dualphaseone();
