@@ -284,10 +284,10 @@ void SimEngine::keybasis(const int32_t* sk) {
 }
 
 int32_t SimEngine::factor() {
-  const double t0 = VLR_simplex_clock();
+  const double t0 = VLR_sysenv_getwctime(sys);
   const int32_t r = factorbasis();
   if (r == kSimOk) rowcopysplit();
-  VLR_simplex_inctimeofopr(info, kSimOpFactor, t0);
+  VLR_simplex_inctimeofopr(sys, info, kSimOpFactor, t0);
   return r;
 }
 
@@ -617,7 +617,7 @@ void SimEngine::pricedual() {
 }
 
 void SimEngine::btranrow(int32_t p) {
-  const double t0 = VLR_simplex_clock();
+  const double t0 = VLR_sysenv_getwctime(sys);
   VLR_lu_putsolveslot(lu, kSolveRow);
   rho.clear();
   in.val[static_cast<size_t>(p)] = 1.0;
@@ -626,11 +626,11 @@ void SimEngine::btranrow(int32_t p) {
                 marker.data(), static_cast<int32_t>(iwork.size()), iwork.data(), kDropTol,
                 kDropTol);
   in.nz = 0;
-  VLR_simplex_inctimeofopr(info, kSimOpBtran, t0);
+  VLR_simplex_inctimeofopr(sys, info, kSimOpBtran, t0);
 }
 
 void SimEngine::ftrancol(int32_t q) {
-  const double t0 = VLR_simplex_clock();
+  const double t0 = VLR_sysenv_getwctime(sys);
   VLR_lu_putsolveslot(lu, kSolveColumn);
   col.clear();
   spike.clear();
@@ -647,11 +647,11 @@ void SimEngine::ftrancol(int32_t q) {
                  static_cast<int32_t>(iwork.size()), iwork.data(),
                  static_cast<int32_t>(marker.size()), marker.data(), kDropTol, kDropTol);
   in.nz = 0;
-  VLR_simplex_inctimeofopr(info, kSimOpFtran, t0);
+  VLR_simplex_inctimeofopr(sys, info, kSimOpFtran, t0);
 }
 
 void SimEngine::ftrantau() {
-  const double t0 = VLR_simplex_clock();
+  const double t0 = VLR_sysenv_getwctime(sys);
   VLR_lu_putsolveslot(lu, kSolveTau);
   tau.clear();
   for (int32_t t = 0; t < rho.nz; ++t) {
@@ -664,11 +664,11 @@ void SimEngine::ftrantau() {
                 static_cast<int32_t>(iwork.size()), iwork.data(),
                 static_cast<int32_t>(marker.size()), marker.data(), kDropTol, kDropTol);
   in.nz = 0;
-  VLR_simplex_inctimeofopr(info, kSimOpFtran, t0);
+  VLR_simplex_inctimeofopr(sys, info, kSimOpFtran, t0);
 }
 
 void SimEngine::formrow() {
-  const double t0 = VLR_simplex_clock();
+  const double t0 = VLR_sysenv_getwctime(sys);
   for (int32_t t = 0; t < alphanz; ++t) {
     const auto k = static_cast<size_t>(alphaidx[static_cast<size_t>(t)]);
     alpha[k] = 0.0;
@@ -725,7 +725,7 @@ void SimEngine::formrow() {
       }
     }
   }
-  VLR_simplex_inctimeofopr(info, kSimOpRow, t0);
+  VLR_simplex_inctimeofopr(sys, info, kSimOpRow, t0);
 }
 
 void SimEngine::rowcopysplit() {
@@ -739,17 +739,20 @@ void SimEngine::rowcopysplit() {
         ++lo;
         continue;
       }
-      --hi;
-      const auto a = static_cast<size_t>(lo), b = static_cast<size_t>(hi);
-      std::swap(aridx[a], aridx[b]);
-      std::swap(arval[a], arval[b]);
-      std::swap(arent[a], arent[b]);
-      aroff[static_cast<size_t>(arent[a])] = static_cast<int32_t>(lo - beg);
-      aroff[static_cast<size_t>(arent[b])] = static_cast<int32_t>(hi - beg);
+      rowcopyswap(beg, lo, --hi);
     }
     arlen[static_cast<size_t>(i)] = static_cast<int32_t>(lo - beg);
     arnbnz += lo - beg;
   }
+}
+
+void SimEngine::rowcopyswap(int64_t beg, int64_t at, int64_t to) {
+  const auto a = static_cast<size_t>(at), b = static_cast<size_t>(to);
+  std::swap(aridx[a], aridx[b]);
+  std::swap(arval[a], arval[b]);
+  std::swap(arent[a], arent[b]);
+  aroff[static_cast<size_t>(arent[a])] = static_cast<int32_t>(at - beg);
+  aroff[static_cast<size_t>(arent[b])] = static_cast<int32_t>(to - beg);
 }
 
 void SimEngine::rowcopymove(int32_t k, bool entering) {
@@ -760,13 +763,7 @@ void SimEngine::rowcopymove(int32_t k, bool entering) {
     const int64_t beg = arbeg[i];
     const int64_t at = beg + aroff[static_cast<size_t>(e)];
     // The boundary entry: the last non-basic one (entering) or the first basic one (leaving).
-    const int64_t to = entering ? beg + arlen[i] - 1 : beg + arlen[i];
-    const auto a = static_cast<size_t>(at), b = static_cast<size_t>(to);
-    std::swap(aridx[a], aridx[b]);
-    std::swap(arval[a], arval[b]);
-    std::swap(arent[a], arent[b]);
-    aroff[static_cast<size_t>(arent[a])] = static_cast<int32_t>(at - beg);
-    aroff[static_cast<size_t>(arent[b])] = static_cast<int32_t>(to - beg);
+    rowcopyswap(beg, at, entering ? beg + arlen[i] - 1 : beg + arlen[i]);
     arlen[i] += entering ? -1 : 1;
   }
   arnbnz += entering ? -(abeg[j + 1] - abeg[j]) : abeg[j + 1] - abeg[j];

@@ -271,14 +271,14 @@ bool SimEngine::dualupdate(int32_t p, int32_t q, double sgn, double target, bool
           add(aidx[t], aval[t] * dx);
       }
     }
-    const double t0 = VLR_simplex_clock();
+    const double t0 = VLR_sysenv_getwctime(sys);
     VLR_lu_putsolveslot(lu, kSolveSwaps);
     tau.clear();
     VLR_lu_ftrans(lu, in.nz, in.val.data(), in.idx.data(), &tau.nz, tau.val.data(), tau.idx.data(),
                   static_cast<int32_t>(iwork.size()), iwork.data(),
                   static_cast<int32_t>(marker.size()), marker.data(), 1e-14, 1e-14);
     in.nz = 0;
-    VLR_simplex_inctimeofopr(info, kSimOpFtran, t0);
+    VLR_simplex_inctimeofopr(sys, info, kSimOpFtran, t0);
     for (int32_t t = 0; t < tau.nz; ++t) {
       const int32_t pp = tau.idx[static_cast<size_t>(t)];
       x[static_cast<size_t>(head[static_cast<size_t>(pp)])] -= tau.val[static_cast<size_t>(pp)];
@@ -357,9 +357,9 @@ int32_t SimEngine::dualloop(int32_t phase) {
     if (!withinlimits(&sincecheck)) return kLoopStopped;
     logline(phase, false);
 
-    const double tp = VLR_simplex_clock();
+    const double tp = VLR_sysenv_getwctime(sys);
     const int32_t p = dualprice();
-    VLR_simplex_inctimeofopr(info, kSimOpPrice, tp);
+    VLR_simplex_inctimeofopr(sys, info, kSimOpPrice, tp);
     if (p < 0) {
       if (!fresh) {  // confirm on a fresh factor
         needfactor = true;
@@ -386,9 +386,9 @@ int32_t SimEngine::dualloop(int32_t phase) {
     }
     formrow();
 
-    double t0 = VLR_simplex_clock();
+    double t0 = VLR_sysenv_getwctime(sys);
     const int32_t q = dualratio(sgn, delta);
-    VLR_simplex_inctimeofopr(info, kSimOpRatio, t0);
+    VLR_simplex_inctimeofopr(sys, info, kSimOpRatio, t0);
     if (q < 0) {
       if (!fresh) {
         needfactor = true;
@@ -417,10 +417,10 @@ int32_t SimEngine::dualloop(int32_t phase) {
     info->denscol += static_cast<double>(col.nz) / m;
     ++info->denscount;
     // The update's own time, without the solves it makes (counted as FTRAN).
-    t0 = VLR_simplex_clock();
+    t0 = VLR_sysenv_getwctime(sys);
     const double ftran0 = info->optime[kSimOpFtran];
     if (!dualupdate(p, q, sgn, target, tolower, phase, &needfactor)) return kLoopStopped;
-    VLR_simplex_inctimeofopr(info, kSimOpUpdate, t0);
+    VLR_simplex_inctimeofopr(sys, info, kSimOpUpdate, t0);
     info->optime[kSimOpUpdate] -= info->optime[kSimOpFtran] - ftran0;
     fresh = false;
   }

@@ -743,9 +743,9 @@ int32_t SimEngine::primalloop() {
 
     const int32_t rule = phase == 1 ? ifpricing : pricing;
     const bool lazy = rule == kPricePartial;  // reduced costs formed when priced, not updated
-    const double tp = VLR_simplex_clock();
+    const double tp = VLR_sysenv_getwctime(sys);
     const int32_t q = primalprice(rule);
-    VLR_simplex_inctimeofopr(info, kSimOpPrice, tp);
+    VLR_simplex_inctimeofopr(sys, info, kSimOpPrice, tp);
     if (q < 0) {
       if (!fresh) {  // confirm on a fresh factor
         needfactor = true;

@@ -228,6 +228,8 @@ struct SimEngine {
   // Column k (a structural one; slacks are not in the copy) moves to the basic part of its
   // rows (entering) or to the non-basic part (leaving).
   void rowcopymove(int32_t k, bool entering);
+  // Swaps the row-copy entries at positions at and to of the row that starts at beg.
+  void rowcopyswap(int64_t beg, int64_t at, int64_t to);
   // Both moves of an exchange: q entered the basis, leave left it.
   void rowcopyexchange(int32_t q, int32_t leave) {
     rowcopymove(q, true);

@@ -3,7 +3,6 @@
 // fails the tolerances on the problem as given, and the statuses.
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <limits>
@@ -565,12 +564,8 @@ int32_t VLR_simplex_optimize(SysEnv* sys, const SimParam& par, const SimCallback
   return info->response;
 }
 
-double VLR_simplex_clock() {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
-
-void VLR_simplex_inctimeofopr(SimInfo* info, int32_t op, double t0) {
-  info->optime[op] += VLR_simplex_clock() - t0;
+void VLR_simplex_inctimeofopr(SysEnv* sys, SimInfo* info, int32_t op, double t0) {
+  info->optime[op] += VLR_sysenv_getwctime(sys) - t0;
 }
 
 void VLR_simplex_addtiming(SimInfo* info, const SimInfo& sub) {

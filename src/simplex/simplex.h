@@ -142,9 +142,8 @@ struct SimInfo {
   int64_t denscount = 0;
 };
 
-// Adds the wall seconds since t0 (from VLR_simplex_clock) to operation op.
-double VLR_simplex_clock();
-void VLR_simplex_inctimeofopr(SimInfo* info, int32_t op, double t0);
+// Adds the wall seconds since t0 (from VLR_sysenv_getwctime) to operation op.
+void VLR_simplex_inctimeofopr(SysEnv* sys, SimInfo* info, int32_t op, double t0);
 // Adds what a sub-run (of the dual, of the reduced problem) spent per operation to info.
 void VLR_simplex_addtiming(SimInfo* info, const SimInfo& sub);
 
