@@ -669,62 +669,89 @@ void SimEngine::ftrantau() {
 
 void SimEngine::formrow() {
   const double t0 = VLR_sysenv_getwctime(sys);
-  for (int32_t t = 0; t < alphanz; ++t) {
-    const auto k = static_cast<size_t>(alphaidx[static_cast<size_t>(t)]);
-    alpha[k] = 0.0;
-    alphamark[k] = 0;
+  double* al = alpha.data();
+  int8_t* mk = alphamark.data();
+  int32_t* ai = alphaidx.data();
+  // Clear the last row: by its pattern, or whole when that is a large part of it.
+  if (alphanz > nt / 8) {
+    std::fill(al, al + nt, 0.0);
+    std::fill(mk, mk + nt, int8_t{0});
+  } else {
+    for (int32_t t = 0; t < alphanz; ++t) {
+      al[ai[t]] = 0.0;
+      mk[ai[t]] = 0;
+    }
   }
-  alphanz = 0;
+  int32_t nz = 0;
   int64_t rowwork = 0;
+  const int32_t* ri = rho.idx.data();
+  const double* rv = rho.val.data();
+  const int32_t* ps = pos.data();
+  const int32_t* rl = arlen.data();
   for (int32_t t = 0; t < rho.nz; ++t) {
-    const int32_t i = rho.idx[static_cast<size_t>(t)];
-    rowwork += arlen[static_cast<size_t>(i)];
-    if (pos[static_cast<size_t>(i)] >= 0) continue;
-    alpha[static_cast<size_t>(i)] = -rho.val[static_cast<size_t>(i)];
-    alphamark[static_cast<size_t>(i)] = 1;
-    alphaidx[static_cast<size_t>(alphanz++)] = i;
+    const int32_t i = ri[t];
+    rowwork += rl[i];
+    if (ps[i] >= 0) continue;
+    al[i] = -rv[i];
+    mk[i] = 1;
+    ai[nz++] = i;
   }
   // Row-wise through the non-basic part of the rows of rho's pattern, or column by column over
   // the non-basic columns, whichever touches fewer entries; a scattered entry of the row-wise
-  // form costs more than a gathered one of the column-wise form.
+  // form costs more than a gathered one of the column-wise form. A row-wise product that
+  // touches many columns adds up without marks and collects its pattern in one ordered pass,
+  // which also gives the ratio test and the update an ordered walk.
+  const int64_t* rb = arbeg.data();
+  const int32_t* cidx = aridx.data();
+  const double* cval = arval.data();
+  const int32_t mm = m;
   if (static_cast<double>(rowwork) < 0.6 * static_cast<double>(arnbnz)) {
-    const int64_t* rb = arbeg.data();
-    const int32_t* rl = arlen.data();
-    const int32_t* ri = aridx.data();
-    const double* rv = arval.data();
-    double* al = alpha.data();
-    int8_t* mk = alphamark.data() + m;
-    int32_t* ai = alphaidx.data();
-    int32_t nz = alphanz;
-    for (int32_t t = 0; t < rho.nz; ++t) {
-      const int32_t i = rho.idx[static_cast<size_t>(t)];
-      const double r = rho.val[static_cast<size_t>(i)];
-      const int64_t end = rb[i] + rl[i];
-      for (int64_t s = rb[i]; s < end; ++s) {
-        const int32_t j = ri[s];
-        if (mk[j] == 0) {
-          mk[j] = 1;
-          ai[nz++] = m + j;
+    double* alc = al + mm;
+    if (rowwork > n / 4) {
+      for (int32_t t = 0; t < rho.nz; ++t) {
+        const int32_t i = ri[t];
+        const double r = rv[i];
+        const int64_t end = rb[i] + rl[i];
+        for (int64_t s = rb[i]; s < end; ++s)
+          alc[cidx[s]] += r * cval[s];
+      }
+      for (int32_t j = 0; j < n; ++j) {
+        if (alc[j] != 0.0) ai[nz++] = mm + j;
+      }
+    } else {
+      int8_t* mkc = mk + mm;
+      for (int32_t t = 0; t < rho.nz; ++t) {
+        const int32_t i = ri[t];
+        const double r = rv[i];
+        const int64_t end = rb[i] + rl[i];
+        for (int64_t s = rb[i]; s < end; ++s) {
+          const int32_t j = cidx[s];
+          if (mkc[j] == 0) {
+            mkc[j] = 1;
+            ai[nz++] = mm + j;
+          }
+          alc[j] += r * cval[s];
         }
-        al[m + j] += r * rv[s];
       }
     }
-    alphanz = nz;
   } else {
-    const double* r = rho.val.data();
+    const int64_t* cbeg = abeg;
+    const int32_t* ci = aidx;
+    const double* cv = aval;
     for (int32_t j = 0; j < n; ++j) {
-      const auto k = static_cast<size_t>(m + j);
-      if (pos[k] >= 0) continue;
+      const int32_t k = mm + j;
+      if (ps[k] >= 0) continue;
       double s = 0.0;
-      for (int64_t t = abeg[j]; t < abeg[j + 1]; ++t)
-        s += r[aidx[t]] * aval[t];
+      for (int64_t t = cbeg[j]; t < cbeg[j + 1]; ++t)
+        s += rv[ci[t]] * cv[t];
       if (s != 0.0) {
-        alpha[k] = s;
-        alphamark[k] = 1;
-        alphaidx[static_cast<size_t>(alphanz++)] = static_cast<int32_t>(k);
+        al[k] = s;
+        mk[k] = 1;
+        ai[nz++] = k;
       }
     }
   }
+  alphanz = nz;
   VLR_simplex_inctimeofopr(sys, info, kSimOpRow, t0);
 }
 

@@ -126,35 +126,39 @@ int32_t SimEngine::dualratio(double sgn, double delta) {
   // its ratio and its ratio relaxed by the dual tolerance (Harris).
   int32_t nc = 0;
   double bound = kInf;
-  for (int32_t t = 0; t < alphanz; ++t) {
-    const int32_t k = alphaidx[static_cast<size_t>(t)];
-    const auto s = static_cast<size_t>(k);
-    if (pos[s] >= 0) continue;
-    const double as = sgn * alpha[s];
-    double dk = 0.0;
-    switch (nstat[s]) {
-      case kNbLower:
-        if (as <= tolpiv) continue;
-        dk = d[s];
-        break;
-      case kNbUpper:
-        if (as >= -tolpiv) continue;
-        dk = -d[s];
-        break;
-      case kNbZero:
-        if (std::fabs(as) <= tolpiv) continue;
-        dk = as > 0.0 ? d[s] : -d[s];
-        break;
-      default:
-        continue;
-    }
-    const double a = std::fabs(as);
-    const auto c = static_cast<size_t>(nc++);
-    cand[c] = k;
-    candabs[c] = a;
-    candratio[c] = dk / a;
-    candrelax[c] = (dk + tols) / a;
-    bound = std::min(bound, candrelax[c]);
+  const int32_t* ai = alphaidx.data();
+  const double* al = alpha.data();
+  const int8_t* st = nstat.data();
+  const double* dd = d.data();
+  int32_t* cc = cand.data();
+  double* ca = candabs.data();
+  double* cr = candratio.data();
+  double* cx = candrelax.data();
+  const double tp = tolpiv, ts = tols;
+  // Branch-free: every entry is written at the end of the list, and kept by advancing the
+  // count when it bounds the step. A variable at its lower bound bounds it by d/alpha when
+  // alpha (turned by the leaving direction) is positive, one at its upper bound when it is
+  // negative, a free one either way; basic and fixed ones never do.
+  constexpr double kSide[5] = {0.0, 1.0, -1.0, 0.0, 0.0};
+  const int32_t nnz = alphanz;
+  for (int32_t t = 0; t < nnz; ++t) {
+    const int32_t k = ai[t];
+    const double as = sgn * al[k];
+    const int8_t sk = st[k];
+    const double side = sk == kNbZero ? std::copysign(1.0, as) : kSide[sk];
+    const double a = side * as;
+    const double dk = side * dd[k];
+    cc[nc] = k;
+    ca[nc] = a;
+    cr[nc] = dk;
+    nc += a > tp ? 1 : 0;
+  }
+  // The ratios and their Harris relaxation, of the kept ones only.
+  for (int32_t c = 0; c < nc; ++c) {
+    const double dk = cr[c], a = ca[c];
+    cr[c] = dk / a;
+    cx[c] = (dk + ts) / a;
+    bound = std::min(bound, cx[c]);
   }
   numflips = 0;
   if (nc == 0) return -1;
