@@ -497,19 +497,40 @@ int32_t SimEngine::dualphaseone() {
   return bad == 0 ? kPhaseOneFeasible : kPhaseOneInfeasible;
 }
 
+// Moves the costs of the non-basic variables away from the side where their reduced costs turn
+// wrong, by random amounts, so that ties in the ratio test become rare. Costs that take few
+// distinct values (assignment and staircase models, where whole faces of the dual are
+// degenerate) move far more than varied ones; denser columns and larger costs move more.
 void SimEngine::perturbcost() {
+  SimVec<double> cs{MemAllocator<double>(sys)};
+  cs.reserve(static_cast<size_t>(n));
   double cmax = 0.0;
-  for (int32_t k = m; k < nt; ++k)
-    cmax = std::max(cmax, std::fabs(costorg[static_cast<size_t>(k)]));
+  for (int32_t k = m; k < nt; ++k) {
+    const auto sk = static_cast<size_t>(k);
+    const double c = std::fabs(costorg[sk]);
+    cmax = std::max(cmax, c);
+    if (c > 0.0 && lborg[sk] < uborg[sk]) cs.push_back(c);
+  }
+  std::sort(cs.begin(), cs.end());
+  size_t distinct = 0;
+  for (size_t t = 0; t < cs.size(); ++t) {
+    if (t == 0 || cs[t] > cs[t - 1] * (1.0 + 1e-9)) ++distinct;
+  }
+  const bool repeats = !cs.empty() && cs.size() > 10 * distinct;
+  double rel = repeats ? 5e-4 : 5e-6;
+  if (par->degen == kSimDegenAggressive) rel *= 10.0;
+  if (par->degen == kSimDegenMinimum) rel *= 0.01;
   // Larger costs take larger moves, but the move stays small against the cost itself.
-  const double scale = cmax > 100.0 ? std::sqrt(std::sqrt(cmax)) : 1.0;
-  const double base = 5e-7 * scale;
+  const double base = rel * (cmax > 100.0 ? std::sqrt(std::sqrt(cmax)) : 1.0);
   for (int32_t k = 0; k < nt; ++k) {
     const auto s = static_cast<size_t>(k);
     if (nstat[s] == kNbBasic || nstat[s] == kNbFixed || nstat[s] == kNbZero) continue;
     const double r = random01();
-    const double amount =
-        k < m ? 1e-7 * (1.0 + r) : base * (1.0 + std::fabs(costorg[s])) * (1.0 + r);
+    double amount = 1e-7 * (1.0 + r);
+    if (k >= m) {
+      const auto count = static_cast<double>(abeg[k - m + 1] - abeg[k - m]);
+      amount = base * (1.0 + std::fabs(costorg[s])) * (1.0 + r) * std::sqrt(std::max(1.0, count));
+    }
     cost[s] += nstat[s] == kNbLower ? amount : -amount;
     d[s] += nstat[s] == kNbLower ? amount : -amount;
   }

@@ -209,6 +209,9 @@ struct SimEngine {
   void computedual();
   // The slack basis with every column at the bound its status wants.
   void slackbasis();
+  // Puts structural columns in place of slacks in a triangular pattern, on at most percent of
+  // the rows; returns how many (bsimplex.cpp).
+  int32_t dualcrash(int32_t percent);
   // A basis from status keys (VLR_SK_*), repaired to m basic variables.
   void keybasis(const int32_t* sk);
   // Places a non-basic variable at the bound its status names.

@@ -221,6 +221,11 @@ int32_t simplex_run(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, co
     e.keybasis(startsk);
   else
     e.slackbasis();
+  if (startsk == nullptr && par.slot == kSimSlotDual && par.dualcrash > 0) {
+    const int32_t placed = e.dualcrash(par.dualcrash);
+    info->numcrashed += placed;
+    if (placed > 0) e.log("Dual crash placed %d columns in the basis.\n", placed);
+  }
   rr = e.factor();
   if (rr != kSimOk) {
     info->response = rr;

@@ -64,6 +64,7 @@ struct SimParam {
   int32_t switchopt = 0;      // exchange the primal and dual slot when dualising
   int32_t hotstart = 1;       // 0 ignore a given basis; otherwise use it
   int32_t dualselection = 0;  // selection number of the dual pricing
+  int32_t dualcrash = 0;      // percent of the rows a crash of the dual start may claim; 0 none
   // Primal pricing: 0 free, 1 full, 2 approximate steepest edge, 3 devex, 4 steepest edge,
   // 5 partial (the task's VLR_SIM_SELECTION_* numbering).
   int32_t primalselection = 0;
@@ -122,6 +123,7 @@ struct SimInfo {
   int64_t infiter = 0;  // iterations of the first phase
   int32_t numfactor = 0;
   int32_t numartificial = 0;  // slacks put in for a short rank
+  int32_t numcrashed = 0;     // columns the crash of the start put in place of slacks
   int32_t numsetbacks = 0;
   int32_t dualized = 0;
   int32_t perturbed = 0;

@@ -18,6 +18,7 @@ void simprslv_add(const SimInfo& from, SimInfo* to) {
   to->infiter += from.infiter;
   to->numfactor += from.numfactor;
   to->numartificial += from.numartificial;
+  to->numcrashed += from.numcrashed;
   to->numsetbacks += from.numsetbacks;
   to->dualized = std::max(to->dualized, from.dualized);
   to->perturbed = std::max(to->perturbed, from.perturbed);

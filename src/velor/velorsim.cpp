@@ -55,6 +55,7 @@ void velorsim_setparam(const Task* task, SimParam* par) {
   par->switchopt = ip[VLR_IPAR_SIM_SWITCH_OPTIMIZER];
   par->hotstart = ip[VLR_IPAR_SIM_HOTSTART];
   par->dualselection = ip[VLR_IPAR_SIM_DUAL_SELECTION];
+  par->dualcrash = ip[VLR_IPAR_SIM_DUAL_CRASH];
   par->primalselection = ip[VLR_IPAR_SIM_PRIMAL_SELECTION];
   par->maxsetbacks = ip[VLR_IPAR_SIM_MAX_NUM_SETBACKS];
   par->refactorfreq = ip[VLR_IPAR_SIM_REFACTOR_FREQ];

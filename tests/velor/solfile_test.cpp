@@ -237,7 +237,7 @@ TEST_F(SolfileBadTest, DamagedOrMismatchedFilesGetTheirCodes) {
       {Edit("VARIABLES", "VARIABLE"), VLR_RES_ERR_FILE_READ},
       {Edit("\nCONSTRAINTS\nINDEX", "\nCONSTRAINTS\nINDEKS"), VLR_RES_ERR_FILE_READ},
       // numbers: junk, NaN, infinity, hexadecimal, a missing field
-      {Edit("6.6666666667e+00", "6.6666666667e+00x"), VLR_RES_ERR_SOL_FILE_INVALID_NUMBER},
+      {Edit("0.0000000000e+00", "0.0000000000e+00x"), VLR_RES_ERR_SOL_FILE_INVALID_NUMBER},
       {Edit(x1line, x1line + " x"), VLR_RES_ERR_INVALID_NAME_IN_SOL_FILE},  // a field too many
       {Edit("1.0000000000e+01", "nan"), VLR_RES_ERR_SOL_FILE_INVALID_NUMBER},
       {Edit("1.0000000000e+01", "-inf"), VLR_RES_ERR_SOL_FILE_INVALID_NUMBER},
