@@ -112,6 +112,8 @@ int32_t VLR_lu_make(SysEnv* sys, int32_t nrow, int32_t ncol, LuFactor** out) {
   lu->invq = lu_alloc<int32_t>(sys, ncol, &ok);
   lu->seq = lu_alloc<int32_t>(sys, nrow, &ok);
   lu->iseq = lu_alloc<int32_t>(sys, nrow, &ok);
+  lu->uord = lu_alloc<int32_t>(sys, 2 * static_cast<int64_t>(nrow), &ok);
+  lu->uordat = lu_alloc<int32_t>(sys, nrow, &ok);
   lu->diag = lu_alloc<double>(sys, nrow, &ok);
   lu->pseq = lu_alloc<int32_t>(sys, nrow, &ok);
   lu->ipseq = lu_alloc<int32_t>(sys, nrow, &ok);
@@ -138,9 +140,10 @@ void VLR_lu_delete(LuFactor** plu) {
   LuFactor* lu = *plu;
   SysEnv* sys = lu->sys;
   lu_freearea(lu);
-  for (int32_t** p : {&lu->ufirr, &lu->uszer, &lu->uuser, &lu->ufirc, &lu->uszec, &lu->uusec,
-                      &lu->q, &lu->invq, &lu->seq, &lu->iseq, &lu->pseq, &lu->ipseq, &lu->lfir,
-                      &lu->llen, &lu->ltfir, &lu->ltlen, &lu->etab, &lu->etarow}) {
+  for (int32_t** p :
+       {&lu->ufirr, &lu->uszer, &lu->uuser, &lu->ufirc, &lu->uszec,  &lu->uusec, &lu->q,
+        &lu->invq,  &lu->seq,   &lu->iseq,  &lu->uord,  &lu->uordat, &lu->pseq,  &lu->ipseq,
+        &lu->lfir,  &lu->llen,  &lu->ltfir, &lu->ltlen, &lu->etab,   &lu->etarow}) {
     lu_free(sys, *p);
   }
   lu_free(sys, lu->diag);
@@ -446,6 +449,20 @@ void VLR_lu_movetotail(LuFactor* lu, int32_t i) {
   next[i] = nil;
   next[lu->tail] = i;
   lu->tail = i;
+  // In the array: a hole where it was, and the row at the end; close the holes when full.
+  lu->uord[lu->uordat[i]] = nil;
+  if (lu->uordlen == 2 * lu->mrow) {
+    int32_t at = 0;
+    for (int32_t p = 0; p < lu->uordlen; ++p) {
+      const int32_t r = lu->uord[p];
+      if (r == nil) continue;
+      lu->uord[at] = r;
+      lu->uordat[r] = at++;
+    }
+    lu->uordlen = at;
+  }
+  lu->uord[lu->uordlen] = i;
+  lu->uordat[i] = lu->uordlen++;
 }
 
 void VLR_lu_chkuidbg(const char* file, int line, const LuFactor* lu) {

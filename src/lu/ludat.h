@@ -92,14 +92,20 @@ struct LuFactor {
   int32_t* seq;        // [mrow] factoring: row at sequence position; factored: next row in U order
   int32_t* iseq;       // [mrow] factoring: position of row; factored: previous row in U order
   int32_t head, tail;  // factored: first and last row of the U order; nrow as nil
-  double* diag;        // [mrow] pivot value of row i
-  int32_t* pseq;       // [mrow] pivot sequence kept for the L solves
-  int32_t* ipseq;      // [mrow] its inverse
-  int32_t* lfir;       // [mrow] start of the L column of pivot row i
-  int32_t* llen;       // [mrow] its length
-  int32_t* ltfir;      // [mrow] start of L row i (transposed L)
-  int32_t* ltlen;      // [mrow] its length
-  int64_t ltsze;       // entries of the transposed L
+  // The same order as an array, for solves that walk all of it without chasing links: the rows
+  // in U order with holes (nrow) where a row moved to the end; uordat[i] is the place of row i.
+  // Room for 2 mrow places; full, it is closed up.
+  int32_t* uord;
+  int32_t* uordat;
+  int32_t uordlen;
+  double* diag;    // [mrow] pivot value of row i
+  int32_t* pseq;   // [mrow] pivot sequence kept for the L solves
+  int32_t* ipseq;  // [mrow] its inverse
+  int32_t* lfir;   // [mrow] start of the L column of pivot row i
+  int32_t* llen;   // [mrow] its length
+  int32_t* ltfir;  // [mrow] start of L row i (transposed L)
+  int32_t* ltlen;  // [mrow] its length
+  int64_t ltsze;   // entries of the transposed L
 
   int32_t mlu;      // row-eta slots, 2 mrow
   int32_t* etab;    // [mlu+1] eta k lives in [etab[k+1], etab[k]) of subj/valr

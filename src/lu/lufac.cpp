@@ -591,7 +591,10 @@ int32_t VLR_lu_finalizefactor(LuFactor* lu) {
     const int32_t r = lu->pseq[p];
     lu->seq[r] = p + 1 < nrow ? lu->pseq[p + 1] : nil;
     lu->iseq[r] = p > 0 ? lu->pseq[p - 1] : nil;
+    lu->uord[p] = r;
+    lu->uordat[r] = p;
   }
+  lu->uordlen = nrow;
   lu->head = nrow > 0 ? lu->pseq[0] : nil;
   lu->tail = nrow > 0 ? lu->pseq[nrow - 1] : nil;
   lu->lupds = 0;

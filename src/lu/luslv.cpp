@@ -291,8 +291,10 @@ int32_t VLR_lu_ftranus(LuFactor* lu, int32_t nz, double* x, const int32_t* patte
     lu_addwork(lu, kTaskNumUfw, work);
   } else {
     const int32_t nil = nrow;
-    for (int32_t i = lu->tail; i != nil; i = lu->iseq[i]) {
-      if (x[i] != 0.0) solve(i, true);
+    const int32_t* ord = lu->uord;
+    for (int32_t p = lu->uordlen - 1; p >= 0; --p) {
+      const int32_t i = ord[p];
+      if (i != nil && x[i] != 0.0) solve(i, true);
     }
     work += nrow;
   }
@@ -359,8 +361,10 @@ int32_t VLR_lu_btrans(LuFactor* lu, int32_t nz, double* x, const int32_t* patter
     }
   } else {
     const int32_t nil = nrow;
-    for (int32_t i = lu->head; i != nil; i = lu->seq[i]) {
-      if (x[lu->q[i]] != 0.0) solve(i, true);
+    const int32_t* ord = lu->uord;
+    for (int32_t p = 0; p < lu->uordlen; ++p) {
+      const int32_t i = ord[p];
+      if (i != nil && x[lu->q[i]] != 0.0) solve(i, true);
     }
     work += nrow;
   }
