@@ -223,9 +223,11 @@ void VLR_lu_ultb(LuFactor* lu, int32_t trans, int32_t* nz, double* x, int32_t* p
       x[cidx[k]] += cval[k] * v;
     work += end - beg;
   }
+  // The pattern without a branch per row: a dense result is about as often zero as not.
   int32_t n = 0;
   for (int32_t i = 0; i < nrow; ++i) {
-    if (x[i] != 0.0) pattern[n++] = i;
+    pattern[n] = i;
+    n += x[i] != 0.0 ? 1 : 0;
   }
   *nz = n;
   lu_notedensity(lu, kind, n);

@@ -768,8 +768,11 @@ void SimEngine::formrow() {
         for (int64_t s = rb[i]; s < end; ++s)
           alc[cidx[s]] += r * cval[s];
       }
-      for (int32_t j = 0; j < n; ++j) {
-        if (alc[j] != 0.0) ai[nz++] = mm + j;
+      // Branch-free: about half the entries are non-zero here, a branch would be a coin toss.
+      const int32_t nn = n;
+      for (int32_t j = 0; j < nn; ++j) {
+        ai[nz] = mm + j;
+        nz += alc[j] != 0.0 ? 1 : 0;
       }
     } else {
       int8_t* mkc = mk + mm;

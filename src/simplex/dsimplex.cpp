@@ -155,9 +155,9 @@ int32_t SimEngine::dualratio(double sgn, double delta) {
   }
   // The ratios and their Harris relaxation, of the kept ones only.
   for (int32_t c = 0; c < nc; ++c) {
-    const double dk = cr[c], a = ca[c];
-    cr[c] = dk / a;
-    cx[c] = (dk + ts) / a;
+    const double dk = cr[c], inv = 1.0 / ca[c];
+    cr[c] = dk * inv;
+    cx[c] = (dk + ts) * inv;
     bound = std::min(bound, cx[c]);
   }
   numflips = 0;
@@ -304,10 +304,12 @@ bool SimEngine::dualupdate(int32_t p, int32_t q, double sgn, double target, bool
 
   // Dual step over the pivot row.
   if (thetad != 0.0) {
-    for (int32_t t = 0; t < alphanz; ++t) {
-      const auto k = static_cast<size_t>(alphaidx[static_cast<size_t>(t)]);
-      if (pos[k] < 0) d[k] -= thetad * alpha[k];
-    }
+    // The row's pattern holds non-basic variables only.
+    const int32_t* ai = alphaidx.data();
+    const double* al = alpha.data();
+    double* dd = d.data();
+    for (int32_t t = 0; t < alphanz; ++t)
+      dd[ai[t]] -= thetad * al[ai[t]];
   } else {
     ++info->degiter;
   }
