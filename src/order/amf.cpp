@@ -516,7 +516,7 @@ int32_t VLR_amf_sorder_pri(SysEnv* sys, const OrderGraph& g, const int32_t* pri,
   *count = c.count;
   if (c.ndense > 0) {
     // The pivots' degrees did not see the dense nodes: count again, exactly.
-    const int32_t r = VLR_ordmat_symcount(sys, g, perm, nullptr, count);
+    const int32_t r = VLR_ordmat_symcount(sys, g, perm, nullptr, nullptr, count);
     if (r != kOrderOk) return r;
   }
   return kOrderOk;

@@ -56,9 +56,10 @@ int32_t VLR_amf_gp_sorder(SysEnv* sys, double balance1, double balance2, const O
                           OrderCount* count, void* handle, OrderCallback callback);
 
 // Exact symbolic counts of the factor of P A P' (perm[k] the k-th node) from the elimination
-// tree and the row subtrees; colcount (null: not wanted) gets each column's length, diagonal
-// included, in the permuted order. Returns kOrderOk or kOrderNoSpace.
-int32_t VLR_ordmat_symcount(SysEnv* sys, const OrderGraph& g, const int32_t* perm,
+// tree and the row subtrees. In the permuted order, parent gets the elimination tree (-1 at a
+// root) and colcount each column's length, diagonal included; either may be null. Returns
+// kOrderOk or kOrderNoSpace.
+int32_t VLR_ordmat_symcount(SysEnv* sys, const OrderGraph& g, const int32_t* perm, int32_t* parent,
                             int32_t* colcount, OrderCount* count);
 
 // 1 when perm[0..n) is a permutation of 0..n-1; iwork holds n integers.

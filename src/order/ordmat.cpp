@@ -18,7 +18,7 @@ int32_t VLR_perm_check(int32_t n, const int32_t* perm, int32_t* iwork) {
 }
 
 int32_t VLR_ordmat_symcount(SysEnv* sys, const OrderGraph& g, const int32_t* perm,
-                            int32_t* colcount, OrderCount* count) {
+                            int32_t* parentout, int32_t* colcount, OrderCount* count) {
   const int32_t n = g.n;
   *count = OrderCount{};
   int64_t nnz = 0;
@@ -85,6 +85,7 @@ int32_t VLR_ordmat_symcount(SysEnv* sys, const OrderGraph& g, const int32_t* per
     count->flops += static_cast<double>(cc[j]) * cc[j];
   }
   if (colcount != nullptr) std::copy(cc, cc + n, colcount);
+  if (parentout != nullptr) std::copy(parent, parent + n, parentout);
   return kOrderOk;
 }
 
