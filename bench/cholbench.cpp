@@ -3,12 +3,13 @@
 // and Gflop/s, beside AMD, METIS and CHOLMOD's supernodal factor when those are installed.
 // Usage: vlr_bench_chol [--small] [--no-netlib] [file.mps[.gz] ...]
 // SPDX-License-Identifier: Apache-2.0
+#include <dirent.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <dirent.h>
 #include <random>
 #include <string>
 #include <vector>
@@ -26,8 +27,7 @@
 namespace {
 
 double Now() {
-  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
-      .count();
+  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
 // A symmetric matrix by columns, upper triangle (rows r <= column).
@@ -89,7 +89,8 @@ Sym NormalEquations(const std::string& name, int32_t m, int32_t n, const std::ve
 
 Sym Grid(int32_t nx, int32_t ny, int32_t nz) {
   Sym s;
-  s.name = "grid" + std::to_string(nx) + "x" + std::to_string(ny) + (nz > 1 ? "x" + std::to_string(nz) : "");
+  s.name = "grid" + std::to_string(nx) + "x" + std::to_string(ny) +
+           (nz > 1 ? "x" + std::to_string(nz) : "");
   s.n = nx * ny * nz;
   for (int32_t z = 0; z < nz; ++z)
     for (int32_t y = 0; y < ny; ++y)
@@ -246,15 +247,17 @@ void Run(vlr::SysEnv* sys, const Sym& s) {
   const double tfac = Now() - t;
   const double res = Residual(obj, s);
   const double flops = oc.flops;  // sum of squared column counts, the same figure for both
-  std::printf("%-14s %8d %10lld %9.3f %11lld %9.2e %8.3f %8.3f %6.2f %8.1e %4d", s.name.c_str(), s.n,
-              static_cast<long long>(s.beg[s.n]), tord, static_cast<long long>(oc.lsize), flops,
-              tsym, tfac, flops / std::max(tfac, 1e-9) * 1e-9, res, vlr::VLR_sfk_num_RDEF(obj));
+  std::printf("%-14s %8d %10lld %9.3f %11lld %9.2e %8.3f %8.3f %6.2f %8.1e %4d", s.name.c_str(),
+              s.n, static_cast<long long>(s.beg[s.n]), tord, static_cast<long long>(oc.lsize),
+              flops, tsym, tfac, flops / std::max(tfac, 1e-9) * 1e-9, res,
+              vlr::VLR_sfk_num_RDEF(obj));
 #if defined(VLR_HAVE_PEERS)
   const Peers p = RunPeers(sys, s, vlr::VLR_sfk_getp(obj));
   const double best = static_cast<double>(std::min(p.amdl, p.metisl));
-  std::printf(" | %11lld %8.3f %11lld %8.3f %6.3f | %8.3f %6.2f %5.2fx", static_cast<long long>(p.amdl),
-              p.amdtime, static_cast<long long>(p.metisl), p.metistime, oc.lsize / best, p.cmtime,
-              flops / std::max(p.cmtime, 1e-9) * 1e-9, p.cmtime / std::max(tfac, 1e-9));
+  std::printf(" | %11lld %8.3f %11lld %8.3f %6.3f | %8.3f %6.2f %5.2fx",
+              static_cast<long long>(p.amdl), p.amdtime, static_cast<long long>(p.metisl),
+              p.metistime, oc.lsize / best, p.cmtime, flops / std::max(p.cmtime, 1e-9) * 1e-9,
+              p.cmtime / std::max(tfac, 1e-9));
 #endif
   std::printf("\n");
   std::fflush(stdout);

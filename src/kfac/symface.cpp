@@ -120,6 +120,8 @@ int32_t VLR_sfk_order(sfk* obj, double balance1, double balance2, int32_t method
       count = {100, 100.0};
       break;
     case VLR_ORDER_METHOD_APPMINLOC1:
+      r = VLR_symord_minlocf(obj->sys, g, 1, obj->perm, &count, handle, callback);
+      break;
     case VLR_ORDER_METHOD_APPMINLOC2:
       r = VLR_amf_sorder(obj->sys, g, -1, obj->perm, &count, handle, callback);
       break;

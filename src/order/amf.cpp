@@ -14,6 +14,14 @@ constexpr int32_t kEmpty = -1;
 constexpr int32_t kDense = -2;  // elen of a node set aside as dense
 constexpr double kScoreMax = 2147483645.0;
 
+// Scores: approximate minimum fill, or the order types of the minimum local fill ordering:
+// the degree; sqrt(d (d - 1) - m (m - 1)) with m the largest adjacent element; and that over
+// the weight plus one.
+constexpr int32_t kScoreFill = 0;
+constexpr int32_t kScoreDegree = 1;
+constexpr int32_t kScoreLocal = 2;
+constexpr int32_t kScoreLocalWeighted = 3;
+
 inline int32_t flip(int32_t i) {
   return -i - 2;
 }
@@ -38,8 +46,10 @@ struct OrderCtx {
   int32_t* otime;   // [n] elimination step of a pivot
   int32_t* pri;     // [n] priority (all 0 without priorities)
   int32_t* byprio;  // [n] nodes sorted by priority, the source of the next band
-  double* esum;     // [n] sum over a variable's elements of s (s - 1), s their external sizes
+  double* esum;     // [n] over a variable's elements: the sum of s (s - 1), s their external
+                    // sizes (the fill score), or the largest s (the local fill scores)
   OrdHeap heap;
+  int32_t scoretype;  // kScoreFill, or a minimum local fill order type plus one
   int32_t useweight;
   int32_t prihi;   // the open priority band is [0, prihi]; bands open one value at a time
   int32_t bandat;  // next position of byprio to open
@@ -57,12 +67,23 @@ int32_t amf_clearflag(OrderCtx* c, int32_t wflg) {
   return wflg;
 }
 
-// The score: 0.5 (D (D - 1) - sum s (s - 1)), the edges elimination adds if the elements were
-// disjoint; computed in double so that it cannot overflow, stored clipped.
-int32_t amf_score(const OrderCtx* c, double d, double es, int32_t weight) {
-  double s = 0.5 * (d * (d - 1.0) - es);
-  if (s < 0.0) s = 0.0;
-  if (c->useweight) s /= std::sqrt(weight + 1.0);
+// The score of a variable of degree d and weight w whose elements give es (see esum), with sme
+// the external size of the newest element. The fill score 0.5 (D (D - 1) - sum s (s - 1)) is
+// the count of edges elimination adds if the elements were disjoint. Computed in double so
+// that it cannot overflow, stored clipped.
+int32_t amf_score(const OrderCtx* c, double d, double es, double sme, int32_t weight) {
+  double s;
+  if (c->scoretype == kScoreFill) {
+    s = 0.5 * (d * (d - 1.0) - es - sme * (sme - 1.0));
+    if (s < 0.0) s = 0.0;
+    if (c->useweight) s /= std::sqrt(weight + 1.0);
+  } else if (c->scoretype == kScoreDegree) {
+    s = d;
+  } else {
+    const double m = std::max(es, sme);
+    s = std::floor(std::sqrt(std::max(0.0, d * (d - 1.0) - m * (m - 1.0))));
+    if (c->scoretype == kScoreLocalWeighted) s = std::floor(s / (weight + 1.0));
+  }
   return s > kScoreMax ? static_cast<int32_t>(kScoreMax) : static_cast<int32_t>(s);
 }
 
@@ -207,7 +228,8 @@ void update_for_x(OrderCtx* c, int32_t me, int32_t pme1, int32_t pme2, int32_t* 
       const int32_t dext = we - c->wflg;
       if (dext > 0) {
         deg += dext;
-        es += dext * (dext - 1.0);
+        es = c->scoretype == kScoreFill ? es + dext * (dext - 1.0)
+                                        : std::max(es, static_cast<double>(dext));
         iw[pn++] = e;
         hash += static_cast<uint32_t>(e);
       } else {  // Le inside Lme: absorbed
@@ -290,8 +312,18 @@ void find_snode(OrderCtx* c, int32_t pme1, int32_t pme2) {
 
 // Puts nodes of very high degree aside for the end: only on large graphs, in at most two
 // passes with a lower limit in the second when the first found none.
-void init_degree(OrderCtx* c, int64_t total) {
+void init_degree(OrderCtx* c, int64_t total, int64_t cutoff) {
   const int32_t n = c->n;
+  if (cutoff >= 0) {  // one given limit
+    for (int32_t i = 0; i < n; ++i) {
+      if (c->adeg[i] <= cutoff) continue;
+      c->elen[i] = kDense;
+      c->nv[i] = 0;
+      c->ifir[i] = kEmpty;
+      ++c->ndense;
+    }
+    return;
+  }
   if (n <= 100000 || n - c->nel <= 10000) return;
   for (int32_t k = 0; k < 2 && c->ndense == 0; ++k) {
     const int64_t lim = std::max<int64_t>(
@@ -320,8 +352,7 @@ void do_pivotx(OrderCtx* c, int32_t me, int32_t elenme, int32_t pme1, int32_t pm
     c->nv[i] = nvi;
     const int32_t d = std::min(c->adeg[i] + degme - nvi, nleft - nvi);
     c->adeg[i] = d;
-    const double sme = degme - nvi;
-    c->heap.key[i] = amf_score(c, d, c->esum[i] + sme * (sme - 1.0), nvi);
+    c->heap.key[i] = amf_score(c, d, c->esum[i], degme - nvi, nvi);
     if (c->pri[i] <= c->prihi) VLR_ordheap_put(&c->heap, i, c->heap.key[i]);
     iw[p++] = i;
   }
@@ -448,10 +479,12 @@ int64_t amf_buildlists(OrderCtx* c, const OrderGraph& g) {
   return total;
 }
 
-}  // namespace
-
-int32_t VLR_amf_sorder_pri(SysEnv* sys, const OrderGraph& g, const int32_t* pri, int32_t useweight,
-                           int32_t* perm, OrderCount* count, void* handle, OrderCallback callback) {
+// The quotient-graph elimination under one score. cutoff >= 0 sets aside the nodes of a
+// larger degree; -2 takes five times the average degree plus five; -1 leaves it to
+// init_degree's own rule.
+int32_t amf_run(SysEnv* sys, const OrderGraph& g, const int32_t* pri, int32_t useweight,
+                int32_t scoretype, int32_t cutoff, int32_t* perm, OrderCount* count, void* handle,
+                OrderCallback callback) {
   const int32_t n = g.n;
   *count = OrderCount{};
   if (callback != nullptr && callback(0, handle, 1.0) != 0) return kOrderStopped;
@@ -487,6 +520,7 @@ int32_t VLR_amf_sorder_pri(SysEnv* sys, const OrderGraph& g, const int32_t* pri,
   const int64_t total = amf_buildlists(&c, g);
   if (useweight < 0) useweight = n > 5000 && 100 * static_cast<int64_t>(n) > n + total;
   c.useweight = useweight;
+  c.scoretype = scoretype;
   for (int32_t i = 0; i < n; ++i) {
     c.elen[i] = 0;
     c.nv[i] = 1;
@@ -498,12 +532,13 @@ int32_t VLR_amf_sorder_pri(SysEnv* sys, const OrderGraph& g, const int32_t* pri,
     c.byprio[i] = i;
   }
   c.wflg = 2;
-  init_degree(&c, total);
+  if (cutoff == -2) cutoff = static_cast<int32_t>(std::min<int64_t>(n, 5 * (total / n) + 5));
+  init_degree(&c, total, cutoff);
   std::stable_sort(c.byprio, c.byprio + n,
                    [&](int32_t a, int32_t b) { return c.pri[a] < c.pri[b]; });
   for (int32_t i = 0; i < n; ++i) {
     const double d = c.adeg[i];
-    c.heap.key[i] = amf_score(&c, d, 0.0, 1);
+    c.heap.key[i] = amf_score(&c, d, 0.0, 0.0, 1);
   }
   c.prihi = -1;
   c.bandat = 0;
@@ -522,9 +557,23 @@ int32_t VLR_amf_sorder_pri(SysEnv* sys, const OrderGraph& g, const int32_t* pri,
   return kOrderOk;
 }
 
+}  // namespace
+
+int32_t VLR_amf_sorder_pri(SysEnv* sys, const OrderGraph& g, const int32_t* pri, int32_t useweight,
+                           int32_t* perm, OrderCount* count, void* handle, OrderCallback callback) {
+  return amf_run(sys, g, pri, useweight, kScoreFill, -1, perm, count, handle, callback);
+}
+
 int32_t VLR_amf_sorder(SysEnv* sys, const OrderGraph& g, int32_t useweight, int32_t* perm,
                        OrderCount* count, void* handle, OrderCallback callback) {
-  return VLR_amf_sorder_pri(sys, g, nullptr, useweight, perm, count, handle, callback);
+  return amf_run(sys, g, nullptr, useweight, kScoreFill, -1, perm, count, handle, callback);
+}
+
+int32_t VLR_symord_minlocf(SysEnv* sys, const OrderGraph& g, int32_t ordtype, int32_t* perm,
+                           OrderCount* count, void* handle, OrderCallback callback) {
+  // Nodes of more than five times the average degree, plus five, are numbered last.
+  return amf_run(sys, g, nullptr, 0, kScoreDegree + std::clamp(ordtype, 0, 2), -2, perm, count,
+                 handle, callback);
 }
 
 }  // namespace vlr

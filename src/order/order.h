@@ -47,10 +47,17 @@ int32_t VLR_amf_sorder(SysEnv* sys, const OrderGraph& g, int32_t useweight, int3
 int32_t VLR_amf_sorder_pri(SysEnv* sys, const OrderGraph& g, const int32_t* pri, int32_t useweight,
                            int32_t* perm, OrderCount* count, void* handle, OrderCallback callback);
 
+// Minimum local fill on the same quotient graph, by order type: 0 the degree, 1 the square root
+// of d (d - 1) - m (m - 1) with m the largest adjacent element, 2 that over the weight plus one.
+// Nodes of a degree above five times the average plus five are numbered last.
+int32_t VLR_symord_minlocf(SysEnv* sys, const OrderGraph& g, int32_t ordtype, int32_t* perm,
+                           OrderCount* count, void* handle, OrderCallback callback);
+
 // The choice between a kept ordering and a new one (mode 2 or 3): a previous permutation of
 // size prev->lsize (prev null: none) is kept while a new run would not pay; otherwise a new
 // approximate minimum fill ordering. perm is in-out (the previous permutation on entry when
-// prev is given); invperm is filled.
+// prev is given); invperm is filled. A new ordering is the best in fill of approximate minimum
+// fill and two minimum local fill runs.
 int32_t VLR_amf_gp_sorder(SysEnv* sys, double balance1, double balance2, const OrderGraph& g,
                           int32_t mode, const OrderCount* prev, int32_t* perm, int32_t* invperm,
                           OrderCount* count, void* handle, OrderCallback callback);

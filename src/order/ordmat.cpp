@@ -107,6 +107,19 @@ int32_t VLR_amf_gp_sorder(SysEnv* sys, double balance1, double balance2, const O
   } else {
     r = VLR_amf_sorder(sys, g, -1, perm, count, handle, callback);
     if (r != kOrderOk) return r;
+    // No score wins everywhere: the degree and the local fill each beat the fill score on
+    // some graphs. The smaller factor is kept, and the fewer flops among equals.
+    SysBuf<int32_t> alt(sys, VLR_HERE, std::max(n, 1));
+    if (!alt) return kOrderNoSpace;
+    for (int32_t ordtype = 0; ordtype < 2; ++ordtype) {
+      OrderCount c{};
+      r = VLR_symord_minlocf(sys, g, ordtype, alt.get(), &c, handle, callback);
+      if (r != kOrderOk) return r;
+      if (c.lsize < count->lsize || (c.lsize == count->lsize && c.flops < count->flops)) {
+        std::copy(alt.get(), alt.get() + n, perm);
+        *count = c;
+      }
+    }
   }
   for (int32_t k = 0; k < n; ++k)
     invperm[perm[k]] = k;

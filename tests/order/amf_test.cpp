@@ -126,6 +126,36 @@ TEST_F(AmfTest, CountsEqualAnEliminationDoneHere) {
   }
 }
 
+// The minimum local fill order types on the same graphs, with the degree cut-off at five times
+// the average plus five: the nodes above it are last.
+TEST_F(AmfTest, MinimumLocalFillCountsAndCutOff) {
+  std::mt19937 rng(6);
+  std::vector<Graph> graphs = {Grid(9, 8, 3), RandomGraph(&rng, 300, 600, 2),
+                               RandomGraph(&rng, 120, 900, 0), FromEdges(3, {})};
+  for (const Graph& g : graphs) {
+    for (int32_t ordtype = 0; ordtype < 3; ++ordtype) {
+      std::vector<int32_t> perm(g.n), iwork(g.n);
+      vlr::OrderCount c{};
+      ASSERT_EQ(vlr::VLR_symord_minlocf(sys_, g.view(), ordtype, perm.data(), &c, nullptr, nullptr),
+                vlr::kOrderOk);
+      ASSERT_EQ(vlr::VLR_perm_check(g.n, perm.data(), iwork.data()), 1);
+      const vlr::OrderCount ref = Eliminate(g, perm);
+      EXPECT_EQ(c.lsize, ref.lsize) << "n = " << g.n << " type " << ordtype;
+      EXPECT_DOUBLE_EQ(c.flops, ref.flops);
+    }
+  }
+  // A star's centre has degree n - 1, far above the cut-off.
+  std::vector<std::pair<int32_t, int32_t>> star;
+  for (int32_t i = 1; i < 50; ++i)
+    star.push_back({0, i});
+  const Graph g = FromEdges(50, star);
+  std::vector<int32_t> perm(g.n);
+  vlr::OrderCount c{};
+  ASSERT_EQ(vlr::VLR_symord_minlocf(sys_, g.view(), 1, perm.data(), &c, nullptr, nullptr), 0);
+  EXPECT_EQ(perm[49], 0);
+  EXPECT_EQ(c.lsize, 99);
+}
+
 // On a 2-D grid a minimum fill order stays far below a band order's fill.
 TEST_F(AmfTest, GridFillIsFarBelowTheNaturalOrder) {
   const Graph g = Grid(40, 40, 1);
