@@ -160,8 +160,12 @@ bool find_clique_x(OrderCtx* c, int32_t me, int32_t* pme1, int32_t* pme2, int32_
     }
     return true;
   }
-  // The element has at most as many supervariables as weight is left.
-  if (!amf_room(c, c->n - c->nel + 1)) return false;
+  // The element holds at most what the lists it is made of hold, and at most as many
+  // supervariables as weight is left.
+  int64_t need = c->ilen[me] - elenme;
+  for (int32_t p = c->ifir[me]; p < c->ifir[me] + elenme; ++p)
+    need += c->ilen[iw[p]];
+  if (!amf_room(c, std::min<int64_t>(need, c->n - c->nel) + 1)) return false;
   iw = c->iw;
   int32_t p = c->ifir[me];
   *pme1 = c->pfree;

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "order/order.h"
+#include "order/ordpart.h"
 
 namespace vlr {
 
@@ -92,7 +93,6 @@ int32_t VLR_ordmat_symcount(SysEnv* sys, const OrderGraph& g, const int32_t* per
 int32_t VLR_amf_gp_sorder(SysEnv* sys, double balance1, double balance2, const OrderGraph& g,
                           int32_t mode, const OrderCount* prev, int32_t* perm, int32_t* invperm,
                           OrderCount* count, void* handle, OrderCallback callback) {
-  (void)balance1;
   (void)balance2;
   const int32_t n = g.n;
   int64_t half = 0;
@@ -109,15 +109,37 @@ int32_t VLR_amf_gp_sorder(SysEnv* sys, double balance1, double balance2, const O
     if (r != kOrderOk) return r;
     // No score wins everywhere: the degree and the local fill each beat the fill score on
     // some graphs. The smaller factor is kept, and the fewer flops among equals.
-    SysBuf<int32_t> alt(sys, VLR_HERE, std::max(n, 1));
+    SysBuf<int32_t> alt(sys, VLR_HERE, 2 * static_cast<int64_t>(std::max(n, 1)));
     if (!alt) return kOrderNoSpace;
+    auto keep_better = [&](const OrderCount& c) {
+      if (c.lsize < count->lsize || (c.lsize == count->lsize && c.flops < count->flops)) {
+        std::copy(alt.get(), alt.get() + n, perm);
+        *count = c;
+      }
+    };
     for (int32_t ordtype = 0; ordtype < 2; ++ordtype) {
       OrderCount c{};
       r = VLR_symord_minlocf(sys, g, ordtype, alt.get(), &c, handle, callback);
       if (r != kOrderOk) return r;
-      if (c.lsize < count->lsize || (c.lsize == count->lsize && c.flops < count->flops)) {
-        std::copy(alt.get(), alt.get() + n, perm);
-        *count = c;
+      keep_better(c);
+    }
+    // Dissection pays when the fill is large against the matrix, and for middle sizes.
+    const double l = static_cast<double>(count->lsize);
+    const bool much = 2.0 * l >= m * s;
+    if ((much && n >= 500) || (!much && n >= 500 && n <= 10000)) {
+      int32_t* pri = alt.get() + n;
+      r = VLR_ordpart_dissect(sys, g, 100, balance1, pri);
+      if (r != kOrderOk) return r;
+      // Separators that hold a third of the nodes leave parts too small to pay for the
+      // constrained run, which is then slow as well.
+      int32_t nsep = 0;
+      for (int32_t i = 0; i < n; ++i)
+        nsep += pri[i] > 0;
+      if (3 * static_cast<int64_t>(nsep) <= n) {
+        OrderCount c{};
+        r = VLR_amf_sorder_pri(sys, g, pri, -1, alt.get(), &c, handle, callback);
+        if (r != kOrderOk) return r;
+        keep_better(c);
       }
     }
   }

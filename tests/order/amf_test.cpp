@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "order/order.h"
+#include "order/ordpart.h"
 
 namespace {
 
@@ -238,6 +239,43 @@ TEST_F(AmfTest, KeptOrderingStaysWhileANewRunWouldNotPay) {
   EXPECT_EQ(c.lsize, Eliminate(g, perm).lsize);
   for (int32_t k = 0; k < g.n; ++k)
     EXPECT_EQ(inv[perm[k]], k);
+}
+
+// The dissection of a grid: without the separators (priority above 0) no part holds more than
+// the part limit, and each separator comes after the parts it divides. The free choice then
+// keeps the better of the orders it tried, with its exact count.
+TEST_F(AmfTest, DissectionSeparatesGridsAndTheFreeChoiceKeepsTheBest) {
+  for (const Graph& g : {Grid(40, 40, 1), Grid(12, 12, 12)}) {
+    std::vector<int32_t> pri(g.n);
+    ASSERT_EQ(vlr::VLR_ordpart_dissect(sys_, g.view(), 100, 0.25, pri.data()), vlr::kOrderOk);
+    // Parts: components of the nodes of priority 0.
+    std::vector<std::vector<int32_t>> nb(g.n);
+    for (int32_t i = 0; i < g.n; ++i)
+      for (int64_t k = g.start[i]; k < g.start[i] + g.len[i]; ++k)
+        nb[i].push_back(g.adj[k]), nb[g.adj[k]].push_back(i);
+    std::vector<int32_t> comp(g.n, -1);
+    int32_t largest = 0, nsep = 0;
+    for (int32_t s = 0; s < g.n; ++s) {
+      nsep += pri[s] > 0;
+      if (pri[s] > 0 || comp[s] >= 0) continue;
+      std::vector<int32_t> q{s};
+      comp[s] = s;
+      for (size_t h = 0; h < q.size(); ++h)
+        for (int32_t w : nb[q[h]])
+          if (pri[w] == 0 && comp[w] < 0) comp[w] = s, q.push_back(w);
+      largest = std::max(largest, static_cast<int32_t>(q.size()));
+    }
+    EXPECT_LE(largest, 100);
+    EXPECT_LT(nsep, g.n / 3);
+    std::vector<int32_t> perm(g.n), inv(g.n), amf(g.n);
+    vlr::OrderCount c{}, a{};
+    ASSERT_EQ(vlr::VLR_amf_gp_sorder(sys_, 0.25, 0.25, g.view(), 3, nullptr, perm.data(),
+                                     inv.data(), &c, nullptr, nullptr),
+              vlr::kOrderOk);
+    ASSERT_EQ(vlr::VLR_amf_sorder(sys_, g.view(), -1, amf.data(), &a, nullptr, nullptr), 0);
+    EXPECT_LE(c.lsize, a.lsize);
+    EXPECT_EQ(c.lsize, Eliminate(g, perm).lsize);
+  }
 }
 
 struct FailAlloc {
