@@ -309,6 +309,20 @@ TEST(AmfMemfail, EveryFailedAllocationIsNoSpaceWithNothingLeft) {
     EXPECT_EQ(r, vlr::kOrderNoSpace);
   }
   EXPECT_GE(k, 3);
+  // The free choice on a graph where it also dissects.
+  const Graph grid = Grid(30, 30, 1);
+  std::vector<int32_t> p(grid.n), inv(grid.n);
+  for (k = 0;; ++k) {
+    fa.calls = 0, fa.failat = k;
+    vlr::OrderCount c{};
+    const int32_t r = vlr::VLR_amf_gp_sorder(sys, 0.25, 0.25, grid.view(), 3, nullptr, p.data(),
+                                             inv.data(), &c, nullptr, nullptr);
+    fa.failat = -1;
+    EXPECT_EQ(vlr::VLR_sysenv_numblocks(sys), base);
+    if (r == vlr::kOrderOk) break;
+    EXPECT_EQ(r, vlr::kOrderNoSpace);
+  }
+  EXPECT_GE(k, 10);
   EXPECT_EQ(vlr::VLR_sysenv_delete(&sys), vlr::kSysOk);
 }
 
