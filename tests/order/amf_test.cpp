@@ -278,6 +278,57 @@ TEST_F(AmfTest, DissectionSeparatesGridsAndTheFreeChoiceKeepsTheBest) {
   }
 }
 
+// The multilevel bisection gives a true separator (no edge joins the two sides) that leaves
+// each side of a grid its share, and on a 2-D grid one close to a grid line.
+TEST_F(AmfTest, BisectionSeparatesAndKeepsTheBalance) {
+  std::mt19937 rng(12);
+  for (const Graph& g : {Grid(60, 60, 1), Grid(15, 15, 15), RandomGraph(&rng, 3000, 6000, 0)}) {
+    std::vector<std::vector<int32_t>> nb(g.n);
+    for (int32_t i = 0; i < g.n; ++i)
+      for (int64_t k = g.start[i]; k < g.start[i] + g.len[i]; ++k)
+        if (g.adj[k] != i) nb[i].push_back(g.adj[k]), nb[g.adj[k]].push_back(i);
+    // The largest component, as its own graph.
+    std::vector<int32_t> comp(g.n, -1), best;
+    for (int32_t s = 0; s < g.n; ++s) {
+      if (comp[s] >= 0) continue;
+      std::vector<int32_t> q{s};
+      comp[s] = s;
+      for (size_t h = 0; h < q.size(); ++h)
+        for (int32_t w : nb[q[h]])
+          if (comp[w] < 0) comp[w] = s, q.push_back(w);
+      if (q.size() > best.size()) best = q;
+    }
+    const int32_t t = static_cast<int32_t>(best.size());
+    std::vector<int32_t> local(g.n, -1), adj;
+    std::vector<int64_t> xadj{0};
+    for (int32_t k = 0; k < t; ++k)
+      local[best[k]] = k;
+    for (int32_t v : best) {
+      for (int32_t w : nb[v])
+        adj.push_back(local[w]);
+      xadj.push_back(static_cast<int64_t>(adj.size()));
+    }
+    std::vector<int32_t> where(t, -1);
+    ASSERT_EQ(vlr::VLR_ordpart_bisect(sys_, t, xadj.data(), adj.data(), 0.25, where.data()),
+              vlr::kOrderOk);
+    int32_t size[3] = {0, 0, 0};
+    for (int32_t v = 0; v < t; ++v) {
+      ASSERT_TRUE(where[v] >= 0 && where[v] <= 2);
+      ++size[where[v]];
+      for (int64_t k = xadj[v]; k < xadj[v + 1]; ++k)
+        ASSERT_FALSE(where[v] == 0 && where[adj[k]] == 2) << "an edge crosses the separator";
+    }
+    EXPECT_GT(size[1], 0);
+    EXPECT_GT(std::min(size[0], size[2]), 0);
+    if (g.n != 3000) {  // a random graph has no balanced level to start from
+      EXPECT_GE(std::min(size[0], size[2]), t / 8);
+    }
+    if (g.n == 3600) {
+      EXPECT_LE(size[1], 90);
+    }
+  }
+}
+
 struct FailAlloc {
   int64_t calls = 0, failat = -1;
 };
