@@ -215,8 +215,8 @@ void mlev_fm(Level* l, Fm* m, int64_t minside) {
 // A separator of the coarsest level: of several level structures, each from a far node of a
 // different start, the balanced level of least weight, thinned and moved; the lightest kept.
 // false when every structure has fewer than three levels.
-bool mlev_initial(Level* l, Fm* m, double balance, int64_t minside, int32_t* queue, int32_t* dist,
-                  int32_t* best) {
+bool mlev_initial(Level* l, Fm* m, int32_t tries, double balance, int64_t minside, int32_t* queue,
+                  int32_t* dist, int64_t* lw, int32_t* best) {
   int64_t total = 0;
   for (int32_t v = 0; v < l->t; ++v)
     total += l->vw[v];
@@ -233,8 +233,8 @@ bool mlev_initial(Level* l, Fm* m, double balance, int64_t minside, int32_t* que
     }
     return queue[tail - 1];
   };
-  for (int32_t tr = 0; tr < 5; ++tr) {
-    const int32_t root = bfs(bfs(static_cast<int32_t>(int64_t{l->t} * tr / 5)));
+  for (int32_t tr = 0; tr < tries; ++tr) {
+    const int32_t root = bfs(bfs(static_cast<int32_t>(int64_t{l->t} * tr / tries)));
     bfs(root);
     int32_t height = 0;
     for (int32_t v = 0; v < l->t; ++v)
@@ -242,19 +242,18 @@ bool mlev_initial(Level* l, Fm* m, double balance, int64_t minside, int32_t* que
     if (height < 3) continue;
     // Level weights, cumulated from the root: the lightest balanced level, else the most
     // balanced one.
-    int64_t below = 0, fairest = -1;
+    std::fill(lw, lw + height, 0);
+    for (int32_t v = 0; v < l->t; ++v)
+      lw[dist[v]] += l->vw[v];
+    int64_t below = lw[0], fairest = -1;
     int32_t cut = -1, fair = -1;
     int64_t cutw = 0;
     for (int32_t h = 1; h + 1 < height; ++h) {
-      below = 0;
-      int64_t w = 0;
-      for (int32_t v = 0; v < l->t; ++v) {
-        below += dist[v] < h ? l->vw[v] : 0;
-        w += dist[v] == h ? l->vw[v] : 0;
-      }
+      const int64_t w = lw[h];
       const int64_t low = std::min(below, total - below - w);
       if (low >= balance * total && (cut < 0 || w < cutw)) cut = h, cutw = w;
       if (low > fairest) fairest = low, fair = h;
+      below += w;
     }
     if (cut < 0) cut = fair;
     if (cut < 0) continue;
@@ -278,19 +277,20 @@ bool mlev_initial(Level* l, Fm* m, double balance, int64_t minside, int32_t* que
 }  // namespace
 
 int32_t VLR_ordpart_bisect(SysEnv* sys, int32_t t, const int64_t* xadj, const int32_t* adj,
-                           double balance, int32_t* where) {
+                           double balance, int32_t flat, int32_t* where) {
   Level lev[kMaxLevels] = {};
   int32_t nlev = 1;
   int32_t status = kOrderNoSpace;
   SysBuf<int32_t> work(sys, VLR_HERE, (7 + 2 * OrdHeap::kInts) * int64_t{t} + 1);
-  if (work && level_alloc(sys, &lev[0], t, xadj[t])) {
+  SysBuf<int64_t> lw(sys, VLR_HERE, int64_t{t} + 1);  // weight of each level of a search
+  if (work && lw && level_alloc(sys, &lev[0], t, xadj[t])) {
     std::copy(xadj, xadj + t + 1, lev[0].xadj);
     std::copy(adj, adj + xadj[t], lev[0].adj);
     std::fill(lev[0].ew, lev[0].ew + xadj[t], 1);
     std::fill(lev[0].vw, lev[0].vw + t, 1);
     const int64_t maxvw = std::max<int64_t>(1, 3 * int64_t{t} / (2 * kCoarsest));
     bool ok = true;
-    while (nlev < kMaxLevels && lev[nlev - 1].t > kCoarsest) {
+    while (!flat && nlev < kMaxLevels && lev[nlev - 1].t > kCoarsest) {
       if (!mlev_coarsen(sys, &lev[nlev - 1], &lev[nlev], maxvw)) {
         ok = false;
         break;
@@ -310,7 +310,8 @@ int32_t VLR_ordpart_bisect(SysEnv* sys, int32_t t, const int64_t* xadj, const in
       // The initial searches' queue and levels borrow na and nb, free between the passes. A
       // coarse graph too shallow for a level separator passes the search to a finer one.
       int32_t top = nlev - 1;
-      while (top >= 0 && !mlev_initial(&lev[top], &m, balance, minside, m.na, m.nb, best))
+      while (top >= 0 &&
+             !mlev_initial(&lev[top], &m, 5, balance, minside, m.na, m.nb, lw.get(), best))
         --top;
       if (top < 0) {
         std::fill(lev[0].where, lev[0].where + t, kBelow);

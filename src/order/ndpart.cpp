@@ -63,7 +63,8 @@ int32_t part_bfs(PartCtx* c, int32_t root, int32_t* height, int32_t* last) {
 // Splits the range [lo, hi): a range not connected into its components, at the same depth; a
 // connected one by the multilevel bisection, its sides pushed as ranges one deeper. A range
 // that no separator divides stays a part.
-int32_t part_split(PartCtx* c, int32_t lo, int32_t hi, int32_t d, int32_t* top, double balance) {
+int32_t part_split(PartCtx* c, int32_t lo, int32_t hi, int32_t d, int32_t* top, double balance,
+                   int32_t flat) {
   ++c->stamp;
   for (int32_t k = lo; k < hi; ++k)
     c->mark[c->nodes[k]] = c->stamp;
@@ -117,7 +118,7 @@ int32_t part_split(PartCtx* c, int32_t lo, int32_t hi, int32_t d, int32_t* top, 
       if (c->mark[c->adj[q]] == c->stamp) la[p++] = c->level[c->adj[q]];
   }
   lx[total] = p;
-  const int32_t r = VLR_ordpart_bisect(c->sys, total, lx.get(), la.get(), balance, lw.get());
+  const int32_t r = VLR_ordpart_bisect(c->sys, total, lx.get(), la.get(), balance, flat, lw.get());
   if (r != kOrderOk) return r;
   int32_t nsep = 0, nabove = 0;
   for (int32_t k = lo; k < hi; ++k) {
@@ -147,7 +148,7 @@ int32_t part_split(PartCtx* c, int32_t lo, int32_t hi, int32_t d, int32_t* top, 
 }  // namespace
 
 int32_t VLR_ordpart_dissect(SysEnv* sys, const OrderGraph& g, int32_t minpart, double balance,
-                            int32_t* pri) {
+                            int32_t flat, int32_t* pri) {
   const int32_t n = g.n;
   int64_t nnz = 0;
   for (int32_t i = 0; i < n; ++i)
@@ -195,7 +196,7 @@ int32_t VLR_ordpart_dissect(SysEnv* sys, const OrderGraph& g, int32_t minpart, d
     const int32_t d = c.stack[--top], hi = c.stack[--top], lo = c.stack[--top];
     if (hi - lo <= minpart) continue;
     maxdepth = std::max(maxdepth, d);
-    const int32_t r = part_split(&c, lo, hi, d, &top, balance);
+    const int32_t r = part_split(&c, lo, hi, d, &top, balance, flat);
     if (r != kOrderOk) return r;
   }
   // Parts first; then separators, the deepest first, so that each comes after what it divides.

@@ -127,15 +127,18 @@ int32_t VLR_amf_gp_sorder(SysEnv* sys, double balance1, double balance2, const O
     const double l = static_cast<double>(count->lsize);
     const bool much = 2.0 * l >= m * s;
     if ((much && n >= 500) || (!much && n >= 500 && n <= 10000)) {
+      // Two dissections: by multilevel bisection, and, on graphs of a moderate size, with the
+      // separators found on each part directly, which suits regular meshes better.
       int32_t* pri = alt.get() + n;
-      r = VLR_ordpart_dissect(sys, g, 100, balance1, pri);
-      if (r != kOrderOk) return r;
-      // Separators that hold a third of the nodes leave parts too small to pay for the
-      // constrained run, which is then slow as well.
-      int32_t nsep = 0;
-      for (int32_t i = 0; i < n; ++i)
-        nsep += pri[i] > 0;
-      if (3 * static_cast<int64_t>(nsep) <= n) {
+      for (int32_t flat = 0; flat < (n <= 100000 ? 2 : 1); ++flat) {
+        r = VLR_ordpart_dissect(sys, g, 100, balance1, flat, pri);
+        if (r != kOrderOk) return r;
+        // Separators that hold a third of the nodes leave parts too small to pay for the
+        // constrained run, which is then slow as well.
+        int32_t nsep = 0;
+        for (int32_t i = 0; i < n; ++i)
+          nsep += pri[i] > 0;
+        if (3 * static_cast<int64_t>(nsep) > n) continue;
         OrderCount c{};
         r = VLR_amf_sorder_pri(sys, g, pri, -1, alt.get(), &c, handle, callback);
         if (r != kOrderOk) return r;

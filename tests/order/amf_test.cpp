@@ -247,7 +247,7 @@ TEST_F(AmfTest, KeptOrderingStaysWhileANewRunWouldNotPay) {
 TEST_F(AmfTest, DissectionSeparatesGridsAndTheFreeChoiceKeepsTheBest) {
   for (const Graph& g : {Grid(40, 40, 1), Grid(12, 12, 12)}) {
     std::vector<int32_t> pri(g.n);
-    ASSERT_EQ(vlr::VLR_ordpart_dissect(sys_, g.view(), 100, 0.25, pri.data()), vlr::kOrderOk);
+    ASSERT_EQ(vlr::VLR_ordpart_dissect(sys_, g.view(), 100, 0.25, 0, pri.data()), vlr::kOrderOk);
     // Parts: components of the nodes of priority 0.
     std::vector<std::vector<int32_t>> nb(g.n);
     for (int32_t i = 0; i < g.n; ++i)
@@ -309,7 +309,7 @@ TEST_F(AmfTest, BisectionSeparatesAndKeepsTheBalance) {
       xadj.push_back(static_cast<int64_t>(adj.size()));
     }
     std::vector<int32_t> where(t, -1);
-    ASSERT_EQ(vlr::VLR_ordpart_bisect(sys_, t, xadj.data(), adj.data(), 0.25, where.data()),
+    ASSERT_EQ(vlr::VLR_ordpart_bisect(sys_, t, xadj.data(), adj.data(), 0.25, 0, where.data()),
               vlr::kOrderOk);
     int32_t size[3] = {0, 0, 0};
     for (int32_t v = 0; v < t; ++v) {
