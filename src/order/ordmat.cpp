@@ -126,11 +126,13 @@ int32_t VLR_amf_gp_sorder(SysEnv* sys, double balance1, double balance2, const O
     // Dissection pays when the fill is large against the matrix, and for middle sizes.
     const double l = static_cast<double>(count->lsize);
     const bool much = 2.0 * l >= m * s;
-    if ((much && n >= 500) || (!much && n >= 500 && n <= 10000)) {
-      // Two dissections: by multilevel bisection, and, on graphs of a moderate size, with the
-      // separators found on each part directly, which suits regular meshes better.
+    // A graph with a tenth of all possible edges has no small separators.
+    const bool dense = 2.0 * static_cast<double>(half) > 0.1 * n * static_cast<double>(n);
+    if (!dense && ((much && n >= 500) || (!much && n >= 500 && n <= 10000))) {
+      // Two dissections: by multilevel bisection, which suits the irregular graphs, and with
+      // the separators found on each part directly, which suits regular meshes better.
       int32_t* pri = alt.get() + n;
-      for (int32_t flat = 0; flat < (n <= 100000 ? 2 : 1); ++flat) {
+      for (int32_t flat = 0; flat < 2; ++flat) {
         r = VLR_ordpart_dissect(sys, g, 100, balance1, flat, pri);
         if (r != kOrderOk) return r;
         // Separators that hold a third of the nodes leave parts too small to pay for the
