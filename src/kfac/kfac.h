@@ -1,0 +1,89 @@
+// src/kfac/kfac.h: supernodal LDL' of a symmetric quasi-definite matrix: ordering, symbolic
+// analysis, numerical factor with signed pivot rules, and solves.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+
+#include "cpub/sysenv.h"
+#include "order/order.h"
+
+namespace vlr {
+
+struct sfk;  // defined in kfac/sfkdat.h, private to src/kfac
+
+// Status numbers of the factor object.
+enum SfkStatus : int32_t {
+  kSfkOk = 0,
+  kSfkNoSpace = 1,   // allocation failed; the object is as before the call
+  kSfkBadInput = 4,  // index out of range, or a call out of turn
+  kSfkStopped = 5,   // the callback asked for a stop
+};
+
+// Per pivot flags (dtype), by the matrix's own row numbers.
+constexpr uint16_t kSfkNegative = 0x02;   // the pivot must be negative
+constexpr uint16_t kSfkPositive = 0x08;   // the pivot must be positive
+constexpr uint16_t kSfkReview = 0x10;     // flagged for review by an earlier factor
+constexpr uint16_t kSfkAddOne = 0x20;     // 1.0 is added to the pivot before the test
+constexpr uint16_t kSfkDenseRow = 0x40;   // a dense column's row
+constexpr uint16_t kSfkNormalRow = 0x80;  // a row of the normal-equations part
+constexpr uint16_t kSfkReplaced = 0x100;  // the pivot was replaced; kept until a good pivot
+
+// ---- Life cycle and input ------------------------------------------------------------------
+
+// Makes an object of order n; numthreads (0: all cores) is the slice count of the factor, whose
+// slices run one after another on the caller's thread. Returns kSfkNoSpace with *obj null.
+int32_t VLR_sfk_create(SysEnv* sys, int32_t n, int32_t numthreads, sfk** obj);
+// Frees everything (null accepted) and nulls the pointer.
+void VLR_sfk_destroy(sfk** obj);
+// Copies the pattern of A by columns: column j holds rows beg[j]..beg[j+1]; an entry (i, j)
+// stands for (j, i) too, so one triangle or both may be given; repeats add up in the values.
+// Drops any earlier ordering and analysis. Returns kSfkBadInput on an index out of range.
+int32_t VLR_sfk_inasub(sfk* obj, const int64_t* beg, const int32_t* sub);
+
+// ---- Ordering ------------------------------------------------------------------------------
+
+// Orders by method (a VLR_ORDER_METHOD_ value) into the object's permutation and reports the
+// fill (getorinfo). The balance limits go to the partitioner. A previous ordering kept with
+// setorinfo seeds the free choice; GRAPHPAR2 without flag leaves the permutation as it is.
+// Returns kSfkOk, kSfkNoSpace (counts zeroed) or kSfkStopped.
+int32_t VLR_sfk_order(sfk* obj, double balance1, double balance2, int32_t method, int32_t flag,
+                      void* handle, OrderCallback callback);
+// Takes perm[k], the row eliminated k-th, instead of an ordering (copies).
+int32_t VLR_sfk_useperm(sfk* obj, const int32_t* perm);
+void VLR_sfk_setorinfo(sfk* obj, const OrderCount& info);
+OrderCount VLR_sfk_getorinfo(const sfk* obj);
+const int32_t* VLR_sfk_getp(const sfk* obj);     // [n] row eliminated k-th
+const int32_t* VLR_sfk_getinvp(const sfk* obj);  // [n] step of row i
+
+// ---- Symbolic and numerical factor -----------------------------------------------------------
+
+// The symbolic step: elimination tree in postorder (the permutation is refined to it), column
+// counts, supernodes with relaxed amalgamation, their row lists, the map from A's entries to
+// L's, and all numerical work space. Returns kSfkOk or kSfkNoSpace (analysis left undone).
+int32_t VLR_sfk_setupL(sfk* obj);
+void VLR_sfk_putdtype(sfk* obj, int32_t i, uint16_t flags);
+void VLR_sfk_adddtype(sfk* obj, int32_t i, uint16_t flags);
+uint16_t VLR_sfk_getdtype(const sfk* obj, int32_t i);
+void VLR_sfk_puttolpiv(sfk* obj, double tolpiv);      // raised to 2.220446049250313e-17 at least
+void VLR_sfk_set_add_diag(sfk* obj, double adddiag);  // added to the diagonal when positive
+// Puts the values of A in the order of the pattern given to inasub (borrows for the call).
+int32_t VLR_sfk_inaval(sfk* obj, const double* val);
+// Factors P A P' = L D L'. Bad pivots are replaced, never fatal: see num_RDEF.
+int32_t VLR_ch_calfac(sfk* obj);
+int32_t VLR_sfk_num_RDEF(const sfk* obj);       // pivots with kSfkReplaced set
+const double* VLR_sfk_getdiag(const sfk* obj);  // [n] D in the elimination order
+double VLR_sfk_getspread(const sfk* obj);
+
+// x := A^-1 x with the factor (the matrix with its replaced pivots), in the matrix's numbering.
+void VLR_sfk_solve(sfk* obj, double* x);
+
+// ---- Sizes ---------------------------------------------------------------------------------
+
+int64_t VLR_sfk_getnnzL(const sfk* obj);   // stored entries of L, diagonal included
+double VLR_sfk_getfflops(const sfk* obj);  // factor: sum over columns of their squared length
+double VLR_sfk_getsflops(const sfk* obj);  // one solve: 4 nnz(L)
+int32_t VLR_sfk_getnsuper(const sfk* obj);
+int32_t VLR_sfk_getndense(const sfk* obj);  // width of the trailing supernode
+
+}  // namespace vlr

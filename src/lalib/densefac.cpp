@@ -1,0 +1,98 @@
+// src/lalib/densefac.cpp: LDL' of a column panel, by columns or in blocks of 64, and the dense
+// triangular solves.
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+
+#include "lalib/lalib.h"
+
+namespace vlr {
+
+namespace {
+
+// Block width of the panel factor; narrower panels take the column loop whole.
+constexpr int32_t kBlock = 64;
+
+// Left-looking column loop over the panel P (m x n) whose pivots are k0.. in the caller's count:
+// each column takes the updates of the columns before it in the panel, is pivoted and scaled.
+void densefac_cols(int32_t m, int32_t n, double* p, int32_t lda, double* d, PivotFunc pivot,
+                   void* handle, int32_t k0) {
+  for (int32_t j = 0; j < n; ++j) {
+    double* pj = p + static_cast<int64_t>(j) * lda;
+    for (int32_t t = 0; t < j; ++t) {
+      const double* pt = p + static_cast<int64_t>(t) * lda;
+      const double f = d[t] * pt[j];
+      if (f == 0.0) continue;
+      for (int32_t i = j; i < m; ++i)
+        pj[i] -= pt[i] * f;
+    }
+    const double dj = pivot(handle, k0 + j, pj[j]);
+    d[j] = dj;
+    pj[j] = 1.0;
+    const double inv = 1.0 / dj;
+    for (int32_t i = j + 1; i < m; ++i)
+      pj[i] *= inv;
+  }
+}
+
+}  // namespace
+
+void VLR_upd_idenseL(int32_t m, int32_t n, double* p, int32_t lda, double* d, PivotFunc pivot,
+                     void* handle, double* work) {
+  if (n < kBlock) {
+    densefac_cols(m, n, p, lda, d, pivot, handle, 0);
+    return;
+  }
+  for (int32_t kb = 0; kb < n; kb += kBlock) {
+    const int32_t bw = std::min(kBlock, n - kb);
+    double* pk = p + kb + static_cast<int64_t>(kb) * lda;
+    densefac_cols(m - kb, bw, pk, lda, d + kb, pivot, handle, kb);
+    const int32_t r = kb + bw;  // first row and column of the trailing part
+    if (r >= n) break;
+    VLR_chdblas3_oa(m - r, n - r, bw, pk + bw, lda, d + kb, pk + bw, lda,
+                    p + r + static_cast<int64_t>(r) * lda, lda, true, work);
+  }
+}
+
+void VLR_lalib_lsolve(int32_t n, const double* l, int32_t lda, double* x) {
+  for (int32_t j = 0; j < n; ++j) {
+    const double xj = x[j];
+    if (xj == 0.0) continue;
+    const double* lj = l + static_cast<int64_t>(j) * lda;
+    for (int32_t i = j + 1; i < n; ++i)
+      x[i] -= lj[i] * xj;
+  }
+}
+
+void VLR_lalib_ltsolve(int32_t n, const double* l, int32_t lda, double* x) {
+  for (int32_t j = n - 1; j >= 0; --j) {
+    const double* lj = l + static_cast<int64_t>(j) * lda;
+    double s = 0.0;
+    for (int32_t i = j + 1; i < n; ++i)
+      s += lj[i] * x[i];
+    x[j] -= s;
+  }
+}
+
+void VLR_lalib_gemvsub(int32_t m, int32_t n, const double* a, int32_t lda, const double* x,
+                       double* y) {
+  for (int32_t j = 0; j < n; ++j) {
+    const double xj = x[j];
+    if (xj == 0.0) continue;
+    const double* aj = a + static_cast<int64_t>(j) * lda;
+    for (int32_t i = 0; i < m; ++i)
+      y[i] -= aj[i] * xj;
+  }
+}
+
+void VLR_lalib_gemvtsub(int32_t m, int32_t n, const double* a, int32_t lda, const double* y,
+                        double* x) {
+  for (int32_t j = 0; j < n; ++j) {
+    const double* aj = a + static_cast<int64_t>(j) * lda;
+    double s = 0.0;
+    for (int32_t i = 0; i < m; ++i)
+      s += aj[i] * y[i];
+    x[j] -= s;
+  }
+}
+
+}  // namespace vlr
