@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <limits>
 
 #include "simplex/simdat.h"
@@ -334,6 +335,93 @@ void SimEngine::keybasis(const int32_t* sk) {
     nstat[static_cast<size_t>(i)] = kNbBasic;
   }
   std::fill(w.begin(), w.end(), 1.0);
+}
+
+struct SimSavedLu {
+  LuFactor* lu;
+  uint64_t key;  // the working matrix and the basis order the factor belongs to
+  int32_t m;
+  int32_t updates;
+  int32_t* head;  // [m]
+  double* w;      // [m]
+};
+
+void VLR_simplex_freesavedlu(SysEnv* sys, SimSavedLu** saved) {
+  if (saved == nullptr || *saved == nullptr) return;
+  VLR_lu_delete(&(*saved)->lu);
+  VLR_sysenv_free(sys, (*saved)->head);
+  VLR_sysenv_free(sys, (*saved)->w);
+  VLR_sysenv_free(sys, *saved);
+  *saved = nullptr;
+}
+
+uint64_t SimEngine::matrixkey() const {
+  uint64_t h = 0xcbf29ce484222325ULL;
+  auto mix = [&h](uint64_t v) { h = (h ^ v) * 0x100000001b3ULL; };
+  mix(static_cast<uint64_t>(m));
+  mix(static_cast<uint64_t>(n));
+  for (int32_t j = 0; j <= n; ++j)
+    mix(static_cast<uint64_t>(abeg[j]));
+  for (int64_t t = 0; t < abeg[n]; ++t) {
+    uint64_t bits = 0;
+    std::memcpy(&bits, &aval[t], sizeof(bits));
+    mix(bits ^ (static_cast<uint64_t>(aidx[t]) << 1));
+  }
+  return h;
+}
+
+bool SimEngine::adoptsavedlu(SimSavedLu* saved) {
+  if (saved == nullptr || saved->lu == nullptr || saved->m != m || m == 0) return false;
+  // The same basic variables, in any order.
+  for (int32_t p = 0; p < m; ++p) {
+    const int32_t k = saved->head[p];
+    if (k < 0 || k >= nt || pos[static_cast<size_t>(k)] < 0) return false;
+  }
+  if (saved->key != matrixkey()) return false;
+  for (int32_t p = 0; p < m; ++p) {
+    const int32_t k = saved->head[p];
+    head[static_cast<size_t>(p)] = k;
+    pos[static_cast<size_t>(k)] = p;
+    w[static_cast<size_t>(p)] = saved->w[p];
+  }
+  VLR_lu_delete(&lu);
+  lu = saved->lu;
+  saved->lu = nullptr;
+  // The factor asks this engine for columns from now on, with this run's tolerances.
+  VLR_lu_puttol(lu, kLuTolRelPiv, par->lurelpiv);
+  if (par->refactorfreq > 0) VLR_lu_puttrh(lu, kLuTrhUpdates, par->refactorfreq);
+  VLR_lu_putgeta(lu, this, simplex_lugeta);
+  updates = saved->updates;
+  return true;
+}
+
+void SimEngine::keepsavedlu(SimSavedLu** saved) {
+  if (m == 0 || lu == nullptr) return;
+  SimSavedLu* s = *saved;
+  if (s != nullptr && s->m != m) VLR_simplex_freesavedlu(sys, saved);
+  s = *saved;
+  if (s == nullptr) {
+    // Out of memory here only means that nothing is kept.
+    s = static_cast<SimSavedLu*>(VLR_sysenv_calloc(sys, 1, sizeof(SimSavedLu)));
+    if (s == nullptr) return;
+    s->head = static_cast<int32_t*>(VLR_sysenv_calloc(sys, m, sizeof(int32_t)));
+    s->w = static_cast<double*>(VLR_sysenv_calloc(sys, m, sizeof(double)));
+    s->m = m;
+    *saved = s;
+    if (s->head == nullptr || s->w == nullptr) {
+      VLR_simplex_freesavedlu(sys, saved);
+      return;
+    }
+  }
+  VLR_lu_delete(&s->lu);
+  s->lu = lu;
+  lu = nullptr;
+  s->key = matrixkey();
+  s->updates = updates;
+  for (int32_t p = 0; p < m; ++p) {
+    s->head[p] = head[static_cast<size_t>(p)];
+    s->w[p] = w[static_cast<size_t>(p)];
+  }
 }
 
 int32_t SimEngine::factor() {

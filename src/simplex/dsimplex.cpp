@@ -354,7 +354,14 @@ int32_t SimEngine::dualloop(int32_t phase) {
   bool fresh = true;  // the factor has no updates since the last recomputation
   int32_t badevents = 0;
   int64_t sincecheck = 0;
+  // Degeneracy is measured over blocks of iterations.
+  int64_t blockstart = iterations(), blockdeg = info->degiter, blocksize = 500;
   for (;;) {
+    if (phase == 2 && dualkickmode != 0 && iterations() - blockstart >= blocksize) {
+      dualkickblock(&blocksize, blockdeg);
+      blockstart = iterations();
+      blockdeg = info->degiter;
+    }
     if (needfactor || (updates > 0 && VLR_lu_factornow(lu) != 0)) {
       if (!dualrefresh()) return kLoopStopped;
       needfactor = false;
@@ -537,6 +544,41 @@ void SimEngine::perturbcost() {
     d[s] += nstat[s] == kNbLower ? amount : -amount;
   }
   info->perturbed = 1;
+}
+
+void SimEngine::dualkick(int32_t level) {
+  double e = level >= 3 ? 1e-5 : (level == 2 ? 1e-6 : 1e-8);
+  if (par->degen == kSimDegenAggressive) e *= 5.0;
+  const double h = 0.01 * e, g = std::min(10.0 * e, 1e-4);
+  int32_t moved = 0;
+  for (int32_t k = 0; k < nt; ++k) {
+    const auto s = static_cast<size_t>(k);
+    const int8_t st = nstat[s];
+    if (st != kNbLower && st != kNbUpper) continue;  // basic, fixed and free stay
+    if (std::fabs(d[s]) >= 1e-4) continue;
+    const double r = random01() + 0.5;
+    const double amount = std::clamp(r * (1.0 + 1.0 / level) * e, r * h, r * g);
+    cost[s] += st == kNbLower ? amount : -amount;
+    d[s] += st == kNbLower ? amount : -amount;
+    ++moved;
+  }
+  if (moved > 0) {
+    dualkicked = true;
+    costshifted = 1;  // the true costs come back at the end
+    info->perturbed = 1;
+  }
+  if (par->loglevel > 5) log("Kick at level %d moved %d costs.\n", level, moved);
+}
+
+void SimEngine::dualkickblock(int64_t* blocksize, int64_t blockdeg) {
+  const double f = static_cast<double>(info->degiter - blockdeg) / static_cast<double>(*blocksize);
+  int32_t level = 0;
+  if (dualkickmode == 3)
+    level = f > 0.5 ? 3 : (f > 0.3 ? 2 : (f > 0.2 ? 1 : 0));
+  else
+    level = f > 0.7 && dualkicked ? 3 : (f > 0.4 ? 2 : (f > 0.3 ? 1 : 0));
+  if (f > 0.05 && level > 0) dualkick(level);
+  if (level == 3) *blocksize += 300;
 }
 
 void SimEngine::removeperturbation() {

@@ -161,6 +161,8 @@ struct SimEngine {
   int32_t ninf = 0;          // first phase: basic variables outside their bounds
   int32_t kickmode = 0;      // 0 none, 1 to 3 rising readiness to kick (see primalkick)
   bool kicked = false;       // a bound has been moved by a kick
+  int32_t dualkickmode = 0;  // the dual's own: 0 none, 2 ready (a hot start), 3 eager
+  bool dualkicked = false;   // a cost has been moved by a kick
   bool boundsmoved = false;  // the working bounds differ from the problem's
   int64_t lastlog = 0;       // iteration of the last log line
   double lastlogtime = 0.0;  // wall clock of the last log line; 0 before the first look
@@ -228,6 +230,11 @@ struct SimEngine {
   void formrow();
   // The split of the row-wise copy by the statuses in pos, from scratch.
   void rowcopysplit();
+  // The kept factor: taken when it belongs to the start basis on this matrix (the basis then
+  // takes its order, and the weights), and left for the next run.
+  bool adoptsavedlu(SimSavedLu* saved);
+  void keepsavedlu(SimSavedLu** saved);
+  uint64_t matrixkey() const;
   // Column k (a structural one; slacks are not in the copy) moves to the basic part of its
   // rows (entering) or to the non-basic part (leaving).
   void rowcopymove(int32_t k, bool entering);
@@ -267,6 +274,11 @@ struct SimEngine {
   // kPhaseOneFeasible, kPhaseOneInfeasible (wrong signs left) or kPhaseOneStopped.
   int32_t dualphaseone();
   void perturbcost();
+  // Moves the costs of the non-basic variables whose reduced costs are near zero a little
+  // further from zero, by a magnitude of the level (1 to 3); the block step chooses the level
+  // from the share of zero dual steps in the last block of iterations.
+  void dualkick(int32_t level);
+  void dualkickblock(int64_t* blocksize, int64_t blockdeg);
   // ---- Primal simplex (psimplex.cpp) ----
   // The primal road from the current basis: pricing choice, bound perturbation unless hot,
   // the phases, and the return to the true bounds. kLoopOptimal, kLoopInfeasible (certificate

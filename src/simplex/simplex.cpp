@@ -203,30 +203,33 @@ void simplex_getsolution(const SimEngine& e, const double* r, const double* s, S
     sol->y[i] = sol->d[i];
 }
 
-// One engine run on lp from the start keys (or the slack basis). The result, unscaled through
-// (r, s) when given, goes to sol. Returns the loop's end.
-int32_t simplex_run(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, const SimLp& lp,
-                    const int32_t* startsk, bool perturb, const double* r, const double* s,
-                    SimSol* sol, SimInfo* info) {
-  SimEngine e(sys);
-  e.par = &par;
-  e.cb = &cb;
-  e.info = info;
+// The body of simplex_run on an engine made for it.
+int32_t simplex_runengine(SimEngine& e, const SimParam& par, const SimLp& lp,
+                          const int32_t* startsk, bool perturb, const double* r, const double* s,
+                          SimSol* sol, SimInfo* info) {
   int32_t rr = e.setup(lp);
   if (rr != kSimOk) {
     info->response = rr;
     return kLoopStopped;
   }
-  if (startsk != nullptr)
+  bool adopted = false;
+  if (startsk != nullptr) {
     e.keybasis(startsk);
-  else
+    if (par.savelu != 0 && e.cb->savedlu != nullptr) adopted = e.adoptsavedlu(*e.cb->savedlu);
+  } else {
     e.slackbasis();
+  }
   if (startsk == nullptr && par.slot == kSimSlotDual && par.dualcrash > 0) {
     const int32_t placed = e.dualcrash(par.dualcrash);
     info->numcrashed += placed;
     if (placed > 0) e.log("Dual crash placed %d columns in the basis.\n", placed);
   }
-  rr = e.factor();
+  if (adopted) {
+    info->hotstartlu = 1;
+    e.rowcopysplit();
+  } else {
+    rr = e.factor();
+  }
   if (rr != kSimOk) {
     info->response = rr;
     return kLoopStopped;
@@ -275,7 +278,12 @@ int32_t simplex_run(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, co
       }
       return kLoopUnbounded;
     }
-    if (perturb && round == 0 && par.degen != kSimDegenNone) {
+    // A cold start perturbs the costs once; a hot start keeps the true costs and is kicked
+    // only where it stalls. (Kicks on top of the start's perturbation only added iterations:
+    // qap12 28298 to 37398.)
+    const bool room = par.maxiter - info->iter[par.slot] > 100;
+    e.dualkickmode = round == 0 && par.degen != kSimDegenNone && room && !perturb ? 2 : 0;
+    if (perturb && round == 0 && par.degen != kSimDegenNone && room) {
       e.perturbcost();
       perturbed = true;
     }
@@ -322,6 +330,21 @@ int32_t simplex_run(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, co
       sol->y[i] = r != nullptr ? v * r[i] : v;
     }
   }
+  return end;
+}
+
+// One engine run on lp from the start keys (or the slack basis). The result, unscaled through
+// (r, s) when given, goes to sol. Returns the loop's end. With savelu the factor of the last
+// basis stays for the next run.
+int32_t simplex_run(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, const SimLp& lp,
+                    const int32_t* startsk, bool perturb, const double* r, const double* s,
+                    SimSol* sol, SimInfo* info) {
+  SimEngine e(sys);
+  e.par = &par;
+  e.cb = &cb;
+  e.info = info;
+  const int32_t end = simplex_runengine(e, par, lp, startsk, perturb, r, s, sol, info);
+  if (par.savelu != 0 && cb.savedlu != nullptr && end != kLoopStopped) e.keepsavedlu(cb.savedlu);
   return end;
 }
 

@@ -65,6 +65,7 @@ struct SimParam {
   int32_t hotstart = 1;       // 0 ignore a given basis; otherwise use it
   int32_t dualselection = 0;  // selection number of the dual pricing
   int32_t dualcrash = 0;      // percent of the rows a crash of the dual start may claim; 0 none
+  int32_t savelu = 0;         // keep the last factor in SimCallbacks::savedlu
   // Primal pricing: 0 free, 1 full, 2 approximate steepest edge, 3 devex, 4 steepest edge,
   // 5 partial (the task's VLR_SIM_SELECTION_* numbering).
   int32_t primalselection = 0;
@@ -91,13 +92,22 @@ struct SimParam {
   int32_t presolveelimfill = 1;    // fill a column doubleton's substitution may add
 };
 
-// Progress and text of a run. Both may be null.
+// The factor of a run's last basis, kept for the next run (VLR_IPAR_SIM_SAVE_LU): a run that
+// starts from the same basic variables on the same working matrix takes it in place of a new
+// factor. Owned by the caller, freed by VLR_simplex_freesavedlu.
+struct SimSavedLu;
+void VLR_simplex_freesavedlu(SysEnv* sys, SimSavedLu** saved);
+
+// Progress and text of a run, and the kept factor. Any may be null.
 struct SimCallbacks {
   void* handle = nullptr;
   // Prints text made of whole lines.
   void (*log)(void* handle, const char* text) = nullptr;
   // Called at a regular count of iterations; a non-zero result stops the run (response 7).
   int32_t (*progress)(void* handle, int64_t iterations, double pobj, double dobj) = nullptr;
+  // Where the factor of the last basis is kept when SimParam::savelu is set; each run may take
+  // what it finds there and leaves its own.
+  SimSavedLu** savedlu = nullptr;
 };
 
 // What a run reports.
@@ -127,9 +137,10 @@ struct SimInfo {
   int32_t numsetbacks = 0;
   int32_t dualized = 0;
   int32_t perturbed = 0;
-  int32_t cleaned = 0;    // a clean-up run on the unscaled, unperturbed problem was needed
-  int32_t hotstart = 0;   // the run started from the given status keys
-  int32_t presolved = 0;  // presolve ran and its reduced problem was solved
+  int32_t cleaned = 0;     // a clean-up run on the unscaled, unperturbed problem was needed
+  int32_t hotstart = 0;    // the run started from the given status keys
+  int32_t hotstartlu = 0;  // ... and from the factor kept by the previous run
+  int32_t presolved = 0;   // presolve ran and its reduced problem was solved
   int32_t prslvnumcon = 0, prslvnumvar = 0;  // size of the reduced problem
   int64_t prslvnumanz = 0;
   double prslvlindeptime = 0.0;

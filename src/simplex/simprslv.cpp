@@ -122,6 +122,7 @@ bool VLR_simplex_presolveandsolve(SysEnv* sys, const SimParam& par, const SimCal
   info->dobj = cinfo.dobj;
   info->cleaned = cinfo.cleaned;
   info->hotstart = cinfo.hotstart;
+  info->hotstartlu = cinfo.hotstartlu;
   info->presolved = 1;
   return true;
 }

@@ -16,8 +16,9 @@ struct VLRtask_s {};
 namespace vlr {
 
 struct ScratchPool;
-struct TaskData;  // the problem (velor/probdata.h)
-struct SolStore;  // the three solutions (velor/probdata.h)
+struct TaskData;    // the problem (velor/probdata.h)
+struct SolStore;    // the three solutions (velor/probdata.h)
+struct SimSavedLu;  // the simplex's kept factor (simplex/simplex.h)
 
 constexpr int32_t kVersionMajor = 6;
 constexpr int32_t kVersionMinor = 0;
@@ -82,6 +83,7 @@ struct Task {
   int32_t inuse;                 // 1 while an optimiser runs on the task, 2 while refusing a call
   TaskData* data;                // the problem; null after a failed resize until the next call
   SolStore* sols;                // the solutions; null entries until made
+  SimSavedLu* savedlu;           // the simplex's last factor under VLR_IPAR_SIM_SAVE_LU, or null
 };
 
 // "VELOR version 6.0.0.148" into buf.

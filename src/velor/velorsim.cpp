@@ -225,6 +225,8 @@ void velorsim_report(Task* task, const SimInfo& info, double sense, bool primal,
                  static_cast<int32_t>(info.infiter));
   VLRP_putintinf(task, primal ? VLR_IINF_SIM_PRIMAL_HOTSTART : VLR_IINF_SIM_DUAL_HOTSTART,
                  info.hotstart);
+  VLRP_putintinf(task, primal ? VLR_IINF_SIM_PRIMAL_HOTSTART_LU : VLR_IINF_SIM_DUAL_HOTSTART_LU,
+                 info.hotstartlu);
   VLRP_putdouinf(task, VLR_DINF_PRESOLVE_TIME, info.prslvtime);
   VLRP_putdouinf(task, VLR_DINF_PRESOLVE_LINDEP_TIME, info.prslvlindeptime);
   // The size of the problem the simplex solved: presolve's when its basis was kept.
@@ -368,6 +370,9 @@ int32_t velorsim_run(Task* task, int32_t optimizer) {
   cb.handle = &handle;
   cb.log = velorsim_log;
   cb.progress = velorsim_progress;
+  par.savelu = task->iparam[VLR_IPAR_SIM_SAVE_LU] == VLR_ON ? 1 : 0;
+  if (par.savelu == 0) VLR_simplex_freesavedlu(sys, &task->savedlu);
+  cb.savedlu = &task->savedlu;
   const char* name = primal ? "Primal" : "Dual";
   if (par.loglevel > 0) {
     VLRP_echotask(task, VLR_STREAM_LOG, "%s simplex optimizer started.\n", name);

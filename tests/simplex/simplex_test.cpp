@@ -318,6 +318,38 @@ TEST_P(SimplexTest, DualCrashStartsFromATriangularBasis) {
   }
 }
 
+// An assignment problem with costs of three values is dual degenerate throughout. Started hot
+// from the slack basis the dual keeps the true costs, stalls, and is kicked; the kicks leave the
+// optimum as it is.
+TEST_P(SimplexTest, AStallingHotStartIsKickedAndEndsAtTheSameOptimum) {
+  if (GetParam() != vlr::kSimSlotDual) GTEST_SKIP() << "kicks move the dual's costs";
+  const int32_t k = 150;
+  Lp lp;
+  for (int32_t i = 0; i < 2 * k; ++i)
+    lp.Row(VLR_BK_FX, 1.0, 1.0);
+  uint32_t seed = 12345;
+  for (int32_t a = 0; a < k; ++a) {
+    for (int32_t b = 0; b < k; ++b) {
+      seed = seed * 1664525u + 1013904223u;
+      lp.Col(1.0 + (seed >> 16) % 3, VLR_BK_LO, 0.0, kInf, {{a, 1.0}, {k + b, 1.0}});
+    }
+  }
+  const Outcome cold = Solve(lp);
+  std::vector<int32_t> slack(static_cast<size_t>(lp.m + lp.n), VLR_SK_LOW);
+  for (int32_t i = 0; i < lp.m; ++i)
+    slack[static_cast<size_t>(i)] = VLR_SK_BAS;
+  const Outcome hot = Solve(lp, slack);
+  double obj = 0.0;
+  for (int32_t j = 0; j < lp.n; ++j)
+    obj += lp.c[j] * cold.x[lp.m + j];
+  ExpectOptimal(lp, cold, obj);
+  ExpectOptimal(lp, hot, obj);
+  EXPECT_EQ(hot.info.hotstart, 1);
+  EXPECT_EQ(hot.info.perturbed, 1);
+  // Without kicks the run takes about 6100 iterations, almost all degenerate; with them 1300.
+  EXPECT_LT(hot.Iters(), 3000) << hot.info.degiter << " degenerate";
+}
+
 INSTANTIATE_TEST_SUITE_P(Roads, SimplexTest,
                          ::testing::Values(vlr::kSimSlotDual, vlr::kSimSlotPrimal),
                          [](const ::testing::TestParamInfo<int32_t>& p) {

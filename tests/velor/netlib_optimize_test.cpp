@@ -492,6 +492,63 @@ TEST_P(NetlibResolve, ABoundChangeResolvesFromTheBasisInFewIterations) {
   EXPECT_GE(p.sgn * Check(p, s2).pobj, p.sgn * obj1 - 1e-9 * std::max(1.0, std::fabs(obj1)));
 }
 
+// With the factor kept, a run from the same basis on the same matrix takes it instead of
+// factoring (a bound change keeps the matrix); a changed entry makes it useless, and the run
+// factors afresh. Each run still ends optimal on its own data.
+TEST_P(NetlibResolve, TheKeptFactorServesTheNextRunOnTheSameMatrixOnly) {
+  auto env = vlrtest::MakeEnv();
+  auto task = ReadTask(env.get(), GetParam(), VLR_OPTIMIZER_DUAL_SIMPLEX);
+  ASSERT_EQ(VLR_putintparam(task.get(), VLR_IPAR_SIM_SAVE_LU, VLR_ON), VLR_RES_OK);
+  auto fromkept = [&]() {
+    int32_t v = -1;
+    EXPECT_EQ(VLR_getintinf(task.get(), VLR_IINF_SIM_DUAL_HOTSTART_LU, &v), VLR_RES_OK);
+    return v;
+  };
+  ASSERT_NO_FATAL_FAILURE(Optimize(task.get()));
+  EXPECT_EQ(fromkept(), 0);
+  Lp p = TakeLp(task.get());
+  const Sol s1 = TakeSol(task.get(), p);
+  ASSERT_EQ(s1.solsta, VLR_SOL_STA_OPTIMAL);
+
+  int32_t pick = -1;
+  for (int32_t j = 0; j < p.n && pick < 0; ++j) {
+    const auto jj = size_t(j);
+    if (s1.skx[jj] == VLR_SK_BAS && s1.xx[jj] > (HasLow(p.bkx[jj]) ? p.blx[jj] : -1e30) + 1e-3)
+      pick = j;
+  }
+  ASSERT_GE(pick, 0);
+  const double cut = s1.xx[size_t(pick)] - 1e-3;
+  ASSERT_EQ(VLR_chgbound(task.get(), VLR_ACC_VAR, pick, 0, 1, cut), VLR_RES_OK);
+  ASSERT_NO_FATAL_FAILURE(Optimize(task.get()));
+  EXPECT_EQ(fromkept(), 1) << "a bound change keeps the matrix";
+  p = TakeLp(task.get());
+  Sol s2 = TakeSol(task.get(), p);
+  if (s2.solsta != VLR_SOL_STA_PRIM_INFEAS_CER) {
+    ASSERT_EQ(s2.solsta, VLR_SOL_STA_OPTIMAL);
+    ExpectOptimal(p, s2, "from the kept factor");
+  }
+
+  // Scale an entry of a basic column: same pattern, other values.
+  int32_t row = -1;
+  double aij = 0.0;
+  for (int32_t i = 0; i < p.m && row < 0; ++i) {
+    ASSERT_EQ(VLR_getaij(task.get(), i, pick, &aij), VLR_RES_OK);
+    if (aij != 0.0) row = i;
+  }
+  ASSERT_GE(row, 0);
+  ASSERT_EQ(VLR_putaij(task.get(), row, pick, aij * 1.5), VLR_RES_OK);
+  ASSERT_NO_FATAL_FAILURE(Optimize(task.get()));
+  EXPECT_EQ(fromkept(), 0) << "a changed entry calls for a new factor";
+  p = TakeLp(task.get());
+  s2 = TakeSol(task.get(), p);
+  if (s2.solsta == VLR_SOL_STA_PRIM_INFEAS_CER) {
+    ExpectCertificate(p, s2, "after the change of an entry");
+    return;
+  }
+  ASSERT_EQ(s2.solsta, VLR_SOL_STA_OPTIMAL);
+  ExpectOptimal(p, s2, "after the change of an entry");
+}
+
 INSTANTIATE_TEST_SUITE_P(Opt, NetlibResolve,
                          ::testing::ValuesIn(Named({"afiro", "adlittle", "sc205", "scagr25",
                                                     "ship04l", "stocfor1"})),
