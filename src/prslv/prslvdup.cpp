@@ -36,10 +36,11 @@ struct LineKey {
   int32_t count;
   uint64_t hash;
   double ref;
+  double ratio;  // columns: cost over ref, which duplicates share; rows: 0
 };
 
 LineKey prslvdup_key(const PrslvLines& l, int32_t q, const int8_t* alive) {
-  LineKey key{q, 0, 0, 0.0};
+  LineKey key{q, 0, 0, 0.0, 0.0};
   int32_t first = std::numeric_limits<int32_t>::max();
   for (int64_t k = l.beg[q]; k < VLR_prslv_lineend(l, q); ++k) {
     const int32_t o = l.idx[k];
@@ -63,6 +64,7 @@ LineKey prslvdup_key(const PrslvLines& l, int32_t q, const int8_t* alive) {
 bool prslvdup_less(const LineKey& a, const LineKey& b) {
   if (a.count != b.count) return a.count < b.count;
   if (a.hash != b.hash) return a.hash < b.hash;
+  if (a.ratio != b.ratio) return a.ratio < b.ratio;
   return a.line < b.line;
 }
 
@@ -165,12 +167,15 @@ int32_t prslvdup_mergecols(prslv* p, int32_t j, int32_t k, double lambda, PrslvS
 }
 
 // Sorted keys of the living lines of one view with at least two entries; returns their number.
+// With costs (columns), lines of one pattern come in the order of their cost ratio.
 int32_t prslvdup_keys(const PrslvLines& l, const int8_t* linealive, const int8_t* otheralive,
-                      LineKey* keys) {
+                      const double* cost, LineKey* keys) {
   int32_t nk = 0;
   for (int32_t q = 0; q < l.num; ++q) {
     if (!linealive[q]) continue;
-    const LineKey key = prslvdup_key(l, q, otheralive);
+    LineKey key = prslvdup_key(l, q, otheralive);
+    if (cost != nullptr && key.count > 0) key.ratio = cost[q] / key.ref;
+    if (!std::isfinite(key.ratio)) key.ratio = 0.0;  // keeps the sort's order strict
     if (key.count >= 2) keys[nk++] = key;
   }
   std::sort(keys, keys + nk, prslvdup_less);
@@ -185,7 +190,7 @@ int32_t VLR_prslv_checkdupcon(const PrslvParam& param, prslv* p, PrslvStat* stat
   SysBuf<LineKey> keys(p->sys, VLR_HERE, m);
   SysBuf<double> scatter(p->sys, VLR_HERE, p->numvar);
   if (!keys || !scatter) return kPrslvNoSpace;
-  const int32_t nk = prslvdup_keys(p->row, p->rowalive, p->colalive, keys.get());
+  const int32_t nk = prslvdup_keys(p->row, p->rowalive, p->colalive, nullptr, keys.get());
   for (int32_t g = 0; g < nk && stat->prosta == 0;) {
     int32_t end = g + 1;
     while (end < nk && keys[end].count == keys[g].count && keys[end].hash == keys[g].hash)
@@ -218,16 +223,22 @@ int32_t VLR_prslv_checkdupvar(const PrslvParam& param, prslv* p, PrslvStat* stat
   SysBuf<LineKey> keys(p->sys, VLR_HERE, n);
   SysBuf<double> scatter(p->sys, VLR_HERE, p->numcon);
   if (!keys || !scatter) return kPrslvNoSpace;
-  const int32_t nk = prslvdup_keys(p->col, p->colalive, p->rowalive, keys.get());
+  const int32_t nk = prslvdup_keys(p->col, p->colalive, p->rowalive, p->c, keys.get());
   for (int32_t g = 0; g < nk;) {
     int32_t end = g + 1;
     while (end < nk && keys[end].count == keys[g].count && keys[end].hash == keys[g].hash)
       ++end;
     for (int32_t a = g; a < end; ++a) {
       const int32_t j = keys[a].line;
-      if (!p->colalive[j]) continue;
+      // Columns of one pattern may be many (one per period or product) with costs of their
+      // own: those whose cost ratio lies apart are never compared.
+      const double near = 1e-6 * (1.0 + std::fabs(keys[a].ratio));
+      int32_t last = a + 1;
+      while (last < end && keys[last].ratio - keys[a].ratio <= near)
+        ++last;
+      if (!p->colalive[j] || last == a + 1) continue;
       prslvdup_scatter(p->col, j, p->rowalive, scatter.get(), 1.0);
-      for (int32_t b = a + 1; b < end; ++b) {
+      for (int32_t b = a + 1; b < last; ++b) {
         const int32_t k = keys[b].line;
         const double lambda = keys[b].ref / keys[a].ref;
         if (!p->colalive[k] || p->cl[k] == p->cu[k] || p->cl[j] == p->cu[j]) continue;

@@ -119,7 +119,7 @@ int32_t VLR_prslv_chklinblkcon(const PrslvParam& param, prslv* p, PrslvStat* sta
   int64_t work = 0;
   for (int32_t c = 0; c < nc && stat->prosta == 0; ++c) {
     if (map[c] >= ne) continue;
-    const int32_t i = eqrow[map[c]];
+    const int32_t i0 = eqrow[map[c]];
     double* x = rwork.get();
     for (int32_t q = 0; q < nc; ++q)
       x[q] = 0.0;
@@ -129,9 +129,11 @@ int32_t VLR_prslv_chklinblkcon(const PrslvParam& param, prslv* p, PrslvStat* sta
     // of all candidates together is limited to a few passes over the equations.
     double zmax = 0.0, zb = 0.0, bsize = 0.0;
     int32_t ntouched = 0;
+    bool usesdead = false;  // a row an earlier dependency took out
     for (int32_t e = 0; e < ne; ++e) {
       if (z[e] == 0.0) continue;
       const int32_t row = eqrow[e];
+      usesdead = usesdead || !p->rowalive[row];
       zmax = std::max(zmax, std::fabs(z[e]));
       zb += z[e] * p->rl[row];
       bsize = std::max(bsize, std::fabs(z[e] * p->rl[row]));
@@ -145,7 +147,7 @@ int32_t VLR_prslv_chklinblkcon(const PrslvParam& param, prslv* p, PrslvStat* sta
       work += p->row.len[row];
     }
     work += ne + nc;  // the solve and the reset of its input
-    bool dependent = zmax < 1e8;
+    bool dependent = zmax < 1e8 && !usesdead;
     for (int32_t t = 0; t < ntouched; ++t) {
       const int32_t q = touched[t];
       dependent = dependent && std::fabs(acc[q]) <= tolz * zmax;
@@ -159,6 +161,14 @@ int32_t VLR_prslv_chklinblkcon(const PrslvParam& param, prslv* p, PrslvStat* sta
       // A combination of the equations reads 0 = z'b, far from zero: no point meets them.
       if (std::fabs(zb) > 1e3 * tolb) stat->prosta = VLR_PRO_STA_PRIM_INFEAS;
       continue;
+    }
+    // Any row of the combination can go. The one with the most entries goes: on a network
+    // that is a hub, whose slack would have stayed basic in the simplex anyway, and the trees
+    // the bases form below it stay shallow, with sparse rows of their inverse.
+    int32_t i = i0;
+    for (int32_t e = 0; e < ne; ++e) {
+      const int32_t row = eqrow[e];
+      if (std::fabs(z[e]) >= 0.1 * zmax && p->connz[row] > p->connz[i]) i = row;
     }
     int32_t* is = nullptr;
     double* ds = nullptr;

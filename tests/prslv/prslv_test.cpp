@@ -303,6 +303,50 @@ TEST_F(PrslvTest, DependentEquationsGoOrProveInfeasibility) {
   }
 }
 
+// Two dependencies that share rows: row 2 = row 0 + row 1 and row 3 = row 0 - row 1, row 0 the
+// densest. Whichever row of a combination the check drops, the rest must still describe the
+// same set, and postsolve must give the plain optimum; a row on a balanced transport problem's
+// supply and demand sides (their sums agree) goes too.
+TEST_F(PrslvTest, OverlappingDependenciesAndABalancedTransportKeepTheOptimum) {
+  for (const double rhs3 : {-1.0, -1.5}) {
+    Lp lp;
+    lp.AddRow(VLR_BK_FX, 6, 6);
+    lp.AddRow(VLR_BK_FX, 7, 7);
+    lp.AddRow(VLR_BK_FX, 13, 13);
+    lp.AddRow(VLR_BK_FX, rhs3, rhs3);
+    // Row 0: x0 + x1 + x2 + x3 + x4, row 1: 2 x0 - x1 + x2 + 3 x3 - x4.
+    const double r0[5] = {1, 1, 1, 1, 1}, r1[5] = {2, -1, 1, 3, -1};
+    for (int32_t j = 0; j < 5; ++j) {
+      lp.AddCol(1.0 + 0.5 * j, VLR_BK_RA, 0, 5,
+                {{0, r0[j]}, {1, r1[j]}, {2, r0[j] + r1[j]}, {3, r0[j] - r1[j]}});
+    }
+    const Outcome o = Compare(sys_, &lp, "overlap " + std::to_string(rhs3), 1e-7, 0);
+    if (rhs3 == -1.0) {
+      ASSERT_EQ(o.plain.solsta, VLR_SOL_STA_OPTIMAL);
+      EXPECT_GE(o.stat.numlindep, 1);
+      EXPECT_EQ(o.cleanupiter, 0);
+    } else {
+      EXPECT_EQ(o.stat.prosta, VLR_PRO_STA_PRIM_INFEAS);
+    }
+  }
+  // 4 sources with supplies 5, 7, 3, 9 and 3 sinks with demands 8, 8, 8; every arc, costs by
+  // position.
+  Lp t;
+  const double supply[4] = {5, 7, 3, 9}, demand[3] = {8, 8, 8};
+  for (const double v : supply)
+    t.AddRow(VLR_BK_FX, v, v);
+  for (const double v : demand)
+    t.AddRow(VLR_BK_FX, v, v);
+  for (int32_t a = 0; a < 4; ++a) {
+    for (int32_t b = 0; b < 3; ++b)
+      t.AddCol(1.0 + (a * 7 + b * 3) % 5, VLR_BK_LO, 0, kInf, {{a, 1.0}, {4 + b, 1.0}});
+  }
+  const Outcome o = Compare(sys_, &t, "transport", 1e-7, 0);
+  ASSERT_EQ(o.plain.solsta, VLR_SOL_STA_OPTIMAL);
+  EXPECT_EQ(o.stat.numlindep, 1);
+  EXPECT_EQ(o.cleanupiter, 0);
+}
+
 // The use switch at 0 keeps the problem whole, and postsolve still maps the solution.
 TEST_F(PrslvTest, UseOffKeepsTheProblemAndPostsolveStillWorks) {
   Lp lp;
