@@ -273,30 +273,61 @@ int32_t prslv_emptycol(prslv* p, int32_t j, PrslvStat* stat) {
   return prslv_fixcol(p, j, 0.0, kPrslvVarFixZero);
 }
 
-// The duals of the rows are bounded by the rows' sides: y >= 0 for a row with a lower side only,
-// y <= 0 with an upper side only. When every dual those bounds allow makes the reduced cost of
-// column j positive, x_j sits at its lower bound in every optimum; negative, at its upper.
-int32_t prslv_dominated(const PrslvParam& param, prslv* p, int32_t j, PrslvStat* stat,
-                        int32_t* changed) {
+// Bounds on the duals that every dual feasible y meets: y >= 0 for a row with a lower side only,
+// y <= 0 with an upper side only, and from each column with one living entry a in row i, which
+// needs c - a y_i >= 0 without an upper bound and <= 0 without a lower one.
+void prslv_dualbounds(const PrslvParam& param, const prslv* p, double* ylo, double* yup) {
+  for (int32_t i = 0; i < p->numcon; ++i) {
+    const bool haslo = p->rl[i] > -kInf, hasup = p->ru[i] < kInf;
+    ylo[i] = haslo && !hasup ? 0.0 : -kInf;
+    yup[i] = hasup && !haslo ? 0.0 : kInf;
+  }
+  for (int32_t j = 0; j < p->numvar; ++j) {
+    if (!p->colalive[j] || p->varnz[j] != 1) continue;
+    int32_t i = -1;
+    double a = 0.0;
+    for (int64_t k = p->col.beg[j]; k < VLR_prslv_lineend(p->col, j); ++k) {
+      if (p->rowalive[p->col.idx[k]]) {
+        i = p->col.idx[k];
+        a = p->col.val[k];
+        break;
+      }
+    }
+    if (i < 0 || std::fabs(a) <= param.tolaij) continue;
+    const double t = p->c[j] / a;
+    // a y_i <= c without an upper bound, a y_i >= c without a lower one.
+    if (p->cu[j] == kInf)
+      (a > 0 ? yup[i] : ylo[i]) = a > 0 ? std::min(yup[i], t) : std::max(ylo[i], t);
+    if (p->cl[j] == -kInf)
+      (a > 0 ? ylo[i] : yup[i]) = a > 0 ? std::max(ylo[i], t) : std::min(yup[i], t);
+  }
+}
+
+// With the duals in [ylo, yup] (null: the bounds of the rows' sides alone): when every dual
+// allowed makes the reduced cost of column j positive, x_j sits at its lower bound in every
+// optimum; negative, at its upper. A singleton column's own bound is not used on itself.
+int32_t prslv_dominated(const PrslvParam& param, prslv* p, int32_t j, const double* ylo,
+                        const double* yup, PrslvStat* stat, int32_t* changed) {
   double sumlo = 0.0, sumup = 0.0;  // least and greatest of a_j'y
   bool lovalid = true, upvalid = true;
+  const bool single = p->varnz[j] == 1;
   for (int64_t k = p->col.beg[j]; k < VLR_prslv_lineend(p->col, j) && (lovalid || upvalid); ++k) {
     const int32_t i = p->col.idx[k];
     if (!p->rowalive[i]) continue;
     const double a = p->col.val[k];
     if (std::fabs(a) <= param.tolaij) continue;
-    const bool haslo = p->rl[i] > -kInf, hasup = p->ru[i] < kInf;
-    // y in [ylo, yup]: [0, inf) with a lower side only, (-inf, 0] with an upper side only.
-    const bool ylofinite = haslo && !hasup, yupfinite = hasup && !haslo;
-    if (a > 0) {
-      lovalid = lovalid && ylofinite;
-      upvalid = upvalid && yupfinite;
-    } else {
-      lovalid = lovalid && yupfinite;
-      upvalid = upvalid && ylofinite;
+    double lo = ylo != nullptr ? ylo[i] : 0.0, up = yup != nullptr ? yup[i] : 0.0;
+    if (single || ylo == nullptr) {
+      const bool haslo = p->rl[i] > -kInf, hasup = p->ru[i] < kInf;
+      lo = haslo && !hasup ? 0.0 : -kInf;
+      up = hasup && !haslo ? 0.0 : kInf;
     }
+    const double l = a > 0 ? a * lo : a * up, u = a > 0 ? a * up : a * lo;
+    lovalid = lovalid && l > -kInf;
+    upvalid = upvalid && u < kInf;
+    if (lovalid) sumlo += l;
+    if (upvalid) sumup += u;
   }
-  // With both finite dual bounds 0, the sums are 0 when valid.
   const double c = p->c[j];
   const double dmax = c - sumlo, dmin = c - sumup;
   if (upvalid && dmin > param.tols) {
@@ -693,6 +724,20 @@ int32_t VLR_prslv_checkproblem(const PrslvParam& param, prslv* p, PrslvStat* sta
   for (int32_t i = 0; i < p->numcon && r == kPrslvOk && stat->prosta == 0; ++i) {
     if (p->rowalive[i]) r = prslv_checkcon(param, p, i, stat, changed);
   }
+  // Dominated columns by the dual bounds of the problem as it stands: one sweep before the
+  // substitutions below change what the bounds were derived from. Fixing a column keeps them
+  // true of this problem, whose optima all lie on the sides found; a dual that postsolve then
+  // leaves outside a fixed column's sign is mended by the simplex from the postsolved basis.
+  const bool dual = !param.updateprimal && !param.updatedual;
+  if (dual && r == kPrslvOk && stat->prosta == 0) {
+    SysBuf<double> ylo(p->sys, VLR_HERE, p->numcon), yup(p->sys, VLR_HERE, p->numcon);
+    if (!ylo || !yup) return kPrslvNoSpace;
+    prslv_dualbounds(param, p, ylo.get(), yup.get());
+    for (int32_t j = 0; j < p->numvar && r == kPrslvOk && stat->prosta == 0; ++j) {
+      if (p->colalive[j] && p->cl[j] < p->cu[j] && p->varnz[j] > 0)
+        r = prslv_dominated(param, p, j, ylo.get(), yup.get(), stat, changed);
+    }
+  }
   for (int32_t j = 0; j < p->numvar && r == kPrslvOk && stat->prosta == 0; ++j) {
     if (!p->colalive[j]) continue;
     if (p->cl[j] == p->cu[j]) {
@@ -711,11 +756,11 @@ int32_t VLR_prslv_checkproblem(const PrslvParam& param, prslv* p, PrslvStat* sta
         r = prslv_slackcol(p, j, stat, changed);
       }
       if (r == kPrslvOk && stat->numeliminated == before && stat->numslackcol == slackbefore &&
-          !param.updateprimal && !param.updatedual) {
-        r = prslv_dominated(param, p, j, stat, changed);
+          dual) {
+        r = prslv_dominated(param, p, j, nullptr, nullptr, stat, changed);
       }
-    } else if (!param.updateprimal && !param.updatedual) {
-      r = prslv_dominated(param, p, j, stat, changed);
+    } else if (dual) {
+      r = prslv_dominated(param, p, j, nullptr, nullptr, stat, changed);
     }
   }
   return r;

@@ -857,10 +857,13 @@ void SimEngine::formrow() {
           alc[cidx[s]] += r * cval[s];
       }
       // Branch-free: about half the entries are non-zero here, a branch would be a coin toss.
+      // The test is on the bits, the sign shifted out (-0 is zero too), which spares the
+      // floating-point compare its care for NaN.
       const int32_t nn = n;
+      const auto* bits = reinterpret_cast<const uint64_t*>(alc);
       for (int32_t j = 0; j < nn; ++j) {
         ai[nz] = mm + j;
-        nz += alc[j] != 0.0 ? 1 : 0;
+        nz += (bits[j] << 1) != 0 ? 1 : 0;
       }
     } else {
       int8_t* mkc = mk + mm;

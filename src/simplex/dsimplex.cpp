@@ -153,12 +153,10 @@ int32_t SimEngine::dualratio(double sgn, double delta) {
     cr[nc] = dk;
     nc += a > tp ? 1 : 0;
   }
-  // The ratios and their Harris relaxation, of the kept ones only.
+  // The Harris bound, the least relaxed ratio (d + tol) / |alpha|: a candidate lowers it only
+  // when d + tol < bound |alpha|, which after the first few is rare, so that few divide.
   for (int32_t c = 0; c < nc; ++c) {
-    const double dk = cr[c], inv = 1.0 / ca[c];
-    cr[c] = dk * inv;
-    cx[c] = (dk + ts) * inv;
-    bound = std::min(bound, cx[c]);
+    if (cr[c] + ts < bound * ca[c]) bound = (cr[c] + ts) / ca[c];
   }
   numflips = 0;
   if (nc == 0) return -1;
@@ -177,22 +175,29 @@ int32_t SimEngine::dualratio(double sgn, double delta) {
     int32_t gq = -1, g = 0;
     for (int32_t c = 0; c < nc; ++c) {
       const auto sc = static_cast<size_t>(c);
-      if (candratio[sc] > bound) continue;
+      if (cr[c] > bound * ca[c]) continue;  // its ratio lies beyond the bound
       ++g;
       const auto k = static_cast<size_t>(cand[sc]);
       gslope += candabs[sc] * (ub[k] - lb[k]);  // inf for a variable that is not boxed
       if (better(sc, gq, gbest)) gbest = candabs[sc], gq = cand[sc];
     }
     if (!(slope - gslope > 0.0 && g < nc)) return slope - gslope > tolx ? -1 : gq;
-    // The group swaps; the rest go to the front in order of ratio.
+    // The group swaps; the rest go to the front in order of ratio, with their ratios and
+    // relaxed ratios.
     int32_t left = 0;
     for (int32_t c = 0; c < nc; ++c) {
       const auto sc = static_cast<size_t>(c);
-      if (candratio[sc] > bound) {
+      if (cr[c] > bound * ca[c]) {
         candorder[static_cast<size_t>(left++)] = c;
       } else {
         flips[static_cast<size_t>(numflips++)] = cand[sc];
       }
+    }
+    for (int32_t t = 0; t < left; ++t) {
+      const int32_t c = candorder[static_cast<size_t>(t)];
+      const double dk = cr[c], inv = 1.0 / ca[c];
+      cr[c] = dk * inv;
+      cx[c] = (dk + ts) * inv;
     }
     slope -= gslope;
     nc = left;

@@ -347,6 +347,25 @@ TEST_F(PrslvTest, OverlappingDependenciesAndABalancedTransportKeepTheOptimum) {
   EXPECT_EQ(o.cleanupiter, 0);
 }
 
+// min x0 + 3 x1 - x2 + 2 s, r0: x0 + x1 + s = 5, r1: x1 + x2 <= 4, r2: x0 + x2 >= 1. The
+// singleton s (no upper bound, cost 2) caps the equation's dual at 2, and r1's dual is at most
+// 0, so x1's reduced cost is at least 3 - 2 = 1 for every dual feasible y: x1 rests at 0 in every
+// optimum, which the rows' sides alone (r0's dual free) do not show.
+TEST_F(PrslvTest, ADualBoundFromASingletonColumnShowsAColumnDominated) {
+  Lp lp;
+  lp.AddRow(VLR_BK_FX, 5, 5);
+  lp.AddRow(VLR_BK_UP, -kInf, 4);
+  lp.AddRow(VLR_BK_LO, 1, kInf);
+  lp.AddCol(1, VLR_BK_RA, 0, 10, {{0, 1}, {2, 1}});
+  lp.AddCol(3, VLR_BK_RA, 0, 10, {{0, 1}, {1, 1}});
+  lp.AddCol(-1, VLR_BK_RA, 0, 3, {{1, 1}, {2, 1}});
+  lp.AddCol(2, VLR_BK_LO, 0, kInf, {{0, 1}});
+  const Outcome o = Compare(sys_, &lp, "dual bound", 1e-7, 0);
+  ASSERT_EQ(o.plain.solsta, VLR_SOL_STA_OPTIMAL);
+  EXPECT_GE(o.stat.numdominated, 1);
+  EXPECT_EQ(o.cleanupiter, 0);
+}
+
 // The use switch at 0 keeps the problem whole, and postsolve still maps the solution.
 TEST_F(PrslvTest, UseOffKeepsTheProblemAndPostsolveStillWorks) {
   Lp lp;
