@@ -296,6 +296,7 @@ bool SimEngine::dualupdate(int32_t p, int32_t q, double sgn, double target, bool
   }
 
   ftrantau();
+  info->denstau += static_cast<double>(tau.nz) / m;
 
   // Primal step: the leaving variable goes to its bound, the entering one takes its place.
   const double thetap = (x[sl] - target) / alphac;

@@ -602,6 +602,7 @@ void VLR_simplex_addtiming(SimInfo* info, const SimInfo& sub) {
   info->densrho += sub.densrho;
   info->densrow += sub.densrow;
   info->denscol += sub.denscol;
+  info->denstau += sub.denstau;
   info->denscount += sub.denscount;
 }
 

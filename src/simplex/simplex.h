@@ -150,8 +150,9 @@ struct SimInfo {
   // Wall seconds per operation; they only feed the log, never a decision of the run.
   double optime[kSimOpCount] = {};
   // Sums over the iterations of the densities (non-zeros over size) of the row of the inverse,
-  // the pivot row and the column, and the count of iterations summed.
-  double densrho = 0.0, densrow = 0.0, denscol = 0.0;
+  // the pivot row, the column and the column of the steepest-edge update (the inverse times the
+  // row of the inverse), and the count of iterations summed.
+  double densrho = 0.0, densrow = 0.0, denscol = 0.0, denstau = 0.0;
   int64_t denscount = 0;
 };
 

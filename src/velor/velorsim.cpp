@@ -209,8 +209,9 @@ void velorsim_printtiming(Task* task, const SimInfo& info) {
   VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %s\n", "Time by operation", line);
   const double c = static_cast<double>(info.denscount);
   VLRP_echotask(task, VLR_STREAM_LOG,
-                "%-20s: row of the inverse %.4f, pivot row %.4f, column %.4f\n", "Mean density",
-                info.densrho / c, info.densrow / c, info.denscol / c);
+                "%-20s: row of the inverse %.4f, pivot row %.4f, column %.4f, update %.4f\n",
+                "Mean density", info.densrho / c, info.densrow / c, info.denscol / c,
+                info.denstau / c);
 }
 
 void velorsim_report(Task* task, const SimInfo& info, double sense, bool primal, int32_t loglevel) {
