@@ -159,6 +159,9 @@ int32_t VLR_lu_isfac(const LuFactor* lu);  // 1 in state 3
 int32_t VLR_lu_getstate(const LuFactor* lu);
 void VLR_lu_invfac(LuFactor* lu);  // drops the factor (state 0)
 int32_t VLR_lu_getnumupds(const LuFactor* lu);
+// Entries of the factor as it stands: of L with the row etas of the updates, and of U without
+// its diagonal.
+void VLR_lu_getnnz(const LuFactor* lu, int64_t* nl, int64_t* nu);
 int32_t VLR_lu_factornow(const LuFactor* lu);  // 1 when the last update recommends a refactor
 // Non-zeros of L (with the row etas) and of U (off the diagonal).
 void VLR_lu_getlusze(const LuFactor* lu, int64_t* lsze, int64_t* usze);

@@ -340,6 +340,13 @@ void VLR_lu_invfac(LuFactor* lu) {
 int32_t VLR_lu_getnumupds(const LuFactor* lu) {
   return lu->lupds;
 }
+void VLR_lu_getnnz(const LuFactor* lu, int64_t* nl, int64_t* nu) {
+  int64_t u = 0;
+  for (int32_t i = 0; i < lu->nrow; ++i)
+    u += lu->uuser[i];
+  *nl = lu->ltsze + (lu->lend - lu->lbeg);
+  *nu = u;
+}
 int32_t VLR_lu_factornow(const LuFactor* lu) {
   return lu->factornow;
 }

@@ -460,6 +460,12 @@ int32_t SimEngine::factorbasis() {
   if (r == kLuStopped) return kSimInterrupted;
   if (r != kLuOk) return kSimLuFault;
   ++info->numfactor;
+  {
+    int64_t nl = 0, nu = 0;
+    VLR_lu_getnnz(lu, &nl, &nu);
+    info->fillsum +=
+        static_cast<double>(nl + nu + m) / static_cast<double>(std::max<int64_t>(nz, 1));
+  }
   updates = 0;
   if (VLR_lu_getrank(lu) < m) {
     // A short rank: each unpivoted position takes the slack of an unpivoted row; the

@@ -603,6 +603,7 @@ void VLR_simplex_addtiming(SimInfo* info, const SimInfo& sub) {
   info->densrow += sub.densrow;
   info->denscol += sub.denscol;
   info->denstau += sub.denstau;
+  info->fillsum += sub.fillsum;
   info->denscount += sub.denscount;
 }
 

@@ -132,6 +132,7 @@ struct SimInfo {
   int64_t degiter = 0;  // iterations with a zero step
   int64_t infiter = 0;  // iterations of the first phase
   int32_t numfactor = 0;
+  double fillsum = 0.0;       // sum over the factors of (entries of L and U + m) / entries of B
   int32_t numartificial = 0;  // slacks put in for a short rank
   int32_t numcrashed = 0;     // columns the crash of the start put in place of slacks
   int32_t numsetbacks = 0;

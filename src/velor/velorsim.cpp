@@ -252,6 +252,10 @@ void velorsim_report(Task* task, const SimInfo& info, double sense, bool primal,
     VLR_solstatostr(VLR_taskhandle(task), info.solsta, text);
     VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %-s\n", "Solution status", text);
     VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %d\n", "LU factors", info.numfactor);
+    if (info.numfactor > 0) {
+      VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %.2f\n", "Mean LU fill",
+                    info.fillsum / info.numfactor);
+    }
     VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %-.4f\n", "Time", info.time);
     velorsim_printtiming(task, info);
   }
