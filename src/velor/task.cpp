@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "simplex/simplex.h"
 #include "velor/probdata.h"
 #include "velor/tables.h"
 
@@ -78,7 +77,7 @@ void VLR_deletetaskdata(Task* task) {
 // Frees a task record in any partial state, then its SysEnv; the leak check's code comes back.
 int32_t task_destroy(Task* task) {
   SysEnv* sys = task->sys;
-  VLR_simplex_freesavedlu(sys, &task->savedlu);
+  if (task->savedlu != nullptr) task->savedlufree(sys, &task->savedlu);
   VLR_deletetaskdata(task);
   if (task->streams != nullptr) {
     for (int32_t k = 0; k < kNumStreams; ++k) {

@@ -84,6 +84,8 @@ struct Task {
   TaskData* data;                // the problem; null after a failed resize until the next call
   SolStore* sols;                // the solutions; null entries until made
   SimSavedLu* savedlu;           // the simplex's last factor under VLR_IPAR_SIM_SAVE_LU, or null
+  // Frees savedlu; set by the simplex road, so that the task itself needs nothing of it.
+  void (*savedlufree)(SysEnv* sys, SimSavedLu** saved);
 };
 
 // "VELOR version 6.0.0.148" into buf.

@@ -378,6 +378,7 @@ int32_t velorsim_run(Task* task, int32_t optimizer) {
   par.savelu = task->iparam[VLR_IPAR_SIM_SAVE_LU] == VLR_ON ? 1 : 0;
   if (par.savelu == 0) VLR_simplex_freesavedlu(sys, &task->savedlu);
   cb.savedlu = &task->savedlu;
+  task->savedlufree = VLR_simplex_freesavedlu;
   const char* name = primal ? "Primal" : "Dual";
   if (par.loglevel > 0) {
     VLRP_echotask(task, VLR_STREAM_LOG, "%s simplex optimizer started.\n", name);
