@@ -224,8 +224,18 @@ void detectnet_rows(const SimLp& lp, int32_t method, DetectGraph* g, DetVec<uint
           unit = unit && detectnet_isone(lp.aval[p]);
         }
         if (cnt <= 2 && unit) continue;
-        for (int64_t p = lp.abeg[j]; p < lp.abeg[j + 1]; ++p)
-          ++blame[static_cast<size_t>(lp.aidx[p])];
+        // The culprits: rows with entries other than +-1, else the column's longest rows (side
+        // constraints are mostly longer than a node's row).
+        int32_t longest = 0;
+        for (int64_t p = lp.abeg[j]; p < lp.abeg[j + 1]; ++p) {
+          const auto si = static_cast<size_t>(lp.aidx[p]);
+          if ((*rowin)[si] != 0) longest = std::max(longest, len[si]);
+        }
+        for (int64_t p = lp.abeg[j]; p < lp.abeg[j + 1]; ++p) {
+          const auto si = static_cast<size_t>(lp.aidx[p]);
+          if ((*rowin)[si] == 0) continue;
+          if (unit ? len[si] == longest : !detectnet_isone(lp.aval[p])) ++blame[si];
+        }
       }
       bool dropped = false;
       for (int32_t i = 0; i < m; ++i) {
