@@ -28,22 +28,23 @@ double net_restvalue(const SimLp& lp, int32_t k) {
 void net_putarc(NetRec* r, int32_t a, int32_t tail, int32_t head, int32_t var, double c, double l,
                 double u) {
   NetArc& arc = r->arc[static_cast<size_t>(a)];
+  int8_t& st = r->state[static_cast<size_t>(a)];
   arc.tail = tail;
   arc.head = head;
-  arc.var = var;
+  r->var[static_cast<size_t>(a)] = var;
   arc.cost = c;
   r->cost[static_cast<size_t>(a)] = c;
   r->lo[static_cast<size_t>(a)] = l;
   r->up[static_cast<size_t>(a)] = u;
   if (l > -kInf) {
     r->flow[static_cast<size_t>(a)] = l;
-    arc.state = l == u ? kArcFixed : kArcLower;
+    st = l == u ? kArcFixed : kArcLower;
   } else if (u < kInf) {
     r->flow[static_cast<size_t>(a)] = u;
-    arc.state = kArcUpper;
+    st = kArcUpper;
   } else {
     r->flow[static_cast<size_t>(a)] = 0.0;
-    arc.state = kArcFree;
+    st = kArcFree;
   }
 }
 
@@ -104,12 +105,8 @@ void net_setuptree(NetRec* r, const NetVec<double>& supply, const int32_t* slack
     if (arc.tail != root) excess[static_cast<size_t>(arc.tail)] -= f;
     if (arc.head != root) excess[static_cast<size_t>(arc.head)] += f;
   }
-  std::fill(r->son.begin(), r->son.end(), -1);
-  r->parent[static_cast<size_t>(root)] = -1;
-  r->pred[static_cast<size_t>(root)] = -1;
-  r->depth[static_cast<size_t>(root)] = 0;
-  r->brother[static_cast<size_t>(root)] = -1;
-  r->sister[static_cast<size_t>(root)] = -1;
+  NetNode* nd = r->node.data();
+  nd[root] = NetNode{-1, -1, -1, -1, -1, 0, 0.0};
   for (int32_t v = nn - 1; v >= 0; --v) {
     const auto sv = static_cast<size_t>(v);
     const int32_t s = slackof[v];
@@ -124,28 +121,23 @@ void net_setuptree(NetRec* r, const NetVec<double>& supply, const int32_t* slack
     int32_t a = s;
     if (need >= l && need <= u && towardroom) {
       r->flow[ss] = need;
-      sl.state = kArcFixed;
+      r->state[ss] = kArcFixed;
     } else {
       a = r->artbeg + v;
       const auto sa = static_cast<size_t>(a);
       NetArc& art = r->arc[sa];
       art.tail = excess[sv] >= 0.0 ? v : root;
       art.head = excess[sv] >= 0.0 ? root : v;
-      art.var = -1;
-      art.state = kArcFixed;
+      r->var[sa] = -1;
+      r->state[sa] = kArcFixed;
       r->flow[sa] = std::fabs(excess[sv]);
       r->lo[sa] = 0.0;
       r->up[sa] = kInf;
       r->cost[sa] = 0.0;
     }
-    r->pred[sv] = a;
-    r->depth[sv] = 1;
-    r->parent[sv] = root;
-    r->sister[sv] = -1;
-    r->brother[sv] = r->son[static_cast<size_t>(root)];
-    if (r->son[static_cast<size_t>(root)] >= 0)
-      r->sister[static_cast<size_t>(r->son[static_cast<size_t>(root)])] = v;
-    r->son[static_cast<size_t>(root)] = v;
+    nd[v] = NetNode{root, a, -1, nd[root].son, -1, 1, 0.0};
+    if (nd[root].son >= 0) nd[nd[root].son].sister = v;
+    nd[root].son = v;
   }
 }
 
@@ -206,22 +198,23 @@ void net_ray(const NetRec& r, const SimLp& lp, const int32_t* rowsign, SimSol* s
   const int32_t m = lp.m, nt = lp.m + lp.n;
   std::fill(sol->x, sol->x + nt, 0.0);
   const NetArc& ea = r.arc[static_cast<size_t>(r.rayarc)];
-  sol->x[ea.var] = r.raydir;
+  sol->x[r.var[static_cast<size_t>(r.rayarc)]] = r.raydir;
   int32_t u = r.raydir > 0 ? ea.tail : ea.head;
   int32_t v = r.raydir > 0 ? ea.head : ea.tail;
   auto put = [&](int32_t w, double along) {
-    const NetArc& t = r.arc[static_cast<size_t>(r.pred[static_cast<size_t>(w)])];
-    if (t.var >= 0) sol->x[t.var] += t.tail == w ? along : -along;
+    const auto a = static_cast<size_t>(r.node[static_cast<size_t>(w)].pred);
+    if (r.var[a] >= 0) sol->x[r.var[a]] += r.arc[a].tail == w ? along : -along;
   };
   while (u != v) {
-    const int32_t du = r.depth[static_cast<size_t>(u)], dv = r.depth[static_cast<size_t>(v)];
+    const int32_t du = r.node[static_cast<size_t>(u)].depth;
+    const int32_t dv = r.node[static_cast<size_t>(v)].depth;
     if (du >= dv) {
       put(u, -1.0);
-      u = r.parent[static_cast<size_t>(u)];
+      u = r.node[static_cast<size_t>(u)].parent;
     }
     if (dv >= du) {
       put(v, 1.0);
-      v = r.parent[static_cast<size_t>(v)];
+      v = r.node[static_cast<size_t>(v)].parent;
     }
   }
   for (int32_t j = 0; j < lp.n; ++j) {
@@ -250,26 +243,27 @@ void net_solution(const NetRec& r, const SimLp& lp, const int32_t* rowsign, cons
     sol->x[m + j] = net_restvalue(lp, m + j);
   }
   for (int32_t a = 0; a < r.nsearch; ++a) {
-    const NetArc& arc = r.arc[static_cast<size_t>(a)];
+    const int32_t st = r.state[static_cast<size_t>(a)];
+    const int32_t var = r.var[static_cast<size_t>(a)];
     const double f = r.flow[static_cast<size_t>(a)];
     const double l = r.lo[static_cast<size_t>(a)], u = r.up[static_cast<size_t>(a)];
     int32_t key = VLR_SK_SUPBAS;
     if (l == u)
       key = VLR_SK_FIX;
-    else if (arc.state == kArcLower || (arc.state != kArcFree && f == l))
+    else if (st == kArcLower || (st != kArcFree && f == l))
       key = VLR_SK_LOW;
-    else if (arc.state == kArcUpper || (arc.state != kArcFree && f == u))
+    else if (st == kArcUpper || (st != kArcFree && f == u))
       key = VLR_SK_UPR;
-    sol->sk[arc.var] = key;
-    sol->x[arc.var] = f;
+    sol->sk[var] = key;
+    sol->x[var] = f;
   }
   for (int32_t v = 0; v < r.nnode; ++v) {
-    const int32_t a = r.pred[static_cast<size_t>(v)];
+    const int32_t a = r.node[static_cast<size_t>(v)].pred;
     const int32_t b = a >= r.artbeg ? slackof[v] : a;
-    sol->sk[r.arc[static_cast<size_t>(b)].var] = VLR_SK_BAS;
+    sol->sk[r.var[static_cast<size_t>(b)]] = VLR_SK_BAS;
   }
   for (int32_t i = 0; i < m; ++i) {
-    sol->y[i] = rowsign[i] != 0 ? rowsign[i] * r.pi[static_cast<size_t>(node[i])] : 0.0;
+    sol->y[i] = rowsign[i] != 0 ? rowsign[i] * r.node[static_cast<size_t>(node[i])].pi : 0.0;
     sol->d[i] = sol->y[i];
     if (rowsign[i] == 0) {
       sol->sk[i] = VLR_SK_BAS;
@@ -311,13 +305,9 @@ void net_optimize(SysEnv* sys, const NetParam& par, const NetCallbacks& cb, cons
   r.flow.resize(cap);
   r.cost.resize(cap);
   const auto nodes = static_cast<size_t>(nn) + 1;
-  r.parent.resize(nodes);
-  r.pred.resize(nodes);
-  r.son.resize(nodes);
-  r.brother.resize(nodes);
-  r.sister.resize(nodes);
-  r.depth.resize(nodes);
-  r.pi.assign(nodes, 0.0);
+  r.state.resize(cap);
+  r.var.resize(cap);
+  r.node.resize(nodes);
   NetVec<double> supply(nodes, 0.0, MemAllocator<double>(sys));
   NetVec<int32_t> slackof(nodes, -1, MemAllocator<int32_t>(sys));
   net_setuparcs(&r, lp, rowsign, colin, node.data(), &supply, slackof.data());
@@ -342,7 +332,7 @@ void net_optimize(SysEnv* sys, const NetParam& par, const NetCallbacks& cb, cons
   const int32_t end = net_phases(&r, &infeasible);
   pnet_logline(&r, infeasible ? 1 : 2, true);
   for (int32_t v = 0; v < nn; ++v)
-    info->numartificial += r.pred[static_cast<size_t>(v)] >= r.artbeg ? 1 : 0;
+    info->numartificial += r.node[static_cast<size_t>(v)].pred >= r.artbeg ? 1 : 0;
   net_solution(r, lp, rowsign, node.data(), slackof.data(), infeasible, sol);
   info->pobj = lp.cfix;
   for (int32_t j = 0; j < n; ++j)

@@ -22,13 +22,22 @@ enum NetArcState : int32_t {
   kArcFree = 2,    // no bound: held where it is, may move either way
 };
 
-// One arc; the fields the pricing reads lie together. tail == head == root for a column without
-// an entry in the network's rows (a loop: its own range decides its step).
+// One arc, as the pricing reads it: 16 bytes, scanned in order. tail == head == root for a
+// column without an entry in the network's rows (a loop: its own range decides its step).
 struct NetArc {
+  double cost;  // cost of the current phase
   int32_t tail, head;
-  int32_t state;  // a NetArcState
-  int32_t var;    // the variable of the problem (row variables first); -1 for an artificial arc
-  double cost;    // cost of the current phase
+};
+
+// One node of the tree: everything a pivot reads or writes of a node lies in one record, so that
+// a walk through the tree touches one cache line per node. -1 ends a link.
+struct NetNode {
+  int32_t parent, pred;  // parent node and the arc to it
+  int32_t son;           // first child; the children are a list through brother (next) and
+  int32_t brother;       // sister (previous)
+  int32_t sister;
+  int32_t depth;  // from the root
+  double pi;      // potential: the reduced cost of arc a is cost - pi[tail] + pi[head]
 };
 
 // How a loop of pivots ended.
@@ -52,14 +61,12 @@ struct NetRec {
   int32_t artbeg = 0;   // first artificial arc; artificial arc of node v is artbeg + v
 
   NetVec<NetArc> arc;     // [narc]
+  NetVec<int8_t> state;   // [narc] a NetArcState
+  NetVec<int32_t> var;    // [narc] the problem's variable (row variables first); -1 artificial
   NetVec<double> lo, up;  // [narc] bounds; -inf / +inf where missing
   NetVec<double> flow;    // [narc]
   NetVec<double> cost;    // [narc] the problem's costs (0 for slacks and artificial arcs)
-
-  // The tree, rooted at `root`: parent and the arc to it, children as a list from `son`
-  // through `brother` (next) and `sister` (previous), depth from the root; -1 ends a list.
-  NetVec<int32_t> parent, pred, son, brother, sister, depth;  // [nnode + 1]
-  NetVec<double> pi;  // [nnode + 1] potentials: reduced cost of arc a is cost - pi[tail] + pi[head]
+  NetVec<NetNode> node;   // [nnode + 1] the tree, rooted at `root`
 
   // Pricing: a queue of attractive arcs kept between iterations, refilled by scanning blocks of
   // arcs from where the last scan stopped.
@@ -74,17 +81,13 @@ struct NetRec {
   explicit NetRec(SysEnv* s)
       : sys(s),
         arc(MemAllocator<NetArc>(s)),
+        state(MemAllocator<int8_t>(s)),
+        var(MemAllocator<int32_t>(s)),
         lo(MemAllocator<double>(s)),
         up(MemAllocator<double>(s)),
         flow(MemAllocator<double>(s)),
         cost(MemAllocator<double>(s)),
-        parent(MemAllocator<int32_t>(s)),
-        pred(MemAllocator<int32_t>(s)),
-        son(MemAllocator<int32_t>(s)),
-        brother(MemAllocator<int32_t>(s)),
-        sister(MemAllocator<int32_t>(s)),
-        depth(MemAllocator<int32_t>(s)),
-        pi(MemAllocator<double>(s)),
+        node(MemAllocator<NetNode>(s)),
         cand(MemAllocator<int32_t>(s)) {}
 };
 

@@ -19,11 +19,11 @@ constexpr double kInf = std::numeric_limits<double>::infinity();
 // Seconds at least between two log lines; the clock decides only whether a line is written.
 constexpr double kNetLogSeconds = 1.0;
 
-// How attractive arc a is: its reduced cost signed so that below zero it improves the cost
-// (at lower as it is, at upper negated, free by its size); 0 for arcs that do not move.
-inline double pnet_value(const NetArc& a, const double* pi) {
-  const double d = a.cost - pi[a.tail] + pi[a.head];
-  return a.state == kArcFree ? -std::fabs(d) : static_cast<double>(a.state) * d;
+// How attractive an arc is: its reduced cost signed so that below zero it improves the cost (at
+// lower as it is, at upper negated, free by its size); 0 for arcs that do not move.
+inline double pnet_value(const NetArc& a, int32_t st, const NetNode* nd) {
+  const double d = a.cost - nd[a.tail].pi + nd[a.head].pi;
+  return st == kArcFree ? -std::fabs(d) : static_cast<double>(st) * d;
 }
 
 void pnet_log(NetRec* r, const char* format, ...) __attribute__((format(printf, 2, 3)));
@@ -44,13 +44,14 @@ void pnet_log(NetRec* r, const char* format, ...) {
 // block that leaves the queue non-empty, or after a whole turn.
 int32_t pnet_partialprice(NetRec* r) {
   const NetArc* arcs = r->arc.data();
-  const double* pi = r->pi.data();
+  const int8_t* state = r->state.data();
+  const NetNode* nd = r->node.data();
   int32_t* cand = r->cand.data();
   const double tol = -r->tols;
   int32_t keep = 0;
   for (int32_t q = 0; q < r->ncand; ++q) {
     const int32_t a = cand[q];
-    if (pnet_value(arcs[a], pi) < tol) cand[keep++] = a;
+    if (pnet_value(arcs[a], state[a], nd) < tol) cand[keep++] = a;
   }
   r->ncand = keep;
   if (keep < r->qmax - 1 || keep == 0) {
@@ -60,7 +61,7 @@ int32_t pnet_partialprice(NetRec* r) {
     double worstv = 0.0;
     int32_t inblock = 0;
     for (int32_t scanned = 0; scanned < nsearch; ++scanned) {
-      const double v = pnet_value(arcs[pos], pi);
+      const double v = pnet_value(arcs[pos], state[pos], nd);
       if (v < tol) {
         if (r->ncand < r->qmax) {
           cand[r->ncand++] = pos;
@@ -68,9 +69,9 @@ int32_t pnet_partialprice(NetRec* r) {
         } else {
           if (worst < 0) {
             worst = 0;
-            worstv = pnet_value(arcs[cand[0]], pi);
+            worstv = pnet_value(arcs[cand[0]], state[cand[0]], nd);
             for (int32_t q = 1; q < r->ncand; ++q) {
-              const double w = pnet_value(arcs[cand[q]], pi);
+              const double w = pnet_value(arcs[cand[q]], state[cand[q]], nd);
               if (w > worstv) worstv = w, worst = q;
             }
           }
@@ -90,9 +91,9 @@ int32_t pnet_partialprice(NetRec* r) {
   }
   if (r->ncand == 0) return -1;
   int32_t best = 0;
-  double bestv = pnet_value(arcs[cand[0]], pi);
+  double bestv = pnet_value(arcs[cand[0]], state[cand[0]], nd);
   for (int32_t q = 1; q < r->ncand; ++q) {
-    const double v = pnet_value(arcs[cand[q]], pi);
+    const double v = pnet_value(arcs[cand[q]], state[cand[q]], nd);
     if (v < bestv) bestv = v, best = q;
   }
   const int32_t e = cand[best];
@@ -100,63 +101,55 @@ int32_t pnet_partialprice(NetRec* r) {
   return e;
 }
 
-inline void pnet_detach(NetRec* r, int32_t w) {
-  int32_t* son = r->son.data();
-  int32_t* brother = r->brother.data();
-  int32_t* sister = r->sister.data();
-  const int32_t b = brother[w], s = sister[w];
+inline void pnet_detach(NetNode* nd, int32_t w) {
+  const int32_t b = nd[w].brother, s = nd[w].sister;
   if (s >= 0)
-    brother[s] = b;
+    nd[s].brother = b;
   else
-    son[r->parent[static_cast<size_t>(w)]] = b;
-  if (b >= 0) sister[b] = s;
+    nd[nd[w].parent].son = b;
+  if (b >= 0) nd[b].sister = s;
 }
 
-inline void pnet_attach(NetRec* r, int32_t w, int32_t p) {
-  int32_t* son = r->son.data();
-  const int32_t first = son[p];
-  r->brother[static_cast<size_t>(w)] = first;
-  r->sister[static_cast<size_t>(w)] = -1;
-  if (first >= 0) r->sister[static_cast<size_t>(first)] = w;
-  son[p] = w;
-  r->parent[static_cast<size_t>(w)] = p;
+inline void pnet_attach(NetNode* nd, int32_t w, int32_t p) {
+  const int32_t first = nd[p].son;
+  nd[w].brother = first;
+  nd[w].sister = -1;
+  if (first >= 0) nd[first].sister = w;
+  nd[p].son = w;
+  nd[w].parent = p;
 }
 
 // Adds sigma to the potentials of the subtree of top and sets its depths, in preorder through
 // the child lists.
-void pnet_updateduals(NetRec* r, int32_t top, double sigma) {
-  const int32_t* son = r->son.data();
-  const int32_t* brother = r->brother.data();
-  const int32_t* parent = r->parent.data();
-  int32_t* depth = r->depth.data();
-  double* pi = r->pi.data();
-  pi[top] += sigma;
-  depth[top] = depth[parent[top]] + 1;
-  int32_t x = son[top];
+void pnet_updateduals(NetNode* nd, int32_t top, double sigma) {
+  nd[top].pi += sigma;
+  nd[top].depth = nd[nd[top].parent].depth + 1;
+  int32_t x = nd[top].son;
   while (x >= 0) {
-    pi[x] += sigma;
-    depth[x] = depth[parent[x]] + 1;
-    if (son[x] >= 0) {
-      x = son[x];
+    NetNode& n = nd[x];
+    n.pi += sigma;
+    n.depth = nd[n.parent].depth + 1;
+    if (n.son >= 0) {
+      x = n.son;
       continue;
     }
-    while (x != top && brother[x] < 0)
-      x = parent[x];
+    while (x != top && nd[x].brother < 0)
+      x = nd[x].parent;
     if (x == top) break;
-    x = brother[x];
+    x = nd[x].brother;
   }
 }
 
 // Hangs the subtree of uout from vin through arc e entering at uin (a node of that subtree):
 // the parent links on the stem from uin up to uout turn round.
-void pnet_updatebasis(NetRec* r, int32_t e, int32_t uin, int32_t vin, int32_t uout) {
+void pnet_updatebasis(NetNode* nd, int32_t e, int32_t uin, int32_t vin, int32_t uout) {
   int32_t w = uin, newp = vin, newpred = e;
   for (;;) {
-    const int32_t oldp = r->parent[static_cast<size_t>(w)];
-    const int32_t oldpred = r->pred[static_cast<size_t>(w)];
-    pnet_detach(r, w);
-    pnet_attach(r, w, newp);
-    r->pred[static_cast<size_t>(w)] = newpred;
+    const int32_t oldp = nd[w].parent;
+    const int32_t oldpred = nd[w].pred;
+    pnet_detach(nd, w);
+    pnet_attach(nd, w, newp);
+    nd[w].pred = newpred;
     if (w == uout) break;
     newp = w;
     newpred = oldpred;
@@ -170,12 +163,11 @@ void pnet_updatebasis(NetRec* r, int32_t e, int32_t uin, int32_t vin, int32_t uo
 // pivots). Returns false when nothing bounds the step.
 bool pnet_pivot(NetRec* r, int32_t e, int32_t dir, double* step) {
   NetArc* arcs = r->arc.data();
+  int8_t* state = r->state.data();
   const double* lo = r->lo.data();
   const double* up = r->up.data();
   double* flow = r->flow.data();
-  const int32_t* parent = r->parent.data();
-  const int32_t* pred = r->pred.data();
-  const int32_t* depth = r->depth.data();
+  NetNode* nd = r->node.data();
   const int32_t first = dir > 0 ? arcs[e].tail : arcs[e].head;
   const int32_t second = dir > 0 ? arcs[e].head : arcs[e].tail;
   const double de = up[e] - lo[e];
@@ -183,18 +175,18 @@ bool pnet_pivot(NetRec* r, int32_t e, int32_t dir, double* step) {
   int32_t u1 = -1, u2 = -1;
   int32_t u = first, v = second;
   while (u != v) {
-    const int32_t du = depth[u], dv = depth[v];
+    const int32_t du = nd[u].depth, dv = nd[v].depth;
     if (du >= dv) {
-      const int32_t a = pred[u];
+      const int32_t a = nd[u].pred;
       const double res = arcs[a].tail == u ? flow[a] - lo[a] : up[a] - flow[a];
       if (res < m1) m1 = res, u1 = u;
-      u = parent[u];
+      u = nd[u].parent;
     }
     if (dv >= du) {
-      const int32_t a = pred[v];
+      const int32_t a = nd[v].pred;
       const double res = arcs[a].tail == v ? up[a] - flow[a] : flow[a] - lo[a];
       if (res <= m2) m2 = res, u2 = v;
-      v = parent[v];
+      v = nd[v].parent;
     }
   }
   const int32_t join = u;
@@ -209,34 +201,33 @@ bool pnet_pivot(NetRec* r, int32_t e, int32_t dir, double* step) {
   *step = delta;
   if (delta > 0.0) {
     flow[e] += dir * delta;
-    for (int32_t w = first; w != join; w = parent[w]) {
-      const int32_t a = pred[w];
+    for (int32_t w = first; w != join; w = nd[w].parent) {
+      const int32_t a = nd[w].pred;
       flow[a] += arcs[a].tail == w ? -delta : delta;
     }
-    for (int32_t w = second; w != join; w = parent[w]) {
-      const int32_t a = pred[w];
+    for (int32_t w = second; w != join; w = nd[w].parent) {
+      const int32_t a = nd[w].pred;
       flow[a] += arcs[a].tail == w ? delta : -delta;
     }
   }
   if (side == 0) {
     // The entering arc goes to its other bound; the tree stays.
     flow[e] = dir > 0 ? up[e] : lo[e];
-    arcs[e].state = -arcs[e].state;
+    state[e] = static_cast<int8_t>(-state[e]);
     return true;
   }
   const int32_t uout = side == 1 ? u1 : u2;
-  const int32_t aout = pred[uout];
+  const int32_t aout = nd[uout].pred;
   // The leaving arc sits exactly on the bound it reached.
   const bool down = (side == 1) == (arcs[aout].tail == uout);
   flow[aout] = down ? lo[aout] : up[aout];
-  arcs[aout].state = lo[aout] == up[aout] ? kArcFixed : (down ? kArcLower : kArcUpper);
+  state[aout] = lo[aout] == up[aout] ? kArcFixed : (down ? kArcLower : kArcUpper);
   const int32_t uin = side == 1 ? first : second;
   const int32_t vin = side == 1 ? second : first;
-  double* pi = r->pi.data();
-  const double d = arcs[e].cost - pi[arcs[e].tail] + pi[arcs[e].head];
-  arcs[e].state = kArcFixed;
-  pnet_updatebasis(r, e, uin, vin, uout);
-  pnet_updateduals(r, uin, uin == arcs[e].tail ? d : -d);
+  const double d = arcs[e].cost - nd[arcs[e].tail].pi + nd[arcs[e].head].pi;
+  state[e] = kArcFixed;
+  pnet_updatebasis(nd, e, uin, vin, uout);
+  pnet_updateduals(nd, uin, uin == arcs[e].tail ? d : -d);
   return true;
 }
 
@@ -255,27 +246,24 @@ double pnet_primalobj(const NetRec& r) {
 }
 
 void pnet_calcduals(NetRec* r) {
-  const int32_t* son = r->son.data();
-  const int32_t* brother = r->brother.data();
-  const int32_t* parent = r->parent.data();
-  const int32_t* pred = r->pred.data();
+  NetNode* nd = r->node.data();
   const NetArc* arcs = r->arc.data();
-  double* pi = r->pi.data();
   const int32_t root = r->root;
-  pi[root] = 0.0;
-  int32_t x = son[root];
+  nd[root].pi = 0.0;
+  int32_t x = nd[root].son;
   while (x >= 0) {
-    const NetArc& a = arcs[pred[x]];
+    const NetArc& a = arcs[nd[x].pred];
+    const double pp = nd[nd[x].parent].pi;
     // The tree arc's reduced cost is zero.
-    pi[x] = a.tail == x ? a.cost + pi[parent[x]] : pi[parent[x]] - a.cost;
-    if (son[x] >= 0) {
-      x = son[x];
+    nd[x].pi = a.tail == x ? a.cost + pp : pp - a.cost;
+    if (nd[x].son >= 0) {
+      x = nd[x].son;
       continue;
     }
-    while (x != root && brother[x] < 0)
-      x = parent[x];
+    while (x != root && nd[x].brother < 0)
+      x = nd[x].parent;
     if (x == root) break;
-    x = brother[x];
+    x = nd[x].brother;
   }
   r->ncand = 0;
 }
@@ -308,11 +296,11 @@ int32_t pnet_loop(NetRec* r, int32_t phase) {
     }
     const int32_t e = pnet_partialprice(r);
     if (e < 0) return kNetLoopOptimal;
-    NetArc& a = r->arc[static_cast<size_t>(e)];
-    int32_t dir = a.state;
+    int32_t dir = r->state[static_cast<size_t>(e)];
     if (dir == kArcFree) {
-      const double d =
-          a.cost - r->pi[static_cast<size_t>(a.tail)] + r->pi[static_cast<size_t>(a.head)];
+      const NetArc& a = r->arc[static_cast<size_t>(e)];
+      const double d = a.cost - r->node[static_cast<size_t>(a.tail)].pi +
+                       r->node[static_cast<size_t>(a.head)].pi;
       dir = d < 0.0 ? 1 : -1;
     }
     double step = 0.0;

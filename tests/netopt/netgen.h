@@ -62,49 +62,48 @@ inline Problem Generate(const Spec& s) {
   const int32_t ns = s.kind == kTransship ? s.sources : s.nodes / 2;
   const int32_t nt = s.kind == kTransship ? s.sinks : s.nodes - ns;
   const int32_t sink0 = s.nodes - nt;  // sinks are the last nt nodes
-  // Supplies split at random among sources and demands among sinks.
-  const int64_t total = s.kind == kAssign ? ns : s.supply;
-  auto split = [&](int32_t first, int32_t count, double sign) {
-    std::vector<int64_t> part(static_cast<size_t>(count), s.kind == kAssign ? 1 : 0);
-    if (s.kind != kAssign) {
-      for (int64_t u = 0; u < total; u += std::max<int64_t>(1, total / (4 * count) + 1)) {
-        const int64_t amount = std::min<int64_t>(total - u, total / (4 * count) + 1);
-        part[static_cast<size_t>(rng.In(0, count - 1))] += amount;
-      }
-    }
-    for (int32_t k = 0; k < count; ++k)
-      p.supply[static_cast<size_t>(first + k)] += sign * static_cast<double>(part[size_t(k)]);
-  };
-  split(0, ns, 1.0);
-  split(sink0, nt, -1.0);
-  if (s.kind == kAssign && nt > ns) {
-    for (int32_t k = ns; k < nt; ++k)
-      p.supply[static_cast<size_t>(sink0 + k)] = 0.0;
-  }
-  // Skeleton: chains that carry every supply to some sink without capacity.
+  // Transshipment: supplies split at random among sources and demands among sinks. Bipartite
+  // problems: the same supply at every source and demand at every sink (one each for assignment),
+  // so that the skeleton's matching carries them.
   if (s.kind == kTransship) {
+    auto split = [&](int32_t first, int32_t count, double sign) {
+      const int64_t chunk = s.supply / (4 * count) + 1;
+      for (int64_t u = 0; u < s.supply; u += chunk) {
+        const int64_t amount = std::min<int64_t>(s.supply - u, chunk);
+        p.supply[static_cast<size_t>(first + rng.In(0, count - 1))] +=
+            sign * static_cast<double>(amount);
+      }
+    };
+    split(0, ns, 1.0);
+    split(sink0, nt, -1.0);
+  } else {
+    const int32_t pairs = std::min(ns, nt);
+    const double each = s.kind == kAssign ? 1.0 : static_cast<double>(s.supply / pairs);
+    for (int32_t k = 0; k < pairs; ++k) {
+      p.supply[static_cast<size_t>(k)] = each;
+      p.supply[static_cast<size_t>(sink0 + k)] = -each;
+    }
+  }
+  if (s.kind == kTransship) {
+    // Skeleton: a chain from every source through random transshipment nodes to a hub, and an
+    // arc from the hub to every sink, none with a capacity: every supply reaches every sink.
     const int32_t ntr = s.nodes - ns - nt;
+    const int32_t hub = ns;
     for (int32_t src = 0; src < ns; ++src) {
       int32_t at = src;
-      const int32_t len = ntr > 0 ? rng.In(1, std::min(ntr, 4)) : 0;
+      const int32_t len = ntr > 1 ? rng.In(0, std::min(ntr - 1, 3)) : 0;
       for (int32_t k = 0; k < len; ++k) {
-        const int32_t next = ns + rng.In(0, ntr - 1);
+        const int32_t next = ns + 1 + rng.In(0, ntr - 2);
         if (next == at) continue;
         AddArc(&p, at, next, rng.In(s.cmin, s.cmax), inf);
         at = next;
       }
-      AddArc(&p, at, sink0 + rng.In(0, nt - 1), rng.In(s.cmin, s.cmax), inf);
+      AddArc(&p, at, hub, rng.In(s.cmin, s.cmax), inf);
     }
-    // Sinks not yet reached get a chain from a random source.
-    std::vector<char> reached(static_cast<size_t>(s.nodes), 0);
-    for (size_t a = 0; a < p.head.size(); ++a)
-      reached[static_cast<size_t>(p.head[a])] = 1;
     for (int32_t k = 0; k < nt; ++k)
-      if (!reached[static_cast<size_t>(sink0 + k)])
-        AddArc(&p, rng.In(0, ns - 1), sink0 + k, rng.In(s.cmin, s.cmax), inf);
+      AddArc(&p, hub, sink0 + k, rng.In(s.cmin, s.cmax), inf);
   } else {
-    // Bipartite: source k to sink k mod nt, and each sink from some source: a feasible matching
-    // or transport plan exists.
+    // Bipartite: source k to sink k, then each further sink from some source.
     for (int32_t k = 0; k < std::max(ns, nt); ++k)
       AddArc(&p, k % ns, sink0 + k % nt, rng.In(s.cmin, s.cmax), inf);
   }
