@@ -106,7 +106,9 @@ void net_setuptree(NetRec* r, const NetVec<double>& supply, const int32_t* slack
     if (arc.head != root) excess[static_cast<size_t>(arc.head)] += f;
   }
   NetNode* nd = r->node.data();
-  nd[root] = NetNode{-1, -1, -1, -1, -1, 0, 0.0};
+  // The root, then every node as a leaf under it: the thread runs root, 0, 1, ..., nn - 1.
+  nd[root] = NetNode{
+      -1, -1, nn > 0 ? 0 : root, nn > 0 ? nn - 1 : root, nn + 1, nn > 0 ? nn - 1 : root, 0.0};
   for (int32_t v = nn - 1; v >= 0; --v) {
     const auto sv = static_cast<size_t>(v);
     const int32_t s = slackof[v];
@@ -135,9 +137,7 @@ void net_setuptree(NetRec* r, const NetVec<double>& supply, const int32_t* slack
       r->up[sa] = kInf;
       r->cost[sa] = 0.0;
     }
-    nd[v] = NetNode{root, a, -1, nd[root].son, -1, 1, 0.0};
-    if (nd[root].son >= 0) nd[nd[root].son].sister = v;
-    nd[root].son = v;
+    nd[v] = NetNode{root, a, v + 1 < nn ? v + 1 : root, v > 0 ? v - 1 : root, 1, v, 0.0};
   }
 }
 
@@ -206,13 +206,10 @@ void net_ray(const NetRec& r, const SimLp& lp, const int32_t* rowsign, SimSol* s
     if (r.var[a] >= 0) sol->x[r.var[a]] += r.arc[a].tail == w ? along : -along;
   };
   while (u != v) {
-    const int32_t du = r.node[static_cast<size_t>(u)].depth;
-    const int32_t dv = r.node[static_cast<size_t>(v)].depth;
-    if (du >= dv) {
+    if (r.node[static_cast<size_t>(u)].succ < r.node[static_cast<size_t>(v)].succ) {
       put(u, -1.0);
       u = r.node[static_cast<size_t>(u)].parent;
-    }
-    if (dv >= du) {
+    } else {
       put(v, 1.0);
       v = r.node[static_cast<size_t>(v)].parent;
     }

@@ -30,14 +30,15 @@ struct NetArc {
 };
 
 // One node of the tree: everything a pivot reads or writes of a node lies in one record, so that
-// a walk through the tree touches one cache line per node. -1 ends a link.
+// a walk through the tree touches one cache line per node. The thread runs through all nodes in
+// preorder (round from the root), so that the subtree of x is the stretch of the thread from x
+// to last, of succ nodes.
 struct NetNode {
-  int32_t parent, pred;  // parent node and the arc to it
-  int32_t son;           // first child; the children are a list through brother (next) and
-  int32_t brother;       // sister (previous)
-  int32_t sister;
-  int32_t depth;  // from the root
-  double pi;      // potential: the reduced cost of arc a is cost - pi[tail] + pi[head]
+  int32_t parent, pred;     // parent node and the arc to it; -1 at the root
+  int32_t thread, rthread;  // next and previous node in preorder
+  int32_t succ;             // nodes in the subtree, itself included
+  int32_t last;             // last node of the subtree in preorder
+  double pi;                // potential: the reduced cost of arc a is cost - pi[tail] + pi[head]
 };
 
 // How a loop of pivots ended.

@@ -101,55 +101,79 @@ int32_t pnet_partialprice(NetRec* r) {
   return e;
 }
 
-inline void pnet_detach(NetNode* nd, int32_t w) {
-  const int32_t b = nd[w].brother, s = nd[w].sister;
-  if (s >= 0)
-    nd[s].brother = b;
-  else
-    nd[nd[w].parent].son = b;
-  if (b >= 0) nd[b].sister = s;
+inline void pnet_link(NetNode* nd, int32_t x, int32_t y) {
+  nd[x].thread = y;
+  nd[y].rthread = x;
 }
 
-inline void pnet_attach(NetNode* nd, int32_t w, int32_t p) {
-  const int32_t first = nd[p].son;
-  nd[w].brother = first;
-  nd[w].sister = -1;
-  if (first >= 0) nd[first].sister = w;
-  nd[p].son = w;
-  nd[w].parent = p;
-}
-
-// Adds sigma to the potentials of the subtree of top and sets its depths, in preorder through
-// the child lists.
+// Adds sigma to the potentials of the subtree of top: a stretch of the thread.
 void pnet_updateduals(NetNode* nd, int32_t top, double sigma) {
-  nd[top].pi += sigma;
-  nd[top].depth = nd[nd[top].parent].depth + 1;
-  int32_t x = nd[top].son;
-  while (x >= 0) {
-    NetNode& n = nd[x];
-    n.pi += sigma;
-    n.depth = nd[n.parent].depth + 1;
-    if (n.son >= 0) {
-      x = n.son;
-      continue;
-    }
-    while (x != top && nd[x].brother < 0)
-      x = nd[x].parent;
-    if (x == top) break;
-    x = nd[x].brother;
+  int32_t x = top;
+  for (int32_t k = nd[top].succ; k > 0; --k) {
+    nd[x].pi += sigma;
+    x = nd[x].thread;
   }
 }
 
-// Hangs the subtree of uout from vin through arc e entering at uin (a node of that subtree):
-// the parent links on the stem from uin up to uout turn round.
-void pnet_updatebasis(NetNode* nd, int32_t e, int32_t uin, int32_t vin, int32_t uout) {
+// Hangs the subtree T of uout from vin through arc e entering at uin (a node of T), where join
+// is the join of the pivot's cycle. On the stem w0 = uin, w1, ..., wk = uout the parent links
+// turn round. T's new preorder is S(w0), then for each i > 0 the part of S(wi) before S(wi-1)
+// (wi and its earlier subtrees) and the part after it: stretches of the old thread, so the
+// thread is spliced once per stem node; T then leaves its place for the first child's place
+// under vin. Subtree sizes change on the stem and on the two paths up to the join only.
+void pnet_updatebasis(NetNode* nd, int32_t e, int32_t uin, int32_t vin, int32_t uout,
+                      int32_t join) {
+  const int32_t tsize = nd[uout].succ;
+  const int32_t oldlast = nd[uout].last;
+  const int32_t before = nd[uout].rthread;
+  const int32_t after = nd[oldlast].thread;
+  const int32_t pout = nd[uout].parent;
+  // T's new thread, piece by piece; `tail` is the end of what is laid so far.
+  int32_t tail = nd[uin].last;
+  int32_t prev = uin, prevrth = nd[uin].rthread, prevsucc = nd[uin].succ, prevlast = tail;
+  int32_t prevafter = nd[tail].thread;  // the old thread after S(prev), read before any splice
+  while (prev != uout) {
+    const int32_t w = nd[prev].parent;
+    const int32_t wrth = nd[w].rthread, wsucc = nd[w].succ, wlast = nd[w].last;
+    const int32_t bbeg = prevafter;
+    // After S(w): the same as after S(prev) when S(prev) ends S(w), else not yet spliced.
+    const int32_t wafter = wlast == prevlast ? prevafter : nd[wlast].thread;
+    pnet_link(nd, tail, w);
+    tail = prevrth;  // the end of w and its subtrees before S(prev)
+    if (wlast != prevlast) {
+      pnet_link(nd, tail, bbeg);
+      tail = wlast;
+    }
+    nd[w].succ = tsize - prevsucc;
+    prev = w;
+    prevrth = wrth;
+    prevsucc = wsucc;
+    prevlast = wlast;
+    prevafter = wafter;
+  }
+  nd[uin].succ = tsize;
+  const int32_t newlast = tail;
+  // T out of its old place, and in after vin.
+  pnet_link(nd, before, after);
+  const int32_t vnext = nd[vin].thread;
+  pnet_link(nd, vin, uin);
+  pnet_link(nd, newlast, vnext);
+  for (int32_t a = pout; a >= 0 && nd[a].last == oldlast; a = nd[a].parent)
+    nd[a].last = before;
+  for (int32_t a = vin; a >= 0 && nd[a].last == vin; a = nd[a].parent)
+    nd[a].last = newlast;
+  for (int32_t a = pout; a != join; a = nd[a].parent)
+    nd[a].succ -= tsize;
+  for (int32_t a = vin; a != join; a = nd[a].parent)
+    nd[a].succ += tsize;
+  // The stem turns round.
   int32_t w = uin, newp = vin, newpred = e;
   for (;;) {
     const int32_t oldp = nd[w].parent;
     const int32_t oldpred = nd[w].pred;
-    pnet_detach(nd, w);
-    pnet_attach(nd, w, newp);
+    nd[w].parent = newp;
     nd[w].pred = newpred;
+    nd[w].last = newlast;
     if (w == uout) break;
     newp = w;
     newpred = oldpred;
@@ -174,15 +198,14 @@ bool pnet_pivot(NetRec* r, int32_t e, int32_t dir, double* step) {
   double m1 = kInf, m2 = kInf;
   int32_t u1 = -1, u2 = -1;
   int32_t u = first, v = second;
+  // Up from the side with the smaller subtree, which cannot hold the other end.
   while (u != v) {
-    const int32_t du = nd[u].depth, dv = nd[v].depth;
-    if (du >= dv) {
+    if (nd[u].succ < nd[v].succ) {
       const int32_t a = nd[u].pred;
       const double res = arcs[a].tail == u ? flow[a] - lo[a] : up[a] - flow[a];
       if (res < m1) m1 = res, u1 = u;
       u = nd[u].parent;
-    }
-    if (dv >= du) {
+    } else {
       const int32_t a = nd[v].pred;
       const double res = arcs[a].tail == v ? up[a] - flow[a] : flow[a] - lo[a];
       if (res <= m2) m2 = res, u2 = v;
@@ -226,7 +249,7 @@ bool pnet_pivot(NetRec* r, int32_t e, int32_t dir, double* step) {
   const int32_t vin = side == 1 ? second : first;
   const double d = arcs[e].cost - nd[arcs[e].tail].pi + nd[arcs[e].head].pi;
   state[e] = kArcFixed;
-  pnet_updatebasis(nd, e, uin, vin, uout);
+  pnet_updatebasis(nd, e, uin, vin, uout, join);
   pnet_updateduals(nd, uin, uin == arcs[e].tail ? d : -d);
   return true;
 }
@@ -250,20 +273,12 @@ void pnet_calcduals(NetRec* r) {
   const NetArc* arcs = r->arc.data();
   const int32_t root = r->root;
   nd[root].pi = 0.0;
-  int32_t x = nd[root].son;
-  while (x >= 0) {
+  // Preorder: a parent's potential is known before its children's.
+  for (int32_t x = nd[root].thread; x != root; x = nd[x].thread) {
     const NetArc& a = arcs[nd[x].pred];
     const double pp = nd[nd[x].parent].pi;
     // The tree arc's reduced cost is zero.
     nd[x].pi = a.tail == x ? a.cost + pp : pp - a.cost;
-    if (nd[x].son >= 0) {
-      x = nd[x].son;
-      continue;
-    }
-    while (x != root && nd[x].brother < 0)
-      x = nd[x].parent;
-    if (x == root) break;
-    x = nd[x].brother;
   }
   r->ncand = 0;
 }
