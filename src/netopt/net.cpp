@@ -107,8 +107,9 @@ void net_setuptree(NetRec* r, const NetVec<double>& supply, const int32_t* slack
   }
   NetNode* nd = r->node.data();
   // The root, then every node as a leaf under it: the thread runs root, 0, 1, ..., nn - 1.
-  nd[root] = NetNode{
-      -1, -1, nn > 0 ? 0 : root, nn > 0 ? nn - 1 : root, nn + 1, nn > 0 ? nn - 1 : root, 0.0};
+  int32_t* th = r->thread.data();
+  nd[root] = NetNode{-1, -1, nn > 0 ? nn - 1 : root, nn + 1, nn > 0 ? nn - 1 : root};
+  th[root] = nn > 0 ? 0 : root;
   for (int32_t v = nn - 1; v >= 0; --v) {
     const auto sv = static_cast<size_t>(v);
     const int32_t s = slackof[v];
@@ -137,7 +138,8 @@ void net_setuptree(NetRec* r, const NetVec<double>& supply, const int32_t* slack
       r->up[sa] = kInf;
       r->cost[sa] = 0.0;
     }
-    nd[v] = NetNode{root, a, v + 1 < nn ? v + 1 : root, v > 0 ? v - 1 : root, 1, v, 0.0};
+    nd[v] = NetNode{root, a, v > 0 ? v - 1 : root, 1, v};
+    th[v] = v + 1 < nn ? v + 1 : root;
   }
 }
 
@@ -260,7 +262,7 @@ void net_solution(const NetRec& r, const SimLp& lp, const int32_t* rowsign, cons
     sol->sk[r.var[static_cast<size_t>(b)]] = VLR_SK_BAS;
   }
   for (int32_t i = 0; i < m; ++i) {
-    sol->y[i] = rowsign[i] != 0 ? rowsign[i] * r.node[static_cast<size_t>(node[i])].pi : 0.0;
+    sol->y[i] = rowsign[i] != 0 ? rowsign[i] * r.pi[static_cast<size_t>(node[i])] : 0.0;
     sol->d[i] = sol->y[i];
     if (rowsign[i] == 0) {
       sol->sk[i] = VLR_SK_BAS;
@@ -305,6 +307,8 @@ void net_optimize(SysEnv* sys, const NetParam& par, const NetCallbacks& cb, cons
   r.state.resize(cap);
   r.var.resize(cap);
   r.node.resize(nodes);
+  r.thread.resize(nodes);
+  r.pi.assign(nodes, 0.0);
   NetVec<double> supply(nodes, 0.0, MemAllocator<double>(sys));
   NetVec<int32_t> slackof(nodes, -1, MemAllocator<int32_t>(sys));
   net_setuparcs(&r, lp, rowsign, colin, node.data(), &supply, slackof.data());

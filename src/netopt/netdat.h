@@ -29,16 +29,15 @@ struct NetArc {
   int32_t tail, head;
 };
 
-// One node of the tree: everything a pivot reads or writes of a node lies in one record, so that
-// a walk through the tree touches one cache line per node. The thread runs through all nodes in
-// preorder (round from the root), so that the subtree of x is the stretch of the thread from x
+// One node of the tree: the links a pivot reads or writes of a node lie in one record. The
+// potentials lie apart, densely, for the pricing's random reads. The thread runs through all nodes
+// in preorder (round from the root), so that the subtree of x is the stretch of the thread from x
 // to last, of succ nodes.
 struct NetNode {
-  int32_t parent, pred;     // parent node and the arc to it; -1 at the root
-  int32_t thread, rthread;  // next and previous node in preorder
-  int32_t succ;             // nodes in the subtree, itself included
-  int32_t last;             // last node of the subtree in preorder
-  double pi;                // potential: the reduced cost of arc a is cost - pi[tail] + pi[head]
+  int32_t parent, pred;  // parent node and the arc to it; -1 at the root
+  int32_t rthread;       // previous node in preorder (the next is in NetRec::thread)
+  int32_t succ;          // nodes in the subtree, itself included
+  int32_t last;          // last node of the subtree in preorder
 };
 
 // How a loop of pivots ended.
@@ -61,13 +60,15 @@ struct NetRec {
   int32_t nsearch = 0;  // arcs [0, nsearch) are priced; artificial arcs never come back
   int32_t artbeg = 0;   // first artificial arc; artificial arc of node v is artbeg + v
 
-  NetVec<NetArc> arc;     // [narc]
-  NetVec<int8_t> state;   // [narc] a NetArcState
-  NetVec<int32_t> var;    // [narc] the problem's variable (row variables first); -1 artificial
-  NetVec<double> lo, up;  // [narc] bounds; -inf / +inf where missing
-  NetVec<double> flow;    // [narc]
-  NetVec<double> cost;    // [narc] the problem's costs (0 for slacks and artificial arcs)
-  NetVec<NetNode> node;   // [nnode + 1] the tree, rooted at `root`
+  NetVec<NetArc> arc;      // [narc]
+  NetVec<int8_t> state;    // [narc] a NetArcState
+  NetVec<int32_t> var;     // [narc] the problem's variable (row variables first); -1 artificial
+  NetVec<double> lo, up;   // [narc] bounds; -inf / +inf where missing
+  NetVec<double> flow;     // [narc]
+  NetVec<double> cost;     // [narc] the problem's costs (0 for slacks and artificial arcs)
+  NetVec<NetNode> node;    // [nnode + 1] the tree, rooted at `root`
+  NetVec<int32_t> thread;  // [nnode + 1] next node in preorder, apart for the walks along it
+  NetVec<double> pi;  // [nnode + 1] potentials: reduced cost of a is cost - pi[tail] + pi[head]
 
   // Pricing: a queue of attractive arcs kept between iterations, refilled by scanning blocks of
   // arcs from where the last scan stopped.
@@ -89,6 +90,8 @@ struct NetRec {
         flow(MemAllocator<double>(s)),
         cost(MemAllocator<double>(s)),
         node(MemAllocator<NetNode>(s)),
+        thread(MemAllocator<int32_t>(s)),
+        pi(MemAllocator<double>(s)),
         cand(MemAllocator<int32_t>(s)) {}
 };
 

@@ -21,8 +21,8 @@ constexpr double kNetLogSeconds = 1.0;
 
 // How attractive an arc is: its reduced cost signed so that below zero it improves the cost (at
 // lower as it is, at upper negated, free by its size); 0 for arcs that do not move.
-inline double pnet_value(const NetArc& a, int32_t st, const NetNode* nd) {
-  const double d = a.cost - nd[a.tail].pi + nd[a.head].pi;
+inline double pnet_value(const NetArc& a, int32_t st, const double* pi) {
+  const double d = a.cost - pi[a.tail] + pi[a.head];
   return st == kArcFree ? -std::fabs(d) : static_cast<double>(st) * d;
 }
 
@@ -45,13 +45,13 @@ void pnet_log(NetRec* r, const char* format, ...) {
 int32_t pnet_partialprice(NetRec* r) {
   const NetArc* arcs = r->arc.data();
   const int8_t* state = r->state.data();
-  const NetNode* nd = r->node.data();
+  const double* pi = r->pi.data();
   int32_t* cand = r->cand.data();
   const double tol = -r->tols;
   int32_t keep = 0;
   for (int32_t q = 0; q < r->ncand; ++q) {
     const int32_t a = cand[q];
-    if (pnet_value(arcs[a], state[a], nd) < tol) cand[keep++] = a;
+    if (pnet_value(arcs[a], state[a], pi) < tol) cand[keep++] = a;
   }
   r->ncand = keep;
   if (keep < r->qmax - 1 || keep == 0) {
@@ -61,7 +61,7 @@ int32_t pnet_partialprice(NetRec* r) {
     double worstv = 0.0;
     int32_t inblock = 0;
     for (int32_t scanned = 0; scanned < nsearch; ++scanned) {
-      const double v = pnet_value(arcs[pos], state[pos], nd);
+      const double v = pnet_value(arcs[pos], state[pos], pi);
       if (v < tol) {
         if (r->ncand < r->qmax) {
           cand[r->ncand++] = pos;
@@ -69,9 +69,9 @@ int32_t pnet_partialprice(NetRec* r) {
         } else {
           if (worst < 0) {
             worst = 0;
-            worstv = pnet_value(arcs[cand[0]], state[cand[0]], nd);
+            worstv = pnet_value(arcs[cand[0]], state[cand[0]], pi);
             for (int32_t q = 1; q < r->ncand; ++q) {
-              const double w = pnet_value(arcs[cand[q]], state[cand[q]], nd);
+              const double w = pnet_value(arcs[cand[q]], state[cand[q]], pi);
               if (w > worstv) worstv = w, worst = q;
             }
           }
@@ -91,9 +91,9 @@ int32_t pnet_partialprice(NetRec* r) {
   }
   if (r->ncand == 0) return -1;
   int32_t best = 0;
-  double bestv = pnet_value(arcs[cand[0]], state[cand[0]], nd);
+  double bestv = pnet_value(arcs[cand[0]], state[cand[0]], pi);
   for (int32_t q = 1; q < r->ncand; ++q) {
-    const double v = pnet_value(arcs[cand[q]], state[cand[q]], nd);
+    const double v = pnet_value(arcs[cand[q]], state[cand[q]], pi);
     if (v < bestv) bestv = v, best = q;
   }
   const int32_t e = cand[best];
@@ -101,17 +101,17 @@ int32_t pnet_partialprice(NetRec* r) {
   return e;
 }
 
-inline void pnet_link(NetNode* nd, int32_t x, int32_t y) {
-  nd[x].thread = y;
+inline void pnet_link(NetNode* nd, int32_t* th, int32_t x, int32_t y) {
+  th[x] = y;
   nd[y].rthread = x;
 }
 
 // Adds sigma to the potentials of the subtree of top: a stretch of the thread.
-void pnet_updateduals(NetNode* nd, int32_t top, double sigma) {
+void pnet_updateduals(const NetNode* nd, const int32_t* th, double* pi, int32_t top, double sigma) {
   int32_t x = top;
   for (int32_t k = nd[top].succ; k > 0; --k) {
-    nd[x].pi += sigma;
-    x = nd[x].thread;
+    pi[x] += sigma;
+    x = th[x];
   }
 }
 
@@ -121,27 +121,27 @@ void pnet_updateduals(NetNode* nd, int32_t top, double sigma) {
 // (wi and its earlier subtrees) and the part after it: stretches of the old thread, so the
 // thread is spliced once per stem node; T then leaves its place for the first child's place
 // under vin. Subtree sizes change on the stem and on the two paths up to the join only.
-void pnet_updatebasis(NetNode* nd, int32_t e, int32_t uin, int32_t vin, int32_t uout,
+void pnet_updatebasis(NetNode* nd, int32_t* th, int32_t e, int32_t uin, int32_t vin, int32_t uout,
                       int32_t join) {
   const int32_t tsize = nd[uout].succ;
   const int32_t oldlast = nd[uout].last;
   const int32_t before = nd[uout].rthread;
-  const int32_t after = nd[oldlast].thread;
+  const int32_t after = th[oldlast];
   const int32_t pout = nd[uout].parent;
   // T's new thread, piece by piece; `tail` is the end of what is laid so far.
   int32_t tail = nd[uin].last;
   int32_t prev = uin, prevrth = nd[uin].rthread, prevsucc = nd[uin].succ, prevlast = tail;
-  int32_t prevafter = nd[tail].thread;  // the old thread after S(prev), read before any splice
+  int32_t prevafter = th[tail];  // the old thread after S(prev), read before any splice
   while (prev != uout) {
     const int32_t w = nd[prev].parent;
     const int32_t wrth = nd[w].rthread, wsucc = nd[w].succ, wlast = nd[w].last;
     const int32_t bbeg = prevafter;
     // After S(w): the same as after S(prev) when S(prev) ends S(w), else not yet spliced.
-    const int32_t wafter = wlast == prevlast ? prevafter : nd[wlast].thread;
-    pnet_link(nd, tail, w);
+    const int32_t wafter = wlast == prevlast ? prevafter : th[wlast];
+    pnet_link(nd, th, tail, w);
     tail = prevrth;  // the end of w and its subtrees before S(prev)
     if (wlast != prevlast) {
-      pnet_link(nd, tail, bbeg);
+      pnet_link(nd, th, tail, bbeg);
       tail = wlast;
     }
     nd[w].succ = tsize - prevsucc;
@@ -154,10 +154,10 @@ void pnet_updatebasis(NetNode* nd, int32_t e, int32_t uin, int32_t vin, int32_t 
   nd[uin].succ = tsize;
   const int32_t newlast = tail;
   // T out of its old place, and in after vin.
-  pnet_link(nd, before, after);
-  const int32_t vnext = nd[vin].thread;
-  pnet_link(nd, vin, uin);
-  pnet_link(nd, newlast, vnext);
+  pnet_link(nd, th, before, after);
+  const int32_t vnext = th[vin];
+  pnet_link(nd, th, vin, uin);
+  pnet_link(nd, th, newlast, vnext);
   for (int32_t a = pout; a >= 0 && nd[a].last == oldlast; a = nd[a].parent)
     nd[a].last = before;
   for (int32_t a = vin; a >= 0 && nd[a].last == vin; a = nd[a].parent)
@@ -247,10 +247,12 @@ bool pnet_pivot(NetRec* r, int32_t e, int32_t dir, double* step) {
   state[aout] = lo[aout] == up[aout] ? kArcFixed : (down ? kArcLower : kArcUpper);
   const int32_t uin = side == 1 ? first : second;
   const int32_t vin = side == 1 ? second : first;
-  const double d = arcs[e].cost - nd[arcs[e].tail].pi + nd[arcs[e].head].pi;
+  double* pi = r->pi.data();
+  const double d = arcs[e].cost - pi[arcs[e].tail] + pi[arcs[e].head];
   state[e] = kArcFixed;
-  pnet_updatebasis(nd, e, uin, vin, uout, join);
-  pnet_updateduals(nd, uin, uin == arcs[e].tail ? d : -d);
+  int32_t* th = r->thread.data();
+  pnet_updatebasis(nd, th, e, uin, vin, uout, join);
+  pnet_updateduals(nd, th, pi, uin, uin == arcs[e].tail ? d : -d);
   return true;
 }
 
@@ -272,13 +274,15 @@ void pnet_calcduals(NetRec* r) {
   NetNode* nd = r->node.data();
   const NetArc* arcs = r->arc.data();
   const int32_t root = r->root;
-  nd[root].pi = 0.0;
+  double* pi = r->pi.data();
+  pi[root] = 0.0;
   // Preorder: a parent's potential is known before its children's.
-  for (int32_t x = nd[root].thread; x != root; x = nd[x].thread) {
+  const int32_t* th = r->thread.data();
+  for (int32_t x = th[root]; x != root; x = th[x]) {
     const NetArc& a = arcs[nd[x].pred];
-    const double pp = nd[nd[x].parent].pi;
+    const double pp = pi[nd[x].parent];
     // The tree arc's reduced cost is zero.
-    nd[x].pi = a.tail == x ? a.cost + pp : pp - a.cost;
+    pi[x] = a.tail == x ? a.cost + pp : pp - a.cost;
   }
   r->ncand = 0;
 }
@@ -314,8 +318,8 @@ int32_t pnet_loop(NetRec* r, int32_t phase) {
     int32_t dir = r->state[static_cast<size_t>(e)];
     if (dir == kArcFree) {
       const NetArc& a = r->arc[static_cast<size_t>(e)];
-      const double d = a.cost - r->node[static_cast<size_t>(a.tail)].pi +
-                       r->node[static_cast<size_t>(a.head)].pi;
+      const double d =
+          a.cost - r->pi[static_cast<size_t>(a.tail)] + r->pi[static_cast<size_t>(a.head)];
       dir = d < 0.0 ? 1 : -1;
     }
     double step = 0.0;
