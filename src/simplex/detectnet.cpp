@@ -173,6 +173,28 @@ int32_t detectnet_pure(SysEnv* sys, const SimLp& lp, int32_t* sign, uint8_t* col
       if (++cnt > 2 || !detectnet_isone(lp.aval[p])) return 0;
     }
   }
+  // Rows written as flow out minus flow in need no search: try every sign +1 in one pass.
+  bool plain = true;
+  for (int32_t j = 0; j < n && plain; ++j) {
+    if (!detectnet_colin(lp, j)) continue;
+    int32_t plus = 0, minus = 0;
+    for (int64_t p = lp.abeg[j]; p < lp.abeg[j + 1]; ++p) {
+      if (rowin[static_cast<size_t>(lp.aidx[p])] == 0 || lp.aval[p] == 0.0) continue;
+      (lp.aval[p] > 0.0 ? plus : minus)++;
+    }
+    plain = plus <= 1 && minus <= 1;
+    colin[j] = 1;
+  }
+  if (plain) {
+    for (int32_t i = 0; i < m; ++i) {
+      sign[i] = rowin[static_cast<size_t>(i)];
+      *numcon += sign[i];
+    }
+    for (int32_t j = 0; j < n; ++j)
+      *numvar += colin[j];
+    return 1;
+  }
+  std::fill(colin, colin + n, uint8_t{0});
   DetectGraph g(sys);
   detectnet_graph(lp, rowin.data(), &g);
   DetVec<int32_t> queue{MemAllocator<int32_t>(sys)};
