@@ -2167,6 +2167,26 @@ VLR_API int32_t VLR_optimize(VLRtask_t task);
 /// VLR_optimize that returns 0 for a termination and gives its code in trmcode.
 /// @param task the task. @param trmcode out: the termination code, or 0 (may be null).
 VLR_API int32_t VLR_optimizetrm(VLRtask_t task, int32_t* trmcode);
+/// Optimises the task's linear problem with the network simplex alone. The problem must be a pure
+/// network: every column that is not fixed has, in the rows that are not free, one entry of +1 or
+/// -1, or two that differ in sign once some rows are multiplied by -1; otherwise the call ends in
+/// VLR_RES_ERR_INV_PROBLEM. The basic solution, its statuses (with a certificate when the network
+/// is infeasible or unbounded) and the network information items are left in the task, as by
+/// VLR_optimize; a termination code comes back as the result.
+/// @param task the task.
+VLR_API int32_t VLR_netoptimize(VLRtask_t task);
+/// Finds the network in the task's linear problem: the whole problem when it is a pure network
+/// (see VLR_netoptimize), otherwise a large part by VLR_IPAR_SIM_NETWORK_DETECT_METHOD. Each
+/// column of the part has, in the part's rows multiplied by their signs, one entry of +-1 or an
+/// entry +1 and an entry -1. Nothing is written when the call fails.
+/// @param task the task.
+/// @param numcon out: the number of rows in the network.
+/// @param numvar out: the number of columns in the network.
+/// @param netcon out: the network's rows, ascending; room for the task's number of rows.
+/// @param netvar out: the network's columns, ascending; room for the task's number of columns.
+/// @param scalcon out: the sign, +1 or -1, of each row in netcon; room as netcon.
+VLR_API int32_t VLR_netextraction(VLRtask_t task, int32_t* numcon, int32_t* numvar, int32_t* netcon,
+                                  int32_t* netvar, double* scalcon);
 
 /* ---- Problem data ------------------------------------------------------------------------ */
 

@@ -553,8 +553,18 @@ void simplex_dualizeandsolve(SysEnv* sys, const SimParam& par, const SimCallback
   info->cleaned = pinfo.cleaned;
 }
 
-void simplex_optimize(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, const SimLp& lp,
+void simplex_optimize(SysEnv* sys, const SimParam& parin, const SimCallbacks& cb, const SimLp& lp,
                       int32_t starthot, SimSol* sol, SimInfo* info) {
+  // The network part first: its tree is the start basis, kept as given (no presolve, no
+  // dualisation) and on the data as they are.
+  SimParam par = parin;
+  if (VLR_simplex_netoptimize(sys, parin, cb, lp, starthot, sol, info)) {
+    starthot = 1;
+    par.hotstart = 1;
+    par.solveform = kSimFormPrimal;
+    par.scaling = kSimScaleNone;
+  }
+  if (info->response != kSimOk) return;
   // Presolve first, unless a given basis is to be kept; when it cannot give the answer the
   // problem as given is solved below.
   const bool presolve = lp.m > 0 && (starthot == 0 || par.hotstart == 0) &&

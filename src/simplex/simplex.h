@@ -90,6 +90,12 @@ struct SimParam {
   int32_t presolveeliminator = 1;  // substitutions of free columns and doubleton equations
   int32_t presolveelimtries = -1;  // negative: no limit of eliminator runs
   int32_t presolveelimfill = 1;    // fill a column doubleton's substitution may add
+  // The network start: the network simplex runs first on the network part when it holds at least
+  // netdetect percent of the rows (netdetecthot with a start basis); 101 is off.
+  int32_t netdetect = 101;
+  int32_t netdetecthot = 100;
+  int32_t netmethod = 0;    // VLR_NETWORK_DETECT_*: how the part is looked for
+  int32_t netlogfreq = 50;  // iterations between the network's log lines
 };
 
 // The factor of a run's last basis, kept for the next run (VLR_IPAR_SIM_SAVE_LU): a run that
@@ -155,6 +161,12 @@ struct SimInfo {
   // row of the inverse), and the count of iterations summed.
   double densrho = 0.0, densrow = 0.0, denscol = 0.0, denstau = 0.0;
   int64_t denscount = 0;
+  // The network start (iterations in iter[kSimSlotNetwork]).
+  int32_t nettried = 0;  // the network part was looked for in this run
+  int32_t netflag = 0;   // 1 the whole problem is a network, 2 a part
+  int32_t netnumcon = 0, netnumvar = 0;
+  int64_t netdegiter = 0, netinfiter = 0;
+  double nettime = 0.0;
 };
 
 // Adds the wall seconds since t0 (from VLR_sysenv_getwctime) to operation op.
@@ -170,6 +182,23 @@ void VLR_simplex_initinfo(SimInfo* info);
 // exactly m basic ones is best; other counts are repaired). On an infeasible problem sol holds
 // the certificate the solution status names. Returns info->response.
 int32_t VLR_simplex_optimize(SysEnv* sys, const SimParam& par, const SimCallbacks& cb,
+                             const SimLp& lp, int32_t starthot, SimSol* sol, SimInfo* info);
+
+// 1 when every column that is not fixed has, in the rows that are not free, one entry of +-1 or
+// two that differ in sign once each row is multiplied by sign[i] (+1 or -1; 0 for free rows);
+// colin[j] = 1 marks those columns, and the counts of rows and columns in the network are given.
+// 0 with all signs 0 otherwise. May throw std::bad_alloc.
+int32_t detectnet_pure(SysEnv* sys, const SimLp& lp, int32_t* sign, uint8_t* colin, int32_t* numcon,
+                       int32_t* numvar);
+// The network of lp: the whole (flag 1) or, by the VLR_NETWORK_DETECT_* method, a large part
+// (flag 2): rows with sign[i] != 0 and columns with colin[j] = 1, each such column passing the
+// test above in those rows; flag 0 when none was found. Returns kSimOk or kSimNoSpace.
+int32_t VLR_simplex_detectnet(SysEnv* sys, const SimLp& lp, int32_t method, int32_t* sign,
+                              uint8_t* colin, int32_t* numcon, int32_t* numvar, int32_t* flag);
+// The network start of the pivoting optimisers: unless it was tried already or is off by the
+// threshold, the network part is solved by the network simplex and its basis put in sol->sk.
+// True when sol->sk holds that basis; info->response tells a failure or a stop.
+bool VLR_simplex_netoptimize(SysEnv* sys, const SimParam& par, const SimCallbacks& cb,
                              const SimLp& lp, int32_t starthot, SimSol* sol, SimInfo* info);
 
 }  // namespace vlr

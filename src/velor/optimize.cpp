@@ -102,6 +102,26 @@ int32_t VLR_optimizetask(Task* task) {
   return r;
 }
 
+int32_t VLR_netoptimizetask(Task* task) {
+  const double start = VLR_sysenv_getwctime(task->sys);
+  int32_t r = VLR_RES_OK;
+  if (task->iparam[VLR_IPAR_DATA_CHECK] != 0) r = VLR_checkdata(VLR_taskhandle(task));
+  if (r == VLR_RES_OK && task->data == nullptr) r = VLR_RAISE(task, VLR_RES_ERR_INTERNAL, "data");
+  int32_t decided = 0;
+  if (r == VLR_RES_OK) r = VLR_checkcrossedbounds(task, &decided);
+  if (r == VLR_RES_OK && !decided) {
+    VLR_markbuffersfordelete(task);
+    r = VLR_inittaskbeforeoptimize(task);
+    if (r == VLR_RES_OK) {
+      VLR_checkcallbacks(task, VLR_CALLBACK_BEGIN_NETWORK_SIMPLEX);
+      r = VLR_simplexnetoptimizer(task);
+      VLR_checkcallbacks(task, VLR_CALLBACK_END_NETWORK_SIMPLEX);
+    }
+  }
+  VLRP_putdouinf(task, VLR_DINF_OPTIMIZER_TIME, VLR_sysenv_getwctime(task->sys) - start);
+  return r;
+}
+
 }  // namespace vlr
 
 using vlr::Task;
@@ -133,5 +153,38 @@ int32_t VLR_optimizetrm(VLRtask_t task, int32_t* trmcode) {
     }
     if (trmcode != nullptr) *trmcode = VLR_RES_OK;
     return r;
+  });
+}
+
+int32_t VLR_netoptimize(VLRtask_t task) {
+  return vlr::api_guard([&]() -> int32_t {
+    const int32_t r0 = VLR_checktask(task);
+    if (r0 != VLR_RES_OK) return r0;
+    Task* t = vlr::VLR_taskcast(task);
+    const int32_t busy = vlr::VLR_checktaskidle(t);
+    if (busy != VLR_RES_OK) return busy;
+    const vlr::TaskInUse inuse(t);
+    int32_t r = vlr::VLR_startoptimizer(t, VLR_CALLBACK_BEGIN_OPTIMIZER);
+    if (r != VLR_RES_OK) return r;
+    r = vlr::VLR_netoptimizetask(t);
+    vlr::VLR_stopoptimizer(t, &r, VLR_CALLBACK_END_OPTIMIZER);
+    return r;
+  });
+}
+
+int32_t VLR_netextraction(VLRtask_t task, int32_t* numcon, int32_t* numvar, int32_t* netcon,
+                          int32_t* netvar, double* scalcon) {
+  return vlr::api_guard([&]() -> int32_t {
+    const int32_t r0 = VLR_checktask(task);
+    if (r0 != VLR_RES_OK) return r0;
+    Task* t = vlr::VLR_taskcast(task);
+    if (numcon == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "numcon");
+    if (numvar == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "numvar");
+    if (netcon == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "netcon");
+    if (netvar == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "netvar");
+    if (scalcon == nullptr) return VLR_RAISE(t, VLR_RES_ERR_NULL_POINTER, "scalcon");
+    if (t->data == nullptr) return VLR_RAISE(t, VLR_RES_ERR_INTERNAL, "data");
+    if (vlr::VLRP_getprobtype(t) != VLR_PROBTYPE_LO) return VLR_RAISE(t, VLR_RES_ERR_INV_PROBLEM);
+    return vlr::VLR_simplexnetextract(t, numcon, numvar, netcon, netvar, scalcon);
   });
 }

@@ -183,9 +183,19 @@ int32_t VLR_appendstat(Task* task);
 
 // The inner optimise: data check, reset, the choice of road and the optimiser time.
 int32_t VLR_optimizetask(Task* task);
+// The same for the network simplex alone (VLR_netoptimize).
+int32_t VLR_netoptimizetask(Task* task);
 // The simplex road: the task's linear problem through the pivoting optimisers, with the slot of
 // the optimiser asked for (velorsim.cpp).
 int32_t VLR_simplexoptimizer(Task* task, int32_t optimizer);
+// The network road: the task's linear problem, which must be a pure network once some rows are
+// multiplied by -1 (VLR_RES_ERR_INV_PROBLEM otherwise), through the network simplex alone.
+int32_t VLR_simplexnetoptimizer(Task* task);
+// The network part of the task's problem by VLR_IPAR_SIM_NETWORK_DETECT_METHOD: its rows in
+// netcon with their signs in scalcon (each [numcon of the task]) and its columns in netvar
+// ([numvar of the task]). Nothing is written on failure.
+int32_t VLR_simplexnetextract(Task* task, int32_t* numcon, int32_t* numvar, int32_t* netcon,
+                              int32_t* netvar, double* scalcon);
 
 // Two-way map between VLR_cputype values and the system layer's processor numbers.
 int32_t VLR_tocpuid(int32_t cputype);

@@ -9,6 +9,7 @@
 #include <new>
 #include <vector>
 
+#include "netopt/netopt.h"
 #include "simplex/simplex.h"
 #include "velor/privinf.h"
 #include "velor/probdata.h"
@@ -76,6 +77,10 @@ void velorsim_setparam(const Task* task, SimParam* par) {
   par->presolveeliminator = ip[VLR_IPAR_PRESOLVE_ELIMINATOR_USE];
   par->presolveelimtries = ip[VLR_IPAR_PRESOLVE_ELIMINATOR_MAX_NUM_TRIES];
   par->presolveelimfill = ip[VLR_IPAR_PRESOLVE_ELIM_FILL];
+  par->netdetect = ip[VLR_IPAR_SIM_NETWORK_DETECT];
+  par->netdetecthot = ip[VLR_IPAR_SIM_NETWORK_DETECT_HOTSTART];
+  par->netmethod = ip[VLR_IPAR_SIM_NETWORK_DETECT_METHOD];
+  par->netlogfreq = std::max(1, ip[VLR_IPAR_LOG_SIM_NETWORK_FREQ]);
   par->slot = kSimSlotDual;
 }
 
@@ -236,6 +241,16 @@ void velorsim_report(Task* task, const SimInfo& info, double sense, bool primal,
   VLRP_putdouinf(task, VLR_DINF_SIM_TIME, info.time);
   VLRP_putdouinf(task, primal ? VLR_DINF_SIM_PRIMAL_TIME : VLR_DINF_SIM_DUAL_TIME, info.time);
   VLRP_putdouinf(task, VLR_DINF_SIM_OBJ, sense * info.pobj);
+  if (info.nettried != 0) {
+    VLRP_putintinf(task, VLR_IINF_SIM_NETWORK_PRIMAL_ITER,
+                   static_cast<int32_t>(info.iter[kSimSlotNetwork]));
+    VLRP_putintinf(task, VLR_IINF_SIM_NETWORK_PRIMAL_DEG_ITER,
+                   static_cast<int32_t>(info.netdegiter));
+    VLRP_putintinf(task, VLR_IINF_SIM_NETWORK_PRIMAL_INF_ITER,
+                   static_cast<int32_t>(info.netinfiter));
+    VLRP_putdouinf(task, VLR_DINF_SIM_NETWORK_PRIMAL_TIME, info.nettime);
+    VLRP_putdouinf(task, VLR_DINF_SIM_NETWORK_TIME, info.nettime);
+  }
   if (loglevel > 0) {
     VLRP_echotask(task, VLR_STREAM_LOG, "%s simplex optimizer terminated.\n", name);
     VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %lld\n", "Iterations",
@@ -261,14 +276,32 @@ void velorsim_report(Task* task, const SimInfo& info, double sense, bool primal,
   }
 }
 
-int32_t velorsim_run(Task* task, int32_t optimizer) {
+// The task's problem in the simplex's form, with the arrays it lives in.
+struct VelorSimLp {
+  TaskVec<int64_t> abeg;
+  TaskVec<int32_t> aidx;
+  TaskVec<double> aval, c;
+  TaskVec<int32_t> bk;
+  TaskVec<double> bl, bu;
+  SimLp lp;
+  double sense = 1.0;  // -1 for a maximisation, solved as the minimisation of -c
+  explicit VelorSimLp(SysEnv* sys)
+      : abeg(MemAllocator<int64_t>(sys)),
+        aidx(MemAllocator<int32_t>(sys)),
+        aval(MemAllocator<double>(sys)),
+        c(MemAllocator<double>(sys)),
+        bk(MemAllocator<int32_t>(sys)),
+        bl(MemAllocator<double>(sys)),
+        bu(MemAllocator<double>(sys)) {}
+};
+
+int32_t velorsim_makelp(Task* task, VelorSimLp* out) {
   TaskData* data = task->data;
   const int32_t m = data->numcon, n = data->numvar, nt = m + n;
   SysEnv* sys = task->sys;
   const MemAllocator<double> ad(sys);
   const MemAllocator<int32_t> ai(sys);
   const MemAllocator<int64_t> al(sys);
-
   // The matrix by columns.
   TaskVec<int64_t> abeg(static_cast<size_t>(n) + 1, 0, al);
   TaskVec<int64_t> aend(static_cast<size_t>(n) + 1, 0, al);
@@ -283,24 +316,22 @@ int32_t velorsim_run(Task* task, int32_t optimizer) {
     const int32_t r = VLR_sprmat_getcolslice(data->a, 0, n, nz, &surplus, abeg.data(), aend.data(),
                                              aidx.data(), aval.data());
     if (r != 0) return VLR_SPRRES(task, r);
-    // Pack: the slice gives start and end of each column.
-    TaskVec<int32_t> pidx(aidx.size(), 0, ai);
-    TaskVec<double> pval(aval.size(), 0.0, ad);
+    // Pack: the slice gives start and end of each column, one column after another, so the
+    // entries kept move back in place.
     int64_t at = 0;
-    TaskVec<int64_t> beg(static_cast<size_t>(n) + 1, 0, al);
     for (int32_t j = 0; j < n; ++j) {
-      beg[static_cast<size_t>(j)] = at;
-      for (int64_t k = abeg[static_cast<size_t>(j)]; k < aend[static_cast<size_t>(j)]; ++k) {
+      const auto sj = static_cast<size_t>(j);
+      const int64_t b = abeg[sj], e = aend[sj];
+      if (b < at) return VLR_RAISE(task, VLR_RES_ERR_INTERNAL, "column slice");
+      abeg[sj] = at;
+      for (int64_t k = b; k < e; ++k) {
         if (aval[static_cast<size_t>(k)] == 0.0) continue;
-        pidx[static_cast<size_t>(at)] = aidx[static_cast<size_t>(k)];
-        pval[static_cast<size_t>(at)] = aval[static_cast<size_t>(k)];
+        aidx[static_cast<size_t>(at)] = aidx[static_cast<size_t>(k)];
+        aval[static_cast<size_t>(at)] = aval[static_cast<size_t>(k)];
         ++at;
       }
     }
-    beg[static_cast<size_t>(n)] = at;
-    abeg.swap(beg);
-    aidx.swap(pidx);
-    aval.swap(pval);
+    abeg[static_cast<size_t>(n)] = at;
   } else {
     std::fill(abeg.begin(), abeg.end(), 0);
   }
@@ -326,17 +357,39 @@ int32_t velorsim_run(Task* task, int32_t optimizer) {
     bl[static_cast<size_t>(m + j)] = data->blx[j];
     bu[static_cast<size_t>(m + j)] = data->bux[j];
   }
-  SimLp lp;
+  out->abeg.swap(abeg);
+  out->aidx.swap(aidx);
+  out->aval.swap(aval);
+  out->c.swap(c);
+  out->bk.swap(bk);
+  out->bl.swap(bl);
+  out->bu.swap(bu);
+  out->sense = sense;
+  SimLp& lp = out->lp;
   lp.m = m;
   lp.n = n;
-  lp.abeg = abeg.data();
-  lp.aidx = aidx.data();
-  lp.aval = aval.data();
-  lp.c = c.data();
+  lp.abeg = out->abeg.data();
+  lp.aidx = out->aidx.data();
+  lp.aval = out->aval.data();
+  lp.c = out->c.data();
   lp.cfix = sense * data->cfix;
-  lp.bk = bk.data();
-  lp.bl = bl.data();
-  lp.bu = bu.data();
+  lp.bk = out->bk.data();
+  lp.bl = out->bl.data();
+  lp.bu = out->bu.data();
+  return VLR_RES_OK;
+}
+
+int32_t velorsim_run(Task* task, int32_t optimizer) {
+  TaskData* data = task->data;
+  const int32_t m = data->numcon, n = data->numvar, nt = m + n;
+  SysEnv* sys = task->sys;
+  const MemAllocator<double> ad(sys);
+  const MemAllocator<int32_t> ai(sys);
+  VelorSimLp vlp(sys);
+  const int32_t rl = velorsim_makelp(task, &vlp);
+  if (rl != VLR_RES_OK) return rl;
+  const SimLp& lp = vlp.lp;
+  const double sense = vlp.sense;
 
   TaskVec<int32_t> sk(static_cast<size_t>(std::max(nt, 1)), 0, ai);
   TaskVec<double> x(static_cast<size_t>(std::max(nt, 1)), 0.0, ad);
@@ -399,6 +452,114 @@ int32_t velorsim_run(Task* task, int32_t optimizer) {
   return r;
 }
 
+struct VelorNetHandle {
+  Task* task;
+  int32_t stop;  // a VelorSimStop
+};
+
+void velornet_log(void* handle, const char* text) {
+  VLRP_echotask(static_cast<VelorNetHandle*>(handle)->task, VLR_STREAM_LOG, "%s", text);
+}
+
+int32_t velornet_progress(void* handle, int64_t iterations, double obj) {
+  auto* h = static_cast<VelorNetHandle*>(handle);
+  Task* task = h->task;
+  VLRP_putintinf(task, VLR_IINF_SIM_NETWORK_PRIMAL_ITER, static_cast<int32_t>(iterations));
+  VLRP_putdouinf(task, VLR_DINF_SIM_OBJ, obj);
+  if (VLR_checkoptimizermaxtime(task) != 0) {
+    h->stop = kVelorSimTimeLimit;
+    return 1;
+  }
+  if (VLR_checkcallbacks(task, VLR_CALLBACK_UPDATE_NETWORK_PRIMAL_SIMPLEX) != 0) {
+    h->stop = kVelorSimCallback;
+    return 1;
+  }
+  return 0;
+}
+
+void velornet_report(Task* task, const NetInfo& info, double sense, int32_t loglevel) {
+  VLRP_putintinf(task, VLR_IINF_SIM_NETWORK_PRIMAL_ITER, static_cast<int32_t>(info.iter));
+  VLRP_putintinf(task, VLR_IINF_SIM_NETWORK_PRIMAL_DEG_ITER, static_cast<int32_t>(info.degiter));
+  VLRP_putintinf(task, VLR_IINF_SIM_NETWORK_PRIMAL_INF_ITER, static_cast<int32_t>(info.infiter));
+  VLRP_putintinf(task, VLR_IINF_SIM_NUMCON, task->data->numcon);
+  VLRP_putintinf(task, VLR_IINF_SIM_NUMVAR, task->data->numvar);
+  VLRP_putdouinf(task, VLR_DINF_SIM_NETWORK_PRIMAL_TIME, info.time);
+  VLRP_putdouinf(task, VLR_DINF_SIM_NETWORK_TIME, info.time);
+  VLRP_putdouinf(task, VLR_DINF_SIM_TIME, info.time);
+  VLRP_putdouinf(task, VLR_DINF_SIM_OBJ, sense * info.pobj);
+  if (loglevel <= 0) return;
+  VLRP_echotask(task, VLR_STREAM_LOG, "Network primal simplex optimizer terminated.\n");
+  VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %lld\n", "Iterations",
+                static_cast<long long>(info.iter));
+  VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %lld\n", "Deg. iterations",
+                static_cast<long long>(info.degiter));
+  VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %lld\n", "Inf. iterations",
+                static_cast<long long>(info.infiter));
+  VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %-.12e\n", "Primal obj", sense * info.pobj);
+  char text[VLR_MAX_STR_LEN] = "";
+  VLR_prostatostr(VLR_taskhandle(task), info.prosta, text);
+  VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %-s\n", "Problem status", text);
+  VLR_solstatostr(VLR_taskhandle(task), info.solsta, text);
+  VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %-s\n", "Solution status", text);
+  VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %-.4f\n", "Time", info.time);
+}
+
+int32_t velornet_run(Task* task) {
+  const int32_t m = task->data->numcon, n = task->data->numvar, nt = m + n;
+  SysEnv* sys = task->sys;
+  VelorSimLp vlp(sys);
+  const int32_t rl = velorsim_makelp(task, &vlp);
+  if (rl != VLR_RES_OK) return rl;
+  const SimLp& lp = vlp.lp;
+  TaskVec<int32_t> sign(static_cast<size_t>(std::max(m, 1)), 0, MemAllocator<int32_t>(sys));
+  TaskVec<uint8_t> colin(static_cast<size_t>(std::max(n, 1)), 0, MemAllocator<uint8_t>(sys));
+  int32_t numcon = 0, numvar = 0;
+  VLR_checkcallbacks(task, VLR_CALLBACK_BEGIN_SIMPLEX_NETWORK_DETECT);
+  const int32_t pure = detectnet_pure(sys, lp, sign.data(), colin.data(), &numcon, &numvar);
+  VLR_checkcallbacks(task, VLR_CALLBACK_END_SIMPLEX_NETWORK_DETECT);
+  SimParam spar;
+  velorsim_setparam(task, &spar);
+  if (pure != 1) {
+    if (spar.loglevel > 0) {
+      VLRP_echotask(task, VLR_STREAM_LOG, "The problem is not a pure network.\n");
+    }
+    return VLR_RAISE(task, VLR_RES_ERR_INV_PROBLEM);
+  }
+  NetParam par;
+  par.loglevel = spar.loglevel;
+  par.logfreq = spar.netlogfreq;
+  par.maxiter = spar.maxiter;
+  par.tolx = spar.tolx;
+  par.tols = spar.tols;
+  VelorNetHandle handle{task, kVelorSimRunning};
+  NetCallbacks cb;
+  cb.handle = &handle;
+  cb.log = velornet_log;
+  cb.progress = velornet_progress;
+  const auto snt = static_cast<size_t>(std::max(nt, 1));
+  TaskVec<int32_t> sk(snt, 0, MemAllocator<int32_t>(sys));
+  TaskVec<double> x(snt, 0.0, MemAllocator<double>(sys));
+  TaskVec<double> y(static_cast<size_t>(std::max(m, 1)), 0.0, MemAllocator<double>(sys));
+  TaskVec<double> d(snt, 0.0, MemAllocator<double>(sys));
+  SimSol sol{sk.data(), x.data(), y.data(), d.data()};
+  if (par.loglevel > 0) {
+    VLRP_echotask(task, VLR_STREAM_LOG, "Network primal simplex optimizer started.\n");
+  }
+  VLR_checkcallbacks(task, VLR_CALLBACK_BEGIN_NETWORK_PRIMAL_SIMPLEX);
+  NetInfo info;
+  VLR_net_optimize(sys, par, cb, lp, sign.data(), colin.data(), &sol, &info);
+  VLR_checkcallbacks(task, VLR_CALLBACK_END_NETWORK_PRIMAL_SIMPLEX);
+  if (info.response == kNetNoSpace) return VLR_RAISE(task, VLR_RES_ERR_SPACE);
+  const int32_t r = velorsim_response(task, info.response, handle.stop);
+  SimInfo sinfo;
+  sinfo.prosta = info.prosta;
+  sinfo.solsta = info.solsta;
+  const int32_t rr = velorsim_putsolution(task, lp, sol, sinfo, vlp.sense);
+  if (rr != VLR_RES_OK) return rr;
+  velornet_report(task, info, vlp.sense, par.loglevel);
+  return r;
+}
+
 }  // namespace
 
 int32_t VLR_simplexoptimizer(Task* task, int32_t optimizer) {
@@ -415,6 +576,50 @@ int32_t VLR_simplexoptimizer(Task* task, int32_t optimizer) {
   VLRP_putprivateintinf(task, kPiinfCurrentOptimizer, sel);
   try {
     return velorsim_run(task, sel);
+  } catch (const std::bad_alloc&) {
+    return VLR_RAISE(task, VLR_RES_ERR_SPACE);
+  }
+}
+
+int32_t VLR_simplexnetoptimizer(Task* task) {
+  if (VLRP_getprobtype(task) != VLR_PROBTYPE_LO) return VLR_RAISE(task, VLR_RES_ERR_INV_PROBLEM);
+  VLRP_putprivateintinf(task, kPiinfCurrentOptimizer, VLR_OPTIMIZER_FREE_SIMPLEX);
+  try {
+    return velornet_run(task);
+  } catch (const std::bad_alloc&) {
+    return VLR_RAISE(task, VLR_RES_ERR_SPACE);
+  }
+}
+
+int32_t VLR_simplexnetextract(Task* task, int32_t* numcon, int32_t* numvar, int32_t* netcon,
+                              int32_t* netvar, double* scalcon) {
+  try {
+    SysEnv* sys = task->sys;
+    const int32_t m = task->data->numcon, n = task->data->numvar;
+    VelorSimLp vlp(sys);
+    const int32_t rl = velorsim_makelp(task, &vlp);
+    if (rl != VLR_RES_OK) return rl;
+    TaskVec<int32_t> sign(static_cast<size_t>(std::max(m, 1)), 0, MemAllocator<int32_t>(sys));
+    TaskVec<uint8_t> colin(static_cast<size_t>(std::max(n, 1)), 0, MemAllocator<uint8_t>(sys));
+    int32_t nc = 0, nv = 0, flag = 0;
+    if (VLR_simplex_detectnet(sys, vlp.lp, task->iparam[VLR_IPAR_SIM_NETWORK_DETECT_METHOD],
+                              sign.data(), colin.data(), &nc, &nv, &flag) != kSimOk) {
+      return VLR_RAISE(task, VLR_RES_ERR_SPACE);
+    }
+    // Nothing is written before the search has succeeded.
+    int32_t k = 0;
+    for (int32_t i = 0; i < m; ++i) {
+      const int32_t s = sign[static_cast<size_t>(i)];
+      if (s == 0) continue;
+      netcon[k] = i;
+      scalcon[k++] = s;
+    }
+    k = 0;
+    for (int32_t j = 0; j < n; ++j)
+      if (colin[static_cast<size_t>(j)] != 0) netvar[k++] = j;
+    *numcon = nc;
+    *numvar = nv;
+    return VLR_RES_OK;
   } catch (const std::bad_alloc&) {
     return VLR_RAISE(task, VLR_RES_ERR_SPACE);
   }
