@@ -22,12 +22,12 @@ double sch_fincolk(sfk* obj, int32_t col, double v) {
   const double lo = std::min(std::max(t, a * kEps), 0.0001);
   const double tsp = t * std::sqrt(std::fabs(p));
   const bool pos = (dt & kSfkPositive) != 0, neg = (dt & kSfkNegative) != 0;
-  if (dt & kSfkNormalRow) {
-    // A row of normal equations scaled to a unit diagonal: positive definite in exact
-    // arithmetic, so a pivot lost to cancellation (or a row that is nearly empty here) means a
-    // dependent row. It is replaced by the caller's value, and sdiag keeps the amount added,
-    // which the caller may take back through a low-rank correction.
-    if (v > t * std::max(s, 1.0)) {
+  if (dt & kSfkNormalRepl) {
+    // A row of normal equations: positive definite in exact arithmetic, so a pivot lost to
+    // cancellation against its own diagonal (or an empty row) means a dependent row. It is
+    // replaced by the caller's value, and sdiag keeps the amount added, which the caller may
+    // take back through a low-rank correction.
+    if (v > t * s && v > 0.0) {
       dt &= static_cast<uint16_t>(~(kSfkReview | kSfkReplaced));
       return v;
     }

@@ -28,6 +28,8 @@ constexpr uint16_t kSfkAddOne = 0x20;     // 1.0 is added to the pivot before th
 constexpr uint16_t kSfkDenseRow = 0x40;   // a dense column's row
 constexpr uint16_t kSfkNormalRow = 0x80;  // a row of the normal-equations part
 constexpr uint16_t kSfkReplaced = 0x100;  // the pivot was replaced; kept until a good pivot
+// A row of normal equations whose lost pivot takes the value of putnormrepl (see there).
+constexpr uint16_t kSfkNormalRepl = 0x200;
 
 // ---- Life cycle and input ------------------------------------------------------------------
 
@@ -67,9 +69,8 @@ void VLR_sfk_adddtype(sfk* obj, int32_t i, uint16_t flags);
 uint16_t VLR_sfk_getdtype(const sfk* obj, int32_t i);
 void VLR_sfk_puttolpiv(sfk* obj, double tolpiv);      // raised to 2.220446049250313e-17 at least
 void VLR_sfk_set_add_diag(sfk* obj, double adddiag);  // added to the diagonal when positive
-// A pivot of a kSfkNormalRow row at most tolpiv times max(its diagonal, 1) (the matrix is meant
-// to be scaled to a unit diagonal) becomes value; getadded then gives what was added to row i's
-// pivot (0 if none).
+// A pivot of a kSfkNormalRepl row at most tolpiv times its diagonal becomes value; getadded then
+// gives what was added to row i's pivot (0 if none).
 void VLR_sfk_putnormrepl(sfk* obj, double value);
 double VLR_sfk_getadded(const sfk* obj, int32_t i);
 // Puts the values of A in the order of the pattern given to inasub (borrows for the call).

@@ -186,7 +186,7 @@ int32_t kkt_symbolic(kktfac* obj) {
   r = VLR_sfk_inasub(obj->fac, obj->mbeg, obj->msub);
   if (r != kSfkOk) return r == kSfkNoSpace ? kKktNoSpace : kKktBadInput;
   for (int32_t i = 0; i < m; ++i)
-    VLR_sfk_putdtype(obj->fac, i, kSfkPositive | kSfkNormalRow);
+    VLR_sfk_putdtype(obj->fac, i, kSfkPositive | kSfkNormalRow | kSfkNormalRepl);
   VLR_sfk_puttolpiv(obj->fac, obj->tolpiv);
   r = VLR_sfk_order(obj->fac, 0.25, 0.25, obj->ordtpe, 1, obj->cbhandle, obj->callback);
   if (r != kSfkOk) return r == kSfkStopped ? kKktStopped : kKktNoSpace;
@@ -361,9 +361,10 @@ int32_t VLR_kktfac_autosetup(kktfac* obj, const int64_t* abeg, const int32_t* as
     obj->ndense = 0;
     for (int32_t j = 0; j < n; ++j)
       if (obj->dmark[j]) obj->dcol[obj->ndense++] = j;
-    // Room for the dense columns and as many lost rows again, at least 50.
-    r = VLR_sc_create(obj,
-                      nd > 0 ? std::min(2 * nd + 50, std::max(nd, (1 << 24) / std::max(m, 1))) : 0);
+    // Room for the dense columns and for rows that only they cover: at least 50, as many as fit
+    // in 2^22 doubles of Z, and never more than the rows.
+    const int32_t lost = std::min(m, std::max(50, (1 << 22) / std::max(m, 1)));
+    r = VLR_sc_create(obj, nd > 0 ? nd + lost : 0);
   }
   if (r != kKktOk) {
     kkt_freesetup(obj);

@@ -101,8 +101,10 @@ void VLR_sc_calschur(kktfac* obj) {
     for (int32_t r = c + 1; r < k; ++r)
       if (std::fabs(sc.q[c * k + r]) > std::fabs(sc.q[c * k + p])) p = r;
     sc.qpiv[c] = p;
+    // The exchange leaves the multipliers of earlier columns where they are, so that the solve
+    // applies each exchange just before its column, as the factor did.
     if (p != c) {
-      for (int32_t cc = 0; cc < k; ++cc)
+      for (int32_t cc = c; cc < k; ++cc)
         std::swap(sc.q[cc * k + c], sc.q[cc * k + p]);
     }
     double& piv = sc.q[c * k + c];

@@ -182,6 +182,8 @@ int32_t VLR_optimizetask(Task* task);
 // The simplex road: the task's linear problem through the pivoting optimisers, with the slot of
 // the optimiser asked for (velorsim.cpp).
 int32_t VLR_simplexoptimizer(Task* task, int32_t optimizer);
+// The interior-point road (velorint.cpp): writes VLR_SOL_ITR.
+int32_t VLR_intpntoptimizer(Task* task);
 
 // Two-way map between VLR_cputype values and the system layer's processor numbers.
 int32_t VLR_tocpuid(int32_t cputype);

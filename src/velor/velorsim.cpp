@@ -13,13 +13,11 @@
 #include "velor/privinf.h"
 #include "velor/probdata.h"
 #include "velor/task.h"
+#include "velor/taskslp.h"
 
 namespace vlr {
 
 namespace {
-
-template <class T>
-using TaskVec = std::vector<T, MemAllocator<T>>;
 
 // Slot of the optimiser: primal 1, dual 2, primal-dual 3, free 0.
 // The slot, and so the road, of a choice of optimiser: the primal simplex runs the primal
@@ -128,67 +126,6 @@ int32_t velorsim_response(Task* task, int32_t resp, int32_t stop) {
   }
 }
 
-// The basic solution of a run written to the task, in the task's sense: the duals of a
-// maximisation change sign, a certificate keeps its own. Returns the response of making it.
-int32_t velorsim_putsolution(Task* task, const SimLp& lp, const SimSol& sol, const SimInfo& info,
-                             double sense) {
-  const int32_t m = lp.m, n = lp.n, nt = m + n;
-  const int32_t* bk = lp.bk;
-  const int32_t* sk = sol.sk;
-  const double *x = sol.x, *y = sol.y, *d = sol.d;
-  // The basic solution, in the task's sense: duals of a maximisation change sign.
-  const int32_t rr = VLR_makesolution(task, VLR_SOL_BAS);
-  if (rr != VLR_RES_OK) return rr;
-  SolRec& s = task->sols->sol[VLR_SOL_BAS];
-  s.defined = 1;
-  s.prosta = info.prosta;
-  s.solsta = info.solsta;
-  int32_t* skc = VLR_solkeyptr(task, VLR_SOL_BAS, VLR_ACC_CON);
-  int32_t* skx = VLR_solkeyptr(task, VLR_SOL_BAS, VLR_ACC_VAR);
-  double* xc = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_XC);
-  double* xx = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_XX);
-  double* yy = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_Y);
-  double* slc = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_SLC);
-  double* suc = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_SUC);
-  double* slx = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_SLX);
-  double* sux = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_SUX);
-  const bool certificate = info.solsta == VLR_SOL_STA_PRIM_INFEAS_CER;
-  const bool ray = info.solsta == VLR_SOL_STA_DUAL_INFEAS_CER;
-  // A certificate keeps its sign; the duals of a solution follow the sense.
-  const double dsign = certificate ? 1.0 : sense;
-  for (int32_t k = 0; k < nt; ++k) {
-    const auto sk_ = static_cast<size_t>(k);
-    const int32_t key = bk[sk_];
-    const bool haslo = key == VLR_BK_LO || key == VLR_BK_FX || key == VLR_BK_RA;
-    const bool hasup = key == VLR_BK_UP || key == VLR_BK_FX || key == VLR_BK_RA;
-    const double dk = d[sk_];
-    const double sl = dk > 0.0 && haslo ? dk : 0.0;
-    const double su = dk < 0.0 && hasup ? -dk : 0.0;
-    const double xv = certificate ? 0.0 : x[sk_];
-    if (k < m) {
-      skc[k] = ray || certificate ? VLR_SK_UNK : sk[sk_];
-      xc[k] = xv;
-      yy[k] = ray ? 0.0 : dsign * y[sk_];
-      slc[k] = ray ? 0.0 : dsign * sl;
-      suc[k] = ray ? 0.0 : dsign * su;
-    } else {
-      skx[k - m] = ray || certificate ? VLR_SK_UNK : sk[sk_];
-      xx[k - m] = xv;
-      slx[k - m] = ray ? 0.0 : dsign * sl;
-      sux[k - m] = ray ? 0.0 : dsign * su;
-    }
-  }
-  if (certificate) {
-    // Keep the basis: a re-solve after a change starts from it.
-    for (int32_t i = 0; i < m; ++i)
-      skc[i] = sk[static_cast<size_t>(i)];
-    for (int32_t j = 0; j < n; ++j)
-      skx[j] = sk[static_cast<size_t>(m + j)];
-  }
-
-  return VLR_RES_OK;
-}
-
 // The information items of a run, and the tail of its log.
 // The tail's account of where the time went, by operation of the pivoting loops, and how dense
 // the vectors of an iteration were on average.
@@ -260,76 +197,11 @@ int32_t velorsim_run(Task* task, int32_t optimizer) {
   SysEnv* sys = task->sys;
   const MemAllocator<double> ad(sys);
   const MemAllocator<int32_t> ai(sys);
-  const MemAllocator<int64_t> al(sys);
-
-  // The matrix by columns.
-  TaskVec<int64_t> abeg(static_cast<size_t>(n) + 1, 0, al);
-  TaskVec<int64_t> aend(static_cast<size_t>(n) + 1, 0, al);
-  int64_t nz = 0;
-  if (data->a != nullptr && n > 0) {
-    if (VLR_sprmat_getsize(data->a, &nz) != 0) return VLR_RAISE(task, VLR_RES_ERR_SPACE);
-  }
-  TaskVec<int32_t> aidx(static_cast<size_t>(std::max<int64_t>(nz, 1)), 0, ai);
-  TaskVec<double> aval(static_cast<size_t>(std::max<int64_t>(nz, 1)), 0.0, ad);
-  if (nz > 0) {
-    int64_t surplus = nz;
-    const int32_t r = VLR_sprmat_getcolslice(data->a, 0, n, nz, &surplus, abeg.data(), aend.data(),
-                                             aidx.data(), aval.data());
-    if (r != 0) return VLR_SPRRES(task, r);
-    // Pack: the slice gives start and end of each column.
-    TaskVec<int32_t> pidx(aidx.size(), 0, ai);
-    TaskVec<double> pval(aval.size(), 0.0, ad);
-    int64_t at = 0;
-    TaskVec<int64_t> beg(static_cast<size_t>(n) + 1, 0, al);
-    for (int32_t j = 0; j < n; ++j) {
-      beg[static_cast<size_t>(j)] = at;
-      for (int64_t k = abeg[static_cast<size_t>(j)]; k < aend[static_cast<size_t>(j)]; ++k) {
-        if (aval[static_cast<size_t>(k)] == 0.0) continue;
-        pidx[static_cast<size_t>(at)] = aidx[static_cast<size_t>(k)];
-        pval[static_cast<size_t>(at)] = aval[static_cast<size_t>(k)];
-        ++at;
-      }
-    }
-    beg[static_cast<size_t>(n)] = at;
-    abeg.swap(beg);
-    aidx.swap(pidx);
-    aval.swap(pval);
-  } else {
-    std::fill(abeg.begin(), abeg.end(), 0);
-  }
-
-  // A maximisation is solved as the minimisation of -c.
-  const bool maximize = data->objsense == VLR_OBJECTIVE_SENSE_MAXIMIZE ||
-                        (data->objsense != VLR_OBJECTIVE_SENSE_MINIMIZE &&
-                         task->iparam[VLR_IPAR_OBJECTIVE_SENSE] == VLR_OBJECTIVE_SENSE_MAXIMIZE);
-  const double sense = maximize ? -1.0 : 1.0;
-  TaskVec<double> c(static_cast<size_t>(std::max(n, 1)), 0.0, ad);
-  for (int32_t j = 0; j < n; ++j)
-    c[static_cast<size_t>(j)] = sense * data->c[j];
-  TaskVec<int32_t> bk(static_cast<size_t>(std::max(nt, 1)), 0, ai);
-  TaskVec<double> bl(static_cast<size_t>(std::max(nt, 1)), 0.0, ad);
-  TaskVec<double> bu(static_cast<size_t>(std::max(nt, 1)), 0.0, ad);
-  for (int32_t i = 0; i < m; ++i) {
-    bk[static_cast<size_t>(i)] = data->bkc[i];
-    bl[static_cast<size_t>(i)] = data->blc[i];
-    bu[static_cast<size_t>(i)] = data->buc[i];
-  }
-  for (int32_t j = 0; j < n; ++j) {
-    bk[static_cast<size_t>(m + j)] = data->bkx[j];
-    bl[static_cast<size_t>(m + j)] = data->blx[j];
-    bu[static_cast<size_t>(m + j)] = data->bux[j];
-  }
-  SimLp lp;
-  lp.m = m;
-  lp.n = n;
-  lp.abeg = abeg.data();
-  lp.aidx = aidx.data();
-  lp.aval = aval.data();
-  lp.c = c.data();
-  lp.cfix = sense * data->cfix;
-  lp.bk = bk.data();
-  lp.bl = bl.data();
-  lp.bu = bu.data();
+  TaskSimLp tl(sys);
+  const int32_t rl = VLR_tasksimlp(task, &tl);
+  if (rl != VLR_RES_OK) return rl;
+  const SimLp& lp = tl.lp;
+  const double sense = tl.sense;
 
   TaskVec<int32_t> sk(static_cast<size_t>(std::max(nt, 1)), 0, ai);
   TaskVec<double> x(static_cast<size_t>(std::max(nt, 1)), 0.0, ad);
@@ -382,7 +254,7 @@ int32_t velorsim_run(Task* task, int32_t optimizer) {
   int32_t r = velorsim_response(task, info.response, handle.stop);
   if (info.response == kSimNoSpace) return r;
 
-  const int32_t rr = velorsim_putsolution(task, lp, sol, info, sense);
+  const int32_t rr = VLR_putsimsol(task, VLR_SOL_BAS, lp, sol, info.prosta, info.solsta, sense);
   if (rr != VLR_RES_OK) return rr;
   velorsim_report(task, info, sense, primal, par.loglevel);
   return r;
