@@ -50,6 +50,7 @@ struct hom {
   // Measures of the iterate.
   double pfeasf, dfeasf, gfeasf, meritfeas, cgapf, mu, pobj, dobj, relgap;
   double pfeasinff, dfeasinff, cx, by;
+  double xnrm, ynrm;  // sizes of the primal (x, xu) and dual (y, s, su) parts
   double nrma, nrmb, nrmc, anorm;
   double cgap0, mu0;
   // Control.

@@ -249,6 +249,8 @@ void hom_inititer(hom* h) {
               (std::max(1.0, std::fabs(by / v.tau)) + 1.0 / std::fabs(lp.objscale));
   h->pfeasinff = pinf;
   h->dfeasinff = dinf;
+  h->xnrm = std::max(hom_infnorm(v.x, n), hom_infnorm(v.xu, h->nup));
+  h->ynrm = std::max({hom_infnorm(v.y, m), hom_infnorm(v.s, n), hom_infnorm(v.su, h->nup)});
 }
 
 // The status of the iterate under the termination tests, relaxed (positive arguments) or
@@ -266,10 +268,12 @@ bool hom_terminatelo(hom* h, int32_t relaxrelgap, int32_t relaxing) {
     return true;
   }
   const double eps = h->par.tolinfeas, r = std::sqrt(eps);
-  const double big = std::max({1.0, h->nrma, h->nrmb, h->nrmc});
-  (void)big;
   int32_t dinf = 0, pinf = 0;  // 1 certificate, 2 near certificate
-  if (h->cx < 0.0) {
+  // Beyond the tests below, a certificate must solve its own equations to sqrt(eps) of its size:
+  // with data of very different sizes the scale t alone can pass the starting point.
+  const bool rayok = h->pfeasinff <= r * h->xnrm * std::max(1.0, h->nrma);
+  const bool farkasok = h->dfeasinff <= r * h->ynrm * std::max(1.0, h->nrma);
+  if (h->cx < 0.0 && rayok) {
     double t = h->nrmc / std::max({1.0, h->nrma, h->nrmb});
     if (relaxing < 0) t = std::max(1.0, t);
     if (relaxing > 0) t = std::min(1.0, t);
@@ -281,7 +285,7 @@ bool hom_terminatelo(hom* h, int32_t relaxrelgap, int32_t relaxing) {
       dinf = 2;
     }
   }
-  if (h->by > 0.0) {
+  if (h->by > 0.0 && farkasok) {
     double t = h->nrmb / std::max({1.0, h->nrma, h->nrmc});
     if (relaxing < 0) t = std::max(1.0, t);
     if (relaxing > 0) t = std::min(1.0, t);
