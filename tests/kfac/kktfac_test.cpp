@@ -21,8 +21,10 @@ struct Mat {  // m x n by columns
 };
 
 // A random sparse m x n matrix with about per entries a column, every row touched, and ndense
-// columns that touch every row; rep > 0 makes row m - 1 repeat row 0.
-Mat Random(std::mt19937* rng, int32_t m, int32_t n, int32_t per, int32_t ndense, bool rep) {
+// columns that touch every row; rep makes row m - 1 repeat row 0; the last bare rows are touched
+// by the dense columns only.
+Mat Random(std::mt19937* rng, int32_t m, int32_t n, int32_t per, int32_t ndense, bool rep,
+           int32_t bare = 0) {
   std::uniform_real_distribution<double> u(0.5, 2.0);
   std::uniform_int_distribution<int32_t> row(0, m - 1);
   Mat a;
@@ -40,6 +42,10 @@ Mat Random(std::mt19937* rng, int32_t m, int32_t n, int32_t per, int32_t ndense,
     std::sort(rows.begin(), rows.end());
     rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
     if (rep) rows.erase(std::remove(rows.begin(), rows.end(), m - 1), rows.end());
+    if (j < n - ndense) {
+      rows.erase(std::remove_if(rows.begin(), rows.end(), [&](int32_t i) { return i >= m - bare; }),
+                 rows.end());
+    }
     std::shuffle(rows.begin(), rows.end(), *rng);  // columns need not be ordered
     for (int32_t i : rows) {
       const double v = (u(*rng) - 1.2) * 3.0;
@@ -171,6 +177,21 @@ TEST_F(KktTest, DenseColumnsGoToTheSchurPart) {
   vlr::KktInfo info;
   vlr::VLR_kktfac_getinfo(kkt_, &info);
   EXPECT_EQ(info.ndense, 0);
+}
+
+// Rows that only the dense columns touch lose their pivots in the sparse part; they are taken
+// back through the Schur part, whose matrix is then indefinite and needs row exchanges.
+TEST_F(KktTest, RowsOfDenseColumnsOnlyAreTakenBack) {
+  std::mt19937 rng(5);
+  const Mat a = Random(&rng, 400, 1500, 2, 8, false, 6);
+  for (double spread : {0.0, 4.0, 8.0}) {
+    EXPECT_LT(Run(a, 40, spread, 0.0, 13), 1e-8) << spread;
+    vlr::KktInfo info;
+    vlr::VLR_kktfac_getinfo(kkt_, &info);
+    EXPECT_EQ(info.ndense, 8);
+    EXPECT_GE(info.nrdef, 6);
+    EXPECT_LE(info.nrefine, 2) << "the correction is exact up to rounding";
+  }
 }
 
 // A repeated row makes A D A' singular: with regularisation the solve still matches, and the
