@@ -185,6 +185,53 @@ double hom_stepsize(hom* h, double gamma, int32_t cutidx) {
   }
 }
 
+// The direction and its step: the corrector with the predictor's second-order term when dx'ds
+// is trustworthy, the further correctors, and the cut-backs; when the step with the corrector is
+// too short, once more without it. Returns the step (0 when none passes) and gamma.
+double hom_searchstep(hom* h, double alpha, int32_t* cutidx, double* gamma) {
+  const HomParam& par = h->par;
+  const HomVec& v = h->v;
+  double w = h->dp.tau * h->dp.kappa;
+  for (int32_t j = 0; j < h->n; ++j)
+    w += h->dp.x[j] * h->dp.s[j];
+  for (int32_t u = 0; u < h->nup; ++u)
+    w += h->dp.xu[u] * h->dp.su[u];
+  bool corrector = true;
+  if (std::fabs(w) >= 2.0 * h->cgapf) {
+    hom_printf(h, "Warning: Large dx'ds. Relative error: %e.\n", std::fabs(w) / h->cgapf);
+    corrector = false;
+    if (h->regulevel > 0 || std::fabs(w) >= 100.0 * h->cgapf) h->incregu = 2;
+  }
+  double step = 0.0;
+  for (int32_t loop = 0; loop < 2; ++loop) {
+    *gamma = std::max(1e-14, par.gammafloor * (1.0 - alpha) * (1.0 - alpha));
+    if (!corrector) {
+      *cutidx = std::min(*cutidx + 2, 4);
+      *gamma = std::max(*gamma, par.gammafloor);
+    }
+    const double mut = *gamma * h->cgapf / h->k;
+    for (int32_t j = 0; j < h->n; ++j)
+      h->rcx[j] = mut - v.x[j] * v.s[j] - (corrector ? h->dp.x[j] * h->dp.s[j] : 0.0);
+    for (int32_t u = 0; u < h->nup; ++u)
+      h->rcu[u] = mut - v.xu[u] * v.su[u] - (corrector ? h->dp.xu[u] * h->dp.su[u] : 0.0);
+    h->rck = mut - v.tau * v.kappa - (corrector ? h->dp.tau * h->dp.kappa : 0.0);
+    hom_direction(h, 1.0 - *gamma, &h->dd);
+    if (corrector && h->regulevel == 0 && h->maxnumcor > 0) {
+      double a1, a2;
+      hom_maxstepsize(h, h->dd, &a1, &a2);
+      double acur = std::min(a1, a2);
+      hom_mulcor(h, *gamma, &acur);
+    }
+    step = hom_stepsize(h, *gamma, *cutidx);
+    if (corrector && (step < par.tolstepsize || step < 0.25 * alpha)) {
+      corrector = false;
+      continue;
+    }
+    break;
+  }
+  return step;
+}
+
 }  // namespace
 
 void hom_printf(const hom* h, const char* format, ...) {
@@ -424,44 +471,8 @@ void VLR_hom_optlp(hom* h) {
     } else if (alpha > 0.5) {
       cutidx = std::max(cutidx - 1, 0);
     }
-    double w = h->dp.tau * h->dp.kappa;
-    for (int32_t j = 0; j < h->n; ++j)
-      w += h->dp.x[j] * h->dp.s[j];
-    for (int32_t u = 0; u < h->nup; ++u)
-      w += h->dp.xu[u] * h->dp.su[u];
-    bool corrector = true;
-    if (std::fabs(w) >= 2.0 * h->cgapf) {
-      hom_printf(h, "Warning: Large dx'ds. Relative error: %e.\n", std::fabs(w) / h->cgapf);
-      corrector = false;
-      if (h->regulevel > 0 || std::fabs(w) >= 100.0 * h->cgapf) h->incregu = 2;
-    }
-    double step = 0.0, gamma = 0.0;
-    for (int32_t loop = 0; loop < 2; ++loop) {
-      gamma = std::max(1e-14, par.gammafloor * (1.0 - alpha) * (1.0 - alpha));
-      if (!corrector) {
-        cutidx = std::min(cutidx + 2, 4);
-        gamma = std::max(gamma, par.gammafloor);
-      }
-      const double mut = gamma * h->cgapf / h->k;
-      for (int32_t j = 0; j < h->n; ++j)
-        h->rcx[j] = mut - v.x[j] * v.s[j] - (corrector ? h->dp.x[j] * h->dp.s[j] : 0.0);
-      for (int32_t u = 0; u < h->nup; ++u)
-        h->rcu[u] = mut - v.xu[u] * v.su[u] - (corrector ? h->dp.xu[u] * h->dp.su[u] : 0.0);
-      h->rck = mut - v.tau * v.kappa - (corrector ? h->dp.tau * h->dp.kappa : 0.0);
-      hom_direction(h, 1.0 - gamma, &h->dd);
-      if (corrector && h->regulevel == 0 && h->maxnumcor > 0) {
-        double a1, a2;
-        hom_maxstepsize(h, h->dd, &a1, &a2);
-        double acur = std::min(a1, a2);
-        hom_mulcor(h, gamma, &acur);
-      }
-      step = hom_stepsize(h, gamma, cutidx);
-      if (corrector && (step < par.tolstepsize || step < 0.25 * alpha)) {
-        corrector = false;
-        continue;
-      }
-      break;
-    }
+    double gamma = 0.0;
+    const double step = hom_searchstep(h, alpha, &cutidx, &gamma);
     if (step <= 0.0) {
       ++h->failrow;
       h->incregu = std::max(h->incregu, 1);
