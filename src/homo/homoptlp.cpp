@@ -316,10 +316,11 @@ bool hom_terminatelo(hom* h, int32_t relaxrelgap, int32_t relaxing) {
   }
   const double eps = h->par.tolinfeas, r = std::sqrt(eps);
   int32_t dinf = 0, pinf = 0;  // 1 certificate, 2 near certificate
-  // Beyond the tests below, a certificate must solve its own equations to sqrt(eps) of its size:
-  // with data of very different sizes the scale t alone can pass the starting point.
-  const bool rayok = h->pfeasinff <= r * h->xnrm * std::max(1.0, h->nrma);
-  const bool farkasok = h->dfeasinff <= r * h->ynrm * std::max(1.0, h->nrma);
+  // Beyond the tests below, a certificate must solve its own equations to eps of its size: with
+  // data of very different sizes the scale t alone can pass the starting point, and a small tau
+  // alone can pass a point far from a certificate.
+  const bool rayok = h->pfeasinff <= eps * h->xnrm * std::max(1.0, h->nrma);
+  const bool farkasok = h->dfeasinff <= eps * h->ynrm * std::max(1.0, h->nrma);
   if (h->cx < 0.0 && rayok) {
     double t = h->nrmc / std::max({1.0, h->nrma, h->nrmb});
     if (relaxing < 0) t = std::max(1.0, t);

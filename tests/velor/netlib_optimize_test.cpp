@@ -703,7 +703,7 @@ std::vector<Case> InteriorUnboundedCases() {
 }
 
 INSTANTIATE_TEST_SUITE_P(Opt, NetlibUnbounded, ::testing::ValuesIn(UnboundedCases()), CaseName);
-INSTANTIATE_TEST_SUITE_P(LargeIpm, NetlibUnbounded, ::testing::ValuesIn(InteriorUnboundedCases()),
+INSTANTIATE_TEST_SUITE_P(OptIpm, NetlibUnbounded, ::testing::ValuesIn(InteriorUnboundedCases()),
                          CaseName);
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(NetlibUnbounded);
 
