@@ -60,6 +60,7 @@ struct kktfac {
   double* rhs0;  // [numrow] the right-hand side as given
   KktSchur sc;
   KktInfo info;
+  double ordtime;  // seconds in the orderings of the last set-up, for the log only
 };
 
 // The Schur part (symschur.cpp). VLR_sc_create sizes it for kmax columns; VLR_sc_calschur forms

@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "kfac/kktdat.h"
+#include "kfac/sfkdat.h"
 #include "velor.h"
 
 namespace vlr {
@@ -190,6 +191,7 @@ int32_t kkt_symbolic(kktfac* obj) {
   VLR_sfk_puttolpiv(obj->fac, obj->tolpiv);
   r = VLR_sfk_order(obj->fac, 0.25, 0.25, obj->ordtpe, 1, obj->cbhandle, obj->callback);
   if (r != kSfkOk) return r == kSfkStopped ? kKktStopped : kKktNoSpace;
+  obj->ordtime += obj->fac->ordtime;
   const OrderCount oc = VLR_sfk_getorinfo(obj->fac);
   // The factor's values and the kernels' work must fit: beyond 2^31 entries of L it is too
   // large for this machine's purposes.
@@ -310,6 +312,7 @@ int32_t VLR_kktfac_autosetup(kktfac* obj, const int64_t* abeg, const int32_t* as
       if (asub[p] < 0 || asub[p] >= m) return kKktBadInput;
   }
   kkt_freesetup(obj);
+  obj->ordtime = 0.0;
   obj->abeg = abeg;
   obj->asub = asub;
   obj->aval = aval;
@@ -376,6 +379,7 @@ int32_t VLR_kktfac_autosetup(kktfac* obj, const int64_t* abeg, const int32_t* as
   obj->info.fflops = VLR_sfk_getfflops(obj->fac);
   obj->info.sflops = VLR_sfk_getsflops(obj->fac);
   obj->info.ndense = obj->ndense;
+  obj->info.ordtime = obj->ordtime;
   obj->state = 1;
   return kKktOk;
 }

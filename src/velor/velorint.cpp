@@ -138,6 +138,14 @@ void velorint_report(Task* task, const slvi& info, double sense, int32_t logleve
   VLRP_putdouinf(task, VLR_DINF_INTPNT_TIME, time);
   VLRP_putdouinf(task, VLR_DINF_PRESOLVE_TIME, info.prslvtime);
   VLRP_putdouinf(task, VLR_DINF_PRESOLVE_LINDEP_TIME, info.prslvlindeptime);
+  VLRP_putdouinf(task, VLR_DINF_INTPNT_KAP_DIV_TAU, info.kapdivtau);
+  if (info.solsta == VLR_SOL_STA_OPTIMAL) {
+    // The last point's measures, recomputed on the problem as given.
+    VLRP_putdouinf(task, VLR_DINF_INTPNT_PRIMAL_OBJ, sense * info.pobj);
+    VLRP_putdouinf(task, VLR_DINF_INTPNT_DUAL_OBJ, sense * info.dobj);
+    VLRP_putdouinf(task, VLR_DINF_INTPNT_PRIMAL_FEAS, info.chkpviol);
+    VLRP_putdouinf(task, VLR_DINF_INTPNT_DUAL_FEAS, info.chkdviol);
+  }
   if (loglevel <= 0) return;
   char text[VLR_MAX_STR_LEN] = "";
   VLR_optdef_optresp2str(info.resp, text, sizeof text);

@@ -499,9 +499,18 @@ TEST_P(IpmSolve, EveryBoundKeyAndBothSenses) {
     EXPECT_NEAR(s.xx[j], want[j], 1e-6) << j;
   EXPECT_NEAR(s.y[2], -1.0, 1e-6);
   EXPECT_NEAR(s.y[3], 1.0, 1e-6);
+  // The road's items: its iterations, the factor's size and the last objectives.
   int32_t iter = -1;
   ASSERT_EQ(VLR_getintinf(t(), VLR_IINF_INTPNT_ITER, &iter), VLR_RES_OK);
   EXPECT_GT(iter, 0);
+  int64_t nnzl = -1;
+  ASSERT_EQ(VLR_getlintinf(t(), VLR_LIINF_INTPNT_FACTOR_NUM_NZ, &nnzl), VLR_RES_OK);
+  EXPECT_GT(nnzl, 0);
+  double pobj = 0, dobj = 0;
+  ASSERT_EQ(VLR_getdouinf(t(), VLR_DINF_INTPNT_PRIMAL_OBJ, &pobj), VLR_RES_OK);
+  ASSERT_EQ(VLR_getdouinf(t(), VLR_DINF_INTPNT_DUAL_OBJ, &dobj), VLR_RES_OK);
+  EXPECT_NEAR(pobj, -4.0, 1e-6);
+  EXPECT_NEAR(dobj, -4.0, 1e-6);
   // Maximised: x4 = 3, x1 = 10 + x4 = 13 (row 4), x2 = 2 - x1 = -11 (row 1), x0 = 1 + x4 = 4;
   // the cost is 4 + 13 + 11 + 3 = 31.
   ASSERT_EQ(VLR_putobjsense(t(), VLR_OBJECTIVE_SENSE_MAXIMIZE), VLR_RES_OK);
