@@ -235,7 +235,8 @@ double hom_searchstep(hom* h, double alpha, int32_t* cutidx, double* gamma) {
 }  // namespace
 
 void hom_printf(const hom* h, const char* format, ...) {
-  if (h->cb.text == nullptr || h->par.loglevel < 3) return;
+  // The solver's own lines are for a log level above the default 4; the iteration table is not.
+  if (h->cb.text == nullptr || h->par.loglevel < 5) return;
   char line[512];
   va_list ap;
   va_start(ap, format);
