@@ -1,4 +1,5 @@
-// bench/simplexbench.cpp: the simplex roads on the Netlib problems: per problem the status, the
+// bench/simplexbench.cpp: the simplex and interior-point roads on the Netlib problems: per
+// problem the status, the
 // objective error against the reference, the iterations, the wall time of VLR_optimize and the
 // time per iteration, beside the open-source peer clp by the same algorithm when it is on PATH:
 // clp with its presolve for the roads with presolve, without for the roads without. With --mcf
@@ -46,7 +47,8 @@ constexpr Road kRoads[] = {{"dual", VLR_OPTIMIZER_DUAL_SIMPLEX, VLR_PRESOLVE_MOD
                            {"free", VLR_OPTIMIZER_FREE_SIMPLEX, VLR_PRESOLVE_MODE_FREE},
                            {"primal", VLR_OPTIMIZER_PRIMAL_SIMPLEX, VLR_PRESOLVE_MODE_FREE},
                            {"dual-np", VLR_OPTIMIZER_DUAL_SIMPLEX, VLR_PRESOLVE_MODE_OFF},
-                           {"primal-np", VLR_OPTIMIZER_PRIMAL_SIMPLEX, VLR_PRESOLVE_MODE_OFF}};
+                           {"primal-np", VLR_OPTIMIZER_PRIMAL_SIMPLEX, VLR_PRESOLVE_MODE_OFF},
+                           {"intpnt", VLR_OPTIMIZER_INTPNT, VLR_PRESOLVE_MODE_FREE}};
 
 struct Options {
   std::vector<Road> roads;
@@ -71,11 +73,13 @@ struct Run {
   double ptime = 0.0;              // presolve's share of the time
 };
 
-// clp with its presolve (the peer of the roads with presolve) and without.
-enum Peer { kPeerPresolve = 0, kPeerNoPresolve = 1, kPeers = 2 };
-constexpr const char* kPeerLabel[kPeers] = {"clp", "clp-np"};
+// clp with its presolve (the peer of the simplex roads with presolve), without, and its barrier
+// (the peer of the interior-point road).
+enum Peer { kPeerPresolve = 0, kPeerNoPresolve = 1, kPeerBarrier = 2, kPeers = 3 };
+constexpr const char* kPeerLabel[kPeers] = {"clp", "clp-np", "clp-bar"};
 
 Peer PeerOf(const Road& r) {
+  if (r.optimizer == VLR_OPTIMIZER_INTPNT) return kPeerBarrier;
   return r.presolve == VLR_PRESOLVE_MODE_OFF ? kPeerNoPresolve : kPeerPresolve;
 }
 
@@ -85,7 +89,7 @@ struct Row {
   int64_t nz = 0;
   std::vector<Run> runs;  // one per road
   Run clp[kPeers];
-  bool clpbad[kPeers] = {false, false};  // clp's objective disagrees with the reference
+  bool clpbad[kPeers] = {false, false, false};  // clp's objective disagrees with the reference
 };
 
 bool EndsWith(const std::string& s, const char* tail) {
@@ -215,7 +219,7 @@ int64_t Iterations(VLRtask_t task) {
   int64_t sum = 0;
   for (int32_t item :
        {VLR_IINF_SIM_PRIMAL_ITER, VLR_IINF_SIM_DUAL_ITER, VLR_IINF_SIM_PRIMAL_DUAL_ITER,
-        VLR_IINF_SIM_NETWORK_PRIMAL_ITER, VLR_IINF_SIM_NETWORK_DUAL_ITER}) {
+        VLR_IINF_SIM_NETWORK_PRIMAL_ITER, VLR_IINF_SIM_NETWORK_DUAL_ITER, VLR_IINF_INTPNT_ITER}) {
     int32_t v = 0;
     if (VLR_getintinf(task, item, &v) == VLR_RES_OK) sum += v;
   }
@@ -249,8 +253,9 @@ Run Solve(VLRtask_t base, const Road& road, const Options& opt, bool hasref, dou
   const int32_t r = VLR_optimizetrm(task, &trm);
   out.seconds = CpuSeconds() - t0;
   int32_t prosta = 0, solsta = VLR_SOL_STA_UNKNOWN, def = 0;
-  VLR_solutiondef(task, VLR_SOL_BAS, &def);
-  if (def != 0) VLR_getsolutionstatus(task, VLR_SOL_BAS, &prosta, &solsta);
+  const int32_t whichsol = road.optimizer == VLR_OPTIMIZER_INTPNT ? VLR_SOL_ITR : VLR_SOL_BAS;
+  VLR_solutiondef(task, whichsol, &def);
+  if (def != 0) VLR_getsolutionstatus(task, whichsol, &prosta, &solsta);
   out.status = ShortStatus(r, trm, solsta);
   out.iters = Iterations(task);
   out.done = true;
@@ -260,7 +265,7 @@ Run Solve(VLRtask_t base, const Road& road, const Options& opt, bool hasref, dou
   if (r == VLR_RES_OK && solsta == VLR_SOL_STA_OPTIMAL) {
     out.optimal = true;
     double obj = 0;
-    VLR_getprimalobj(task, VLR_SOL_BAS, &obj);
+    VLR_getprimalobj(task, whichsol, &obj);
     if (hasref) out.objerr = RelErr(obj, ref);
   }
   VLR_deletetask(&task);
@@ -484,7 +489,7 @@ int main(int argc, char** argv) {
   if (ParseArgs(argc, argv, &opt) != 0) {
     std::fprintf(
         stderr,
-        "usage: vlr_bench_simplex [--optimizer dual|free|primal|all] [--clp|--no-clp]\n"
+        "usage: vlr_bench_simplex [--optimizer dual|free|primal|intpnt|all] [--clp|--no-clp]\n"
         "                         [--timeout SEC] [--log] [--csv FILE] [--mcf LEVELS]\n"
         "                         [--mcf-dir DIR] [--mcf-keep] [NAME|FILE|DIR ...]\n"
         "Without names (and without --mcf): every problem of %s/netlib.\n"
@@ -512,7 +517,7 @@ int main(int argc, char** argv) {
   const std::string clp = opt.clp != 0 ? FindOnPath("clp") : "";
   if (opt.clp == 1 && clp.empty()) std::fprintf(stderr, "vlr_bench_simplex: clp not on PATH\n");
   // The peers the roads call for.
-  bool peer[kPeers] = {false, false};
+  bool peer[kPeers] = {false, false, false};
   for (const Road& r : opt.roads)
     peer[PeerOf(r)] = !clp.empty();
 
@@ -545,12 +550,18 @@ int main(int argc, char** argv) {
   std::printf(
       "# time: CPU seconds of VLR_optimize (read excluded); us/it: microseconds per iteration;"
       " err: |obj - ref| / max(1, |ref|)\n");
-  // clp runs the algorithm of the first road: its primal simplex beside ours.
-  const char* method =
-      opt.roads[0].optimizer == VLR_OPTIMIZER_PRIMAL_SIMPLEX ? "-primalsimplex" : "-dualsimplex";
+  // clp runs the simplex of the first simplex road: its primal simplex beside ours; its barrier
+  // (with its crossover, as clp FILE -barrier runs) beside the interior-point road.
+  const char* method = "-dualsimplex";
+  for (const Road& r : opt.roads) {
+    if (r.optimizer == VLR_OPTIMIZER_INTPNT) continue;
+    if (r.optimizer == VLR_OPTIMIZER_PRIMAL_SIMPLEX) method = "-primalsimplex";
+    break;
+  }
   if (!clp.empty()) {
     std::printf(
-        "# clp: %s %s (clp-np: -presolve off), the solve time it reports itself (read excluded);"
+        "# clp: %s %s (clp-np: -presolve off; clp-bar: -barrier), the solve time it reports itself "
+        "(read excluded);"
         " ratio: (road + %.2f) / (its clp + %.2f) where both are optimal; * clp objective off the"
         " reference\n",
         clp.c_str(), method, kShift, kShift);
@@ -609,8 +620,8 @@ int main(int argc, char** argv) {
     VLR_deletetask(&base);
     for (int p = 0; p < kPeers; ++p) {
       if (peer[p]) {
-        row.clp[p] = RunClp(clp, method, p == kPeerPresolve, file, opt.timeout, hasref, refval,
-                            &row.clpbad[p]);
+        row.clp[p] = RunClp(clp, p == kPeerBarrier ? "-barrier" : method, p != kPeerNoPresolve,
+                            file, opt.timeout, hasref, refval, &row.clpbad[p]);
       }
     }
 

@@ -67,7 +67,7 @@ class TestErrors:
     def test_refused_optimisers_and_problems_raise_their_codes(self, example):
         with velor.Task() as task:
             task.read(example)
-            task.params["VLR_IPAR_OPTIMIZER"] = "VLR_OPTIMIZER_INTPNT"
+            task.params["VLR_IPAR_OPTIMIZER"] = "VLR_OPTIMIZER_CONIC"
             with pytest.raises(velor.VelorError) as e:
                 task.optimize()
             assert e.value.name == "VLR_RES_ERR_INV_OPTIMIZER"

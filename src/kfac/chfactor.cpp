@@ -22,6 +22,21 @@ double sch_fincolk(sfk* obj, int32_t col, double v) {
   const double lo = std::min(std::max(t, a * kEps), 0.0001);
   const double tsp = t * std::sqrt(std::fabs(p));
   const bool pos = (dt & kSfkPositive) != 0, neg = (dt & kSfkNegative) != 0;
+  if (dt & kSfkNormalRepl) {
+    // A row of normal equations: positive definite in exact arithmetic, so a pivot lost to
+    // cancellation against its own diagonal (or an empty row) means a dependent row. It is
+    // replaced by the caller's value, and sdiag keeps the amount added, which the caller may
+    // take back through a low-rank correction.
+    if (v > t * s && v > 0.0) {
+      dt &= static_cast<uint16_t>(~(kSfkReview | kSfkReplaced));
+      return v;
+    }
+    ++obj->nrdef;
+    const double r = obj->normrepl;
+    obj->sdiag[col] = r - v;
+    dt |= kSfkReplaced;
+    return r;
+  }
   bool bad = av < lo;
   if (!bad && pos) {
     bad = (av < 1e-6 && av < std::max(x, 1.0) * std::min(lo, 2.220446049250313e-14)) ||

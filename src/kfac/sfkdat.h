@@ -25,6 +25,7 @@ struct sfk {
   double ordtime;      // seconds, for the log only
   uint16_t* dtype;     // [n] pivot flags by the matrix's rows
   double tolpiv, tolpiveff, sqrttolpiv, adddiag, spread;
+  double normrepl;  // replacement of a lost pivot of a normal-equations row; 0: its diagonal
   // Supernodes, in the elimination order.
   int32_t nsuper;
   int32_t* super;  // [nsuper+1] first column of each

@@ -58,6 +58,7 @@ int32_t VLR_sfk_create(SysEnv* sys, int32_t n, int32_t numthreads, sfk** obj) {
   s->dtype = dtype.release();
   s->abeg = abeg.release();
   s->tolpiv = 1e-15;
+  s->normrepl = 1.0;
   for (int32_t i = 0; i < n; ++i)
     s->perm[i] = s->invperm[i] = i;
   *obj = rec.release();
@@ -202,6 +203,12 @@ uint16_t VLR_sfk_getdtype(const sfk* obj, int32_t i) {
 }
 void VLR_sfk_puttolpiv(sfk* obj, double tolpiv) {
   obj->tolpiv = std::max(tolpiv, 2.220446049250313e-17);
+}
+void VLR_sfk_putnormrepl(sfk* obj, double value) {
+  obj->normrepl = value;
+}
+double VLR_sfk_getadded(const sfk* obj, int32_t i) {
+  return (obj->dtype[i] & kSfkReplaced) ? obj->sdiag[obj->invperm[i]] : 0.0;
 }
 void VLR_sfk_set_add_diag(sfk* obj, double adddiag) {
   obj->adddiag = adddiag;

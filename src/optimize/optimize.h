@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "cpub/sysenv.h"
+#include "homo/homo.h"
 
 namespace vlr {
 
@@ -68,6 +69,7 @@ enum OptRoad : int32_t {
   kOptRoadConcurrent = 2,    // the race of optimisers
   kOptRoadInvalid = 3,       // no optimiser for this choice and problem: VLR_RES_ERR_INV_OPTIMIZER
   kOptRoadMixedProblem = 4,  // cones with quadratic terms: VLR_RES_ERR_MIXED_PROBLEM
+  kOptRoadIntpnt = 5,        // the interior-point pipeline (VLR_opt_ipmslv)
 };
 
 // What the choice of road depends on, read once from the task by the optimise entry.
@@ -82,5 +84,68 @@ struct OptChoice {
 
 // The road for a choice: a pure function of the record, so that it is decided in one place.
 int32_t VLR_opt_chooseroad(const OptChoice& choice);
+
+// ---- The interior-point pipeline ------------------------------------------------------------
+
+// The run's parameters as the pipeline reads them; VLR_opt_setdefaults gives the defaults, the
+// optimise entry copies the task's parameters over them.
+struct optpar {
+  int32_t loglevel = 0;
+  int32_t solveform = 0;  // 0 free, 1 primal, 2 dual (only the primal form is built)
+  int32_t basismode = 0;
+  int32_t maxiter = 200;
+  int32_t ordermethod = 0;
+  int32_t offcoltrh = 30;
+  int32_t scalemode = 1;  // 0 none, 1 moderate, 2 aggressive (the same passes)
+  int32_t startpoint = 0;
+  int32_t maxnumcor = -1;
+  int32_t diffstep = 1, regularize = 0;
+  double tolpiv = 1e-12, tolrefine1 = 1e-13, tolrefine2 = 1e-13;
+  double tolpath = 1e-8, meritbal = 1e-4;
+  double tolrelgap = 1e-8, tolpfeas = 1e-10, toldfeas = 1e-10, tolgfeas = 1e-8, tolmured = 1e-10,
+         tolinfeas = 1e-8, tolstepsize = 1e-10;
+  double stepfac = 0.9999;
+  double tolpsafe = 1.0, toldsafe = 1.0;
+  // Presolve.
+  int32_t presolve = 1, lindep = 1, lindepworklim = 0, eliminator = 1, elimtries = -1, elimfill = 1;
+  double prslvtolx = 1e-8, prslvtols = 1e-8, prslvtolaij = 1e-12, prslvtollindep = 1e-6;
+};
+
+void VLR_opt_setdefaults(optpar* par);
+
+// What a run reports (the solver information record).
+struct slvi {
+  int32_t resp = 0;  // internal response: 0 normal, 1 space, 4 iterations, 5 time, 6 user break,
+                     // 7 callback, 8 stalled
+  int32_t iterations = 0;
+  int32_t prosta = 0, solsta = 0;  // of the problem as given
+  double pobj = 0.0, dobj = 0.0, pfeas = 0.0, dfeas = 0.0, kapdivtau = 0.0;
+  int32_t nrow = 0, ncol = 0;  // the standard form the optimiser solved
+  int32_t isdual = 0;
+  int32_t presolved = 0, prslvnumcon = 0, prslvnumvar = 0;
+  double prslvtime = 0.0, prslvlindeptime = 0.0;
+  int64_t nnzL = 0;
+  double fflops = 0.0, ordtime = 0.0;
+  int32_t ndense = 0;
+  // The check of the answer on the problem as given.
+  double chkpviol = 0.0, chkdviol = 0.0;
+};
+
+// The caller's side of a run: text of the log (whole lines) and the iteration logger, whose
+// non-zero return stops the run with that internal response.
+struct OptIpmCallbacks {
+  void* handle = nullptr;
+  void (*text)(void* handle, const char* line) = nullptr;
+  int32_t (*iter)(void* handle, const HomIter& it) = nullptr;
+};
+
+// The internal responses' texts, with " [%d]" appended, into buf.
+void VLR_optdef_optresp2str(int32_t resp, char* buf, size_t size);
+
+// Solves lp (a minimisation) by presolve, the standard form, scaling, the homogeneous optimiser
+// and the way back; itr is sized for lp (m + n keys and values, m duals) and receives the
+// interior solution or certificate. info->resp tells how the run ended.
+void VLR_opt_ipmslv(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIpmCallbacks& cb,
+                    SimSol* itr, slvi* info);
 
 }  // namespace vlr

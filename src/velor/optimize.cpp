@@ -80,6 +80,9 @@ int32_t VLR_optimizetask(Task* task) {
       case kOptRoadSimplex:
         r = VLR_simplexoptimizer(task, choice.optimizer);
         break;
+      case kOptRoadIntpnt:
+        r = VLR_intpntoptimizer(task);
+        break;
       case kOptRoadMixedInteger:
         r = VLR_globaloptimizer(task);
         break;

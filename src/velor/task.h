@@ -196,6 +196,8 @@ int32_t VLR_simplexnetoptimizer(Task* task);
 // ([numvar of the task]). Nothing is written on failure.
 int32_t VLR_simplexnetextract(Task* task, int32_t* numcon, int32_t* numvar, int32_t* netcon,
                               int32_t* netvar, double* scalcon);
+// The interior-point road (velorint.cpp): writes VLR_SOL_ITR.
+int32_t VLR_intpntoptimizer(Task* task);
 
 // Two-way map between VLR_cputype values and the system layer's processor numbers.
 int32_t VLR_tocpuid(int32_t cputype);

@@ -14,13 +14,11 @@
 #include "velor/privinf.h"
 #include "velor/probdata.h"
 #include "velor/task.h"
+#include "velor/taskslp.h"
 
 namespace vlr {
 
 namespace {
-
-template <class T>
-using TaskVec = std::vector<T, MemAllocator<T>>;
 
 // Slot of the optimiser: primal 1, dual 2, primal-dual 3, free 0.
 // The slot, and so the road, of a choice of optimiser: the primal simplex runs the primal
@@ -133,67 +131,6 @@ int32_t velorsim_response(Task* task, int32_t resp, int32_t stop) {
   }
 }
 
-// The basic solution of a run written to the task, in the task's sense: the duals of a
-// maximisation change sign, a certificate keeps its own. Returns the response of making it.
-int32_t velorsim_putsolution(Task* task, const SimLp& lp, const SimSol& sol, const SimInfo& info,
-                             double sense) {
-  const int32_t m = lp.m, n = lp.n, nt = m + n;
-  const int32_t* bk = lp.bk;
-  const int32_t* sk = sol.sk;
-  const double *x = sol.x, *y = sol.y, *d = sol.d;
-  // The basic solution, in the task's sense: duals of a maximisation change sign.
-  const int32_t rr = VLR_makesolution(task, VLR_SOL_BAS);
-  if (rr != VLR_RES_OK) return rr;
-  SolRec& s = task->sols->sol[VLR_SOL_BAS];
-  s.defined = 1;
-  s.prosta = info.prosta;
-  s.solsta = info.solsta;
-  int32_t* skc = VLR_solkeyptr(task, VLR_SOL_BAS, VLR_ACC_CON);
-  int32_t* skx = VLR_solkeyptr(task, VLR_SOL_BAS, VLR_ACC_VAR);
-  double* xc = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_XC);
-  double* xx = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_XX);
-  double* yy = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_Y);
-  double* slc = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_SLC);
-  double* suc = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_SUC);
-  double* slx = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_SLX);
-  double* sux = VLR_solitemptr(task, VLR_SOL_BAS, VLR_SOL_ITEM_SUX);
-  const bool certificate = info.solsta == VLR_SOL_STA_PRIM_INFEAS_CER;
-  const bool ray = info.solsta == VLR_SOL_STA_DUAL_INFEAS_CER;
-  // A certificate keeps its sign; the duals of a solution follow the sense.
-  const double dsign = certificate ? 1.0 : sense;
-  for (int32_t k = 0; k < nt; ++k) {
-    const auto sk_ = static_cast<size_t>(k);
-    const int32_t key = bk[sk_];
-    const bool haslo = key == VLR_BK_LO || key == VLR_BK_FX || key == VLR_BK_RA;
-    const bool hasup = key == VLR_BK_UP || key == VLR_BK_FX || key == VLR_BK_RA;
-    const double dk = d[sk_];
-    const double sl = dk > 0.0 && haslo ? dk : 0.0;
-    const double su = dk < 0.0 && hasup ? -dk : 0.0;
-    const double xv = certificate ? 0.0 : x[sk_];
-    if (k < m) {
-      skc[k] = ray || certificate ? VLR_SK_UNK : sk[sk_];
-      xc[k] = xv;
-      yy[k] = ray ? 0.0 : dsign * y[sk_];
-      slc[k] = ray ? 0.0 : dsign * sl;
-      suc[k] = ray ? 0.0 : dsign * su;
-    } else {
-      skx[k - m] = ray || certificate ? VLR_SK_UNK : sk[sk_];
-      xx[k - m] = xv;
-      slx[k - m] = ray ? 0.0 : dsign * sl;
-      sux[k - m] = ray ? 0.0 : dsign * su;
-    }
-  }
-  if (certificate) {
-    // Keep the basis: a re-solve after a change starts from it.
-    for (int32_t i = 0; i < m; ++i)
-      skc[i] = sk[static_cast<size_t>(i)];
-    for (int32_t j = 0; j < n; ++j)
-      skx[j] = sk[static_cast<size_t>(m + j)];
-  }
-
-  return VLR_RES_OK;
-}
-
 // The information items of a run, and the tail of its log.
 // The tail's account of where the time went, by operation of the pivoting loops, and how dense
 // the vectors of an iteration were on average.
@@ -276,120 +213,17 @@ void velorsim_report(Task* task, const SimInfo& info, double sense, bool primal,
   }
 }
 
-// The task's problem in the simplex's form, with the arrays it lives in.
-struct VelorSimLp {
-  TaskVec<int64_t> abeg;
-  TaskVec<int32_t> aidx;
-  TaskVec<double> aval, c;
-  TaskVec<int32_t> bk;
-  TaskVec<double> bl, bu;
-  SimLp lp;
-  double sense = 1.0;  // -1 for a maximisation, solved as the minimisation of -c
-  explicit VelorSimLp(SysEnv* sys)
-      : abeg(MemAllocator<int64_t>(sys)),
-        aidx(MemAllocator<int32_t>(sys)),
-        aval(MemAllocator<double>(sys)),
-        c(MemAllocator<double>(sys)),
-        bk(MemAllocator<int32_t>(sys)),
-        bl(MemAllocator<double>(sys)),
-        bu(MemAllocator<double>(sys)) {}
-};
-
-int32_t velorsim_makelp(Task* task, VelorSimLp* out) {
-  TaskData* data = task->data;
-  const int32_t m = data->numcon, n = data->numvar, nt = m + n;
-  SysEnv* sys = task->sys;
-  const MemAllocator<double> ad(sys);
-  const MemAllocator<int32_t> ai(sys);
-  const MemAllocator<int64_t> al(sys);
-  // The matrix by columns.
-  TaskVec<int64_t> abeg(static_cast<size_t>(n) + 1, 0, al);
-  TaskVec<int64_t> aend(static_cast<size_t>(n) + 1, 0, al);
-  int64_t nz = 0;
-  if (data->a != nullptr && n > 0) {
-    if (VLR_sprmat_getsize(data->a, &nz) != 0) return VLR_RAISE(task, VLR_RES_ERR_SPACE);
-  }
-  TaskVec<int32_t> aidx(static_cast<size_t>(std::max<int64_t>(nz, 1)), 0, ai);
-  TaskVec<double> aval(static_cast<size_t>(std::max<int64_t>(nz, 1)), 0.0, ad);
-  if (nz > 0) {
-    int64_t surplus = nz;
-    const int32_t r = VLR_sprmat_getcolslice(data->a, 0, n, nz, &surplus, abeg.data(), aend.data(),
-                                             aidx.data(), aval.data());
-    if (r != 0) return VLR_SPRRES(task, r);
-    // Pack: the slice gives start and end of each column, one column after another, so the
-    // entries kept move back in place.
-    int64_t at = 0;
-    for (int32_t j = 0; j < n; ++j) {
-      const auto sj = static_cast<size_t>(j);
-      const int64_t b = abeg[sj], e = aend[sj];
-      if (b < at) return VLR_RAISE(task, VLR_RES_ERR_INTERNAL, "column slice");
-      abeg[sj] = at;
-      for (int64_t k = b; k < e; ++k) {
-        if (aval[static_cast<size_t>(k)] == 0.0) continue;
-        aidx[static_cast<size_t>(at)] = aidx[static_cast<size_t>(k)];
-        aval[static_cast<size_t>(at)] = aval[static_cast<size_t>(k)];
-        ++at;
-      }
-    }
-    abeg[static_cast<size_t>(n)] = at;
-  } else {
-    std::fill(abeg.begin(), abeg.end(), 0);
-  }
-
-  // A maximisation is solved as the minimisation of -c.
-  const bool maximize = data->objsense == VLR_OBJECTIVE_SENSE_MAXIMIZE ||
-                        (data->objsense != VLR_OBJECTIVE_SENSE_MINIMIZE &&
-                         task->iparam[VLR_IPAR_OBJECTIVE_SENSE] == VLR_OBJECTIVE_SENSE_MAXIMIZE);
-  const double sense = maximize ? -1.0 : 1.0;
-  TaskVec<double> c(static_cast<size_t>(std::max(n, 1)), 0.0, ad);
-  for (int32_t j = 0; j < n; ++j)
-    c[static_cast<size_t>(j)] = sense * data->c[j];
-  TaskVec<int32_t> bk(static_cast<size_t>(std::max(nt, 1)), 0, ai);
-  TaskVec<double> bl(static_cast<size_t>(std::max(nt, 1)), 0.0, ad);
-  TaskVec<double> bu(static_cast<size_t>(std::max(nt, 1)), 0.0, ad);
-  for (int32_t i = 0; i < m; ++i) {
-    bk[static_cast<size_t>(i)] = data->bkc[i];
-    bl[static_cast<size_t>(i)] = data->blc[i];
-    bu[static_cast<size_t>(i)] = data->buc[i];
-  }
-  for (int32_t j = 0; j < n; ++j) {
-    bk[static_cast<size_t>(m + j)] = data->bkx[j];
-    bl[static_cast<size_t>(m + j)] = data->blx[j];
-    bu[static_cast<size_t>(m + j)] = data->bux[j];
-  }
-  out->abeg.swap(abeg);
-  out->aidx.swap(aidx);
-  out->aval.swap(aval);
-  out->c.swap(c);
-  out->bk.swap(bk);
-  out->bl.swap(bl);
-  out->bu.swap(bu);
-  out->sense = sense;
-  SimLp& lp = out->lp;
-  lp.m = m;
-  lp.n = n;
-  lp.abeg = out->abeg.data();
-  lp.aidx = out->aidx.data();
-  lp.aval = out->aval.data();
-  lp.c = out->c.data();
-  lp.cfix = sense * data->cfix;
-  lp.bk = out->bk.data();
-  lp.bl = out->bl.data();
-  lp.bu = out->bu.data();
-  return VLR_RES_OK;
-}
-
 int32_t velorsim_run(Task* task, int32_t optimizer) {
   TaskData* data = task->data;
   const int32_t m = data->numcon, n = data->numvar, nt = m + n;
   SysEnv* sys = task->sys;
   const MemAllocator<double> ad(sys);
   const MemAllocator<int32_t> ai(sys);
-  VelorSimLp vlp(sys);
-  const int32_t rl = velorsim_makelp(task, &vlp);
+  TaskSimLp tl(sys);
+  const int32_t rl = VLR_tasksimlp(task, &tl);
   if (rl != VLR_RES_OK) return rl;
-  const SimLp& lp = vlp.lp;
-  const double sense = vlp.sense;
+  const SimLp& lp = tl.lp;
+  const double sense = tl.sense;
 
   TaskVec<int32_t> sk(static_cast<size_t>(std::max(nt, 1)), 0, ai);
   TaskVec<double> x(static_cast<size_t>(std::max(nt, 1)), 0.0, ad);
@@ -446,7 +280,7 @@ int32_t velorsim_run(Task* task, int32_t optimizer) {
   int32_t r = velorsim_response(task, info.response, handle.stop);
   if (info.response == kSimNoSpace) return r;
 
-  const int32_t rr = velorsim_putsolution(task, lp, sol, info, sense);
+  const int32_t rr = VLR_putsimsol(task, VLR_SOL_BAS, lp, sol, info.prosta, info.solsta, sense);
   if (rr != VLR_RES_OK) return rr;
   velorsim_report(task, info, sense, primal, par.loglevel);
   return r;
@@ -507,8 +341,8 @@ void velornet_report(Task* task, const NetInfo& info, double sense, int32_t logl
 int32_t velornet_run(Task* task) {
   const int32_t m = task->data->numcon, n = task->data->numvar, nt = m + n;
   SysEnv* sys = task->sys;
-  VelorSimLp vlp(sys);
-  const int32_t rl = velorsim_makelp(task, &vlp);
+  TaskSimLp vlp(sys);
+  const int32_t rl = VLR_tasksimlp(task, &vlp);
   if (rl != VLR_RES_OK) return rl;
   const SimLp& lp = vlp.lp;
   TaskVec<int32_t> sign(static_cast<size_t>(std::max(m, 1)), 0, MemAllocator<int32_t>(sys));
@@ -554,7 +388,8 @@ int32_t velornet_run(Task* task) {
   SimInfo sinfo;
   sinfo.prosta = info.prosta;
   sinfo.solsta = info.solsta;
-  const int32_t rr = velorsim_putsolution(task, lp, sol, sinfo, vlp.sense);
+  const int32_t rr =
+      VLR_putsimsol(task, VLR_SOL_BAS, lp, sol, sinfo.prosta, sinfo.solsta, vlp.sense);
   if (rr != VLR_RES_OK) return rr;
   velornet_report(task, info, vlp.sense, par.loglevel);
   return r;
@@ -596,8 +431,8 @@ int32_t VLR_simplexnetextract(Task* task, int32_t* numcon, int32_t* numvar, int3
   try {
     SysEnv* sys = task->sys;
     const int32_t m = task->data->numcon, n = task->data->numvar;
-    VelorSimLp vlp(sys);
-    const int32_t rl = velorsim_makelp(task, &vlp);
+    TaskSimLp vlp(sys);
+    const int32_t rl = VLR_tasksimlp(task, &vlp);
     if (rl != VLR_RES_OK) return rl;
     TaskVec<int32_t> sign(static_cast<size_t>(std::max(m, 1)), 0, MemAllocator<int32_t>(sys));
     TaskVec<uint8_t> colin(static_cast<size_t>(std::max(n, 1)), 0, MemAllocator<uint8_t>(sys));

@@ -31,8 +31,14 @@ TEST(OptRoad, EveryChoiceGoesWhereTheTableSays) {
   OptChoice cone = Choice(VLR_OPTIMIZER_FREE, VLR_PROBTYPE_LO);
   cone.numcone = 1;
   EXPECT_EQ(vlr::VLR_opt_chooseroad(cone), vlr::kOptRoadInvalid);
+  // The interior-point choice takes its road for linear problems only.
   EXPECT_EQ(vlr::VLR_opt_chooseroad(Choice(VLR_OPTIMIZER_INTPNT, VLR_PROBTYPE_LO)),
+            vlr::kOptRoadIntpnt);
+  EXPECT_EQ(vlr::VLR_opt_chooseroad(Choice(VLR_OPTIMIZER_INTPNT, VLR_PROBTYPE_QO)),
             vlr::kOptRoadInvalid);
+  OptChoice conelp = Choice(VLR_OPTIMIZER_INTPNT, VLR_PROBTYPE_LO);
+  conelp.numcone = 1;
+  EXPECT_EQ(vlr::VLR_opt_chooseroad(conelp), vlr::kOptRoadInvalid);
   EXPECT_EQ(vlr::VLR_opt_chooseroad(Choice(VLR_OPTIMIZER_FREE, VLR_PROBTYPE_MIXED)),
             vlr::kOptRoadMixedProblem);
   EXPECT_EQ(vlr::VLR_opt_chooseroad(Choice(VLR_OPTIMIZER_CONCURRENT, VLR_PROBTYPE_LO)),

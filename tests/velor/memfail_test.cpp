@@ -88,13 +88,15 @@ TEST(MemfailTest, RefusedSettersLeaveTheTaskAsItWas) {
   EXPECT_EQ(g_live, 0);
 }
 
-// VLR_optimize on small Netlib problems, on both simplex roads, with the k-th allocation of the
-// run failing, for every k until the run needs no more: each failure is VLR_RES_ERR_SPACE, the
-// problem is as it was, nothing leaks, and the same task then solves to the optimum.
+// VLR_optimize on small Netlib problems, on both simplex roads and the interior-point one, with the
+// k-th allocation of the run failing, for every k until the run needs no more: each failure is
+// VLR_RES_ERR_SPACE, the problem is as it was, nothing leaks, and the same task then solves to the
+// optimum.
 class OptimizeMemfail : public ::testing::TestWithParam<std::tuple<const char*, int32_t>> {};
 
 TEST_P(OptimizeMemfail, EveryFailureIsCleanAndTheTaskSolvesAfterwards) {
   const auto [name, optimizer] = GetParam();
+  const int32_t whichsol = optimizer == VLR_OPTIMIZER_INTPNT ? VLR_SOL_ITR : VLR_SOL_BAS;
   const std::string path = std::string(VLR_DATA_DIR) + "/netlib/" + name + ".mps.gz";
   if (vlrtest::ReadFile(path).empty()) GTEST_SKIP() << "no data at " << path;
   g_left = -1;
@@ -116,15 +118,15 @@ TEST_P(OptimizeMemfail, EveryFailureIsCleanAndTheTaskSolvesAfterwards) {
     if (r == VLR_RES_OK) break;
     ++failures;
     ASSERT_EQ(r, VLR_RES_ERR_SPACE) << name << " k = " << k;
-    ASSERT_EQ(VLR_deletesolution(task, VLR_SOL_BAS), VLR_RES_OK);
+    ASSERT_EQ(VLR_deletesolution(task, whichsol), VLR_RES_OK);
     ASSERT_EQ(vlrtest::Dump(task), before) << name << " k = " << k;
   }
   EXPECT_GT(failures, 10);
   RecordProperty("failures", static_cast<int>(failures));
-  ASSERT_EQ(VLR_deletesolution(task, VLR_SOL_BAS), VLR_RES_OK);
+  ASSERT_EQ(VLR_deletesolution(task, whichsol), VLR_RES_OK);
   ASSERT_EQ(VLR_optimize(task), VLR_RES_OK);
   int32_t prosta = -1, solsta = -1;
-  ASSERT_EQ(VLR_getsolutionstatus(task, VLR_SOL_BAS, &prosta, &solsta), VLR_RES_OK);
+  ASSERT_EQ(VLR_getsolutionstatus(task, whichsol, &prosta, &solsta), VLR_RES_OK);
   EXPECT_EQ(solsta, VLR_SOL_STA_OPTIMAL) << name;
   ASSERT_EQ(VLR_deletetask(&task), VLR_RES_OK);
   ASSERT_EQ(VLR_deleteenv(&env), VLR_RES_OK);
@@ -134,10 +136,14 @@ TEST_P(OptimizeMemfail, EveryFailureIsCleanAndTheTaskSolvesAfterwards) {
 INSTANTIATE_TEST_SUITE_P(
     Netlib, OptimizeMemfail,
     ::testing::Combine(::testing::Values("afiro", "sc50b", "adlittle", "blend"),
-                       ::testing::Values(VLR_OPTIMIZER_DUAL_SIMPLEX, VLR_OPTIMIZER_PRIMAL_SIMPLEX)),
+                       ::testing::Values(VLR_OPTIMIZER_DUAL_SIMPLEX, VLR_OPTIMIZER_PRIMAL_SIMPLEX,
+                                         VLR_OPTIMIZER_INTPNT)),
     [](const auto& p) {
-      return std::string(std::get<0>(p.param)) +
-             (std::get<1>(p.param) == VLR_OPTIMIZER_DUAL_SIMPLEX ? "_dual" : "_primal");
+      const int32_t opt = std::get<1>(p.param);
+      return std::string(std::get<0>(p.param)) + (opt == VLR_OPTIMIZER_DUAL_SIMPLEX ? "_dual"
+                                                  : opt == VLR_OPTIMIZER_PRIMAL_SIMPLEX
+                                                      ? "_primal"
+                                                      : "_intpnt");
     });
 
 }  // namespace

@@ -1,8 +1,8 @@
-// tests/velor/netlib_optimize_test.cpp: every Netlib problem solved by the dual and the free
-// simplex, each solution recomputed from the problem's data and held to the reference objective;
-// the infeasible set ends in a certificate that passes a Farkas check; a changed bound re-solves
-// from the old basis in few iterations; time, callback and iteration limits end with their codes.
-// SPDX-License-Identifier: Apache-2.0
+// tests/velor/netlib_optimize_test.cpp: every Netlib problem solved by the simplex optimisers
+// and the interior-point one, each solution recomputed from the problem's data and held to the
+// reference objective; the infeasible set ends in a certificate that passes a Farkas check; a
+// changed bound re-solves from the old basis in few iterations; time, callback and iteration limits
+// end with their codes. SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -111,13 +111,26 @@ void PrintTo(const Case& c, std::ostream* os) {
   *os << c.path << " optimizer " << c.optimizer;
 }
 
+// The simplex optimisers on a set, and the interior-point one on the feasible set.
 std::vector<Case> Cases(const char* sub, bool slow) {
   std::vector<Case> out;
+  const bool feasible = std::string(sub) == "netlib";
   for (const std::string& f : SetFiles(sub, slow)) {
     for (int32_t opt :
          {VLR_OPTIMIZER_DUAL_SIMPLEX, VLR_OPTIMIZER_FREE_SIMPLEX, VLR_OPTIMIZER_PRIMAL_SIMPLEX})
       out.push_back({f, opt});
+    if (feasible) out.push_back({f, VLR_OPTIMIZER_INTPNT});
   }
+  return out;
+}
+
+// The interior-point optimiser on the whole of a set. Its certificates of infeasibility are
+// held to the same checks as the simplex's; they run with the slow set until all pass.
+std::vector<Case> InteriorCases(const char* sub) {
+  std::vector<Case> out;
+  for (bool slow : {false, true})
+    for (const std::string& f : SetFiles(sub, slow))
+      out.push_back({f, VLR_OPTIMIZER_INTPNT});
   return out;
 }
 
@@ -125,6 +138,7 @@ std::string CaseName(const ::testing::TestParamInfo<Case>& info) {
   const int32_t opt = info.param.optimizer;
   std::string s = Stem(info.param.path) + (opt == VLR_OPTIMIZER_DUAL_SIMPLEX     ? "_dual"
                                            : opt == VLR_OPTIMIZER_PRIMAL_SIMPLEX ? "_primal"
+                                           : opt == VLR_OPTIMIZER_INTPNT         ? "_intpnt"
                                                                                  : "_free");
   for (char& ch : s) {
     if (!std::isalnum(static_cast<unsigned char>(ch))) ch = '_';
@@ -190,7 +204,12 @@ struct Sol {
   std::vector<double> xc, xx, y, slc, suc, slx, sux;
 };
 
-Sol TakeSol(VLRtask_t task, const Lp& p) {
+// The solution a road writes: the interior one for the interior-point optimiser, else the basic.
+int32_t WhichSol(int32_t optimizer) {
+  return optimizer == VLR_OPTIMIZER_INTPNT ? VLR_SOL_ITR : VLR_SOL_BAS;
+}
+
+Sol TakeSol(VLRtask_t task, const Lp& p, int32_t whichsol = VLR_SOL_BAS) {
   Sol s;
   const auto m = size_t(p.m) + 1, n = size_t(p.n) + 1;
   s.skc.resize(m);
@@ -202,7 +221,7 @@ Sol TakeSol(VLRtask_t task, const Lp& p) {
   s.xx.resize(n);
   s.slx.resize(n);
   s.sux.resize(n);
-  EXPECT_EQ(VLR_getsolution(task, VLR_SOL_BAS, &s.prosta, &s.solsta, s.skc.data(), s.skx.data(),
+  EXPECT_EQ(VLR_getsolution(task, whichsol, &s.prosta, &s.solsta, s.skc.data(), s.skx.data(),
                             nullptr, s.xc.data(), s.xx.data(), s.y.data(), s.slc.data(),
                             s.suc.data(), s.slx.data(), s.sux.data(), nullptr),
             VLR_RES_OK)
@@ -281,13 +300,47 @@ Measures Check(const Lp& p, const Sol& s) {
   return r;
 }
 
-void ExpectOptimal(const Lp& p, const Sol& s, const std::string& what) {
+// The primal violations of an interior solution, as its termination measures them: absolute,
+// over 1 + the largest finite bound of the problem (an interior point meets each equation to a
+// tolerance of the data's size, not of each row's own).
+double InteriorPrimal(const Lp& p, const Sol& s) {
+  double bnorm = 0, v = 0;
+  auto side = [&](double b) {
+    if (std::fabs(b) < 1e30) bnorm = std::max(bnorm, std::fabs(b));
+  };
+  auto viol = [&](int32_t bk, double bl, double bu, double x) {
+    if (HasLow(bk)) v = std::max(v, bl - x);
+    if (HasUpp(bk)) v = std::max(v, x - bu);
+  };
+  std::vector<double> ax(size_t(p.m), 0.0);
+  for (size_t j = 0; j < size_t(p.n); ++j) {
+    side(HasLow(p.bkx[j]) ? p.blx[j] : 0.0);
+    side(HasUpp(p.bkx[j]) ? p.bux[j] : 0.0);
+    viol(p.bkx[j], p.blx[j], p.bux[j], s.xx[j]);
+    for (auto k = size_t(p.ptrb[j]); k < size_t(p.ptre[j]); ++k)
+      ax[size_t(p.sub[k])] += p.val[k] * s.xx[j];
+  }
+  for (size_t i = 0; i < size_t(p.m); ++i) {
+    side(HasLow(p.bkc[i]) ? p.blc[i] : 0.0);
+    side(HasUpp(p.bkc[i]) ? p.buc[i] : 0.0);
+    viol(p.bkc[i], p.blc[i], p.buc[i], s.xc[i]);
+    v = std::max(v, std::fabs(ax[i] - s.xc[i]));
+  }
+  return v / (1 + bnorm);
+}
+
+void ExpectOptimal(const Lp& p, const Sol& s, const std::string& what, bool basic = true) {
   const Measures r = Check(p, s);
-  EXPECT_LE(r.pbnd, kPrimalTol) << what << ": bound violation";
-  EXPECT_LE(r.peq, kPrimalTol) << what << ": equation residual";
+  if (basic) {
+    EXPECT_LE(r.pbnd, kPrimalTol) << what << ": bound violation";
+    EXPECT_LE(r.peq, kPrimalTol) << what << ": equation residual";
+  } else {
+    EXPECT_LE(InteriorPrimal(p, s), kPrimalTol) << what << ": bound or equation violation";
+  }
   EXPECT_LE(r.dsign, kDualTol) << what << ": multiplier sign";
   EXPECT_LE(r.deq, kDualTol) << what << ": dual equation residual";
   EXPECT_LE(r.gap, kGapTol) << what << ": primal " << r.pobj << " dual " << r.dobj;
+  if (!basic) return;
   int32_t nbas = 0;
   for (size_t i = 0; i < size_t(p.m); ++i)
     nbas += s.skc[i] == VLR_SK_BAS;
@@ -356,7 +409,7 @@ int64_t Iterations(VLRtask_t task) {
   int64_t sum = 0;
   for (int32_t item :
        {VLR_IINF_SIM_PRIMAL_ITER, VLR_IINF_SIM_DUAL_ITER, VLR_IINF_SIM_PRIMAL_DUAL_ITER,
-        VLR_IINF_SIM_NETWORK_PRIMAL_ITER, VLR_IINF_SIM_NETWORK_DUAL_ITER}) {
+        VLR_IINF_SIM_NETWORK_PRIMAL_ITER, VLR_IINF_SIM_NETWORK_DUAL_ITER, VLR_IINF_INTPNT_ITER}) {
     int32_t v = 0;
     EXPECT_EQ(VLR_getintinf(task, item, &v), VLR_RES_OK);
     sum += v;
@@ -388,10 +441,11 @@ TEST_P(NetlibOptimize, OptimalAtTheReferenceWithAFeasibleBasicSolution) {
   auto task = ReadTask(env.get(), path.string(), GetParam().optimizer);
   ASSERT_NO_FATAL_FAILURE(Optimize(task.get()));
   const Lp p = TakeLp(task.get());
-  const Sol s = TakeSol(task.get(), p);
+  const int32_t whichsol = WhichSol(GetParam().optimizer);
+  const Sol s = TakeSol(task.get(), p, whichsol);
   ASSERT_EQ(s.solsta, VLR_SOL_STA_OPTIMAL);
   EXPECT_EQ(s.prosta, VLR_PRO_STA_PRIM_AND_DUAL_FEAS);
-  ExpectOptimal(p, s, path.filename().string());
+  ExpectOptimal(p, s, path.filename().string(), whichsol == VLR_SOL_BAS);
   const auto known = ReadOptima(path.parent_path() / "OPTIMA.csv");
   const auto it = known.find(Stem(path));
   ASSERT_TRUE(it != known.end() && it->second.hasref) << "no reference for " << Stem(path);
@@ -400,7 +454,7 @@ TEST_P(NetlibOptimize, OptimalAtTheReferenceWithAFeasibleBasicSolution) {
   EXPECT_LE(std::fabs(obj - ref), kObjTol * std::max(1.0, std::fabs(ref)))
       << "objective " << obj << " reference " << ref;
   double told = 0;  // the library's objective is the one recomputed here
-  ASSERT_EQ(VLR_getprimalobj(task.get(), VLR_SOL_BAS, &told), VLR_RES_OK);
+  ASSERT_EQ(VLR_getprimalobj(task.get(), whichsol, &told), VLR_RES_OK);
   EXPECT_NEAR(told, obj, 1e-9 * std::max(1.0, std::fabs(obj)));
 }
 
@@ -410,7 +464,7 @@ TEST_P(NetlibInfeasible, EndsInACertificateThatProvesIt) {
   auto task = ReadTask(env.get(), path.string(), GetParam().optimizer);
   ASSERT_NO_FATAL_FAILURE(Optimize(task.get()));
   const Lp p = TakeLp(task.get());
-  const Sol s = TakeSol(task.get(), p);
+  const Sol s = TakeSol(task.get(), p, WhichSol(GetParam().optimizer));
   ASSERT_EQ(s.solsta, VLR_SOL_STA_PRIM_INFEAS_CER);
   EXPECT_EQ(s.prosta, VLR_PRO_STA_PRIM_INFEAS);
   ExpectCertificate(p, s, path.filename().string());
@@ -424,6 +478,8 @@ INSTANTIATE_TEST_SUITE_P(Opt, NetlibInfeasible, ::testing::ValuesIn(Cases("netli
                          CaseName);
 INSTANTIATE_TEST_SUITE_P(Large, NetlibInfeasible, ::testing::ValuesIn(Cases("netlib-infeas", true)),
                          CaseName);
+INSTANTIATE_TEST_SUITE_P(LargeIpm, NetlibInfeasible,
+                         ::testing::ValuesIn(InteriorCases("netlib-infeas")), CaseName);
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(NetlibOptimize);
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(NetlibInfeasible);
 
@@ -616,7 +672,7 @@ TEST_P(NetlibUnbounded, EndsInARayThatProvesIt) {
   ASSERT_EQ(VLR_putobjsense(task.get(), VLR_OBJECTIVE_SENSE_MAXIMIZE), VLR_RES_OK);
   ASSERT_NO_FATAL_FAILURE(Optimize(task.get()));
   const Lp p = TakeLp(task.get());
-  const Sol s = TakeSol(task.get(), p);
+  const Sol s = TakeSol(task.get(), p, WhichSol(GetParam().optimizer));
   ASSERT_EQ(s.solsta, VLR_SOL_STA_DUAL_INFEAS_CER);
   EXPECT_EQ(s.prosta, VLR_PRO_STA_DUAL_INFEAS);
   const auto m = size_t(p.m), n = size_t(p.n);
@@ -636,7 +692,10 @@ TEST_P(NetlibUnbounded, EndsInARayThatProvesIt) {
     for (auto k = size_t(p.ptrb[j]); k < size_t(p.ptre[j]); ++k)
       ax[size_t(p.sub[k])] += p.val[k] * s.xx[j];
   }
-  const double tol = 1e-9 * size;
+  // A pivoting optimiser's ray is exact to rounding; an interior one meets its equations to the
+  // certificate tolerance, measured against the ray and the matrix.
+  const bool interior = GetParam().optimizer == VLR_OPTIMIZER_INTPNT;
+  const double tol = (interior ? kCertTol * (1 + amax) : 1e-9) * size;
   // How far an item moves the wrong way for its bounds.
   auto against = [&](int32_t bk, double v) {
     return std::max(HasLow(bk) ? -v : 0.0, HasUpp(bk) ? v : 0.0);
@@ -662,7 +721,7 @@ TEST_P(NetlibRepeat, TwoRunsGiveTheSameBasisAndValues) {
     auto task = ReadTask(env.get(), GetParam().path, GetParam().optimizer);
     ASSERT_NO_FATAL_FAILURE(Optimize(task.get()));
     iters.push_back(Iterations(task.get()));
-    sols.push_back(TakeSol(task.get(), TakeLp(task.get())));
+    sols.push_back(TakeSol(task.get(), TakeLp(task.get()), WhichSol(GetParam().optimizer)));
   }
   EXPECT_EQ(iters[0], iters[1]);
   EXPECT_EQ(sols[0].skx, sols[1].skx);
@@ -673,8 +732,9 @@ TEST_P(NetlibRepeat, TwoRunsGiveTheSameBasisAndValues) {
 
 std::vector<Case> RepeatCases() {
   std::vector<Case> out;
-  for (const std::string& f : Named({"degen2", "25fv47"})) {
-    for (int32_t opt : {VLR_OPTIMIZER_PRIMAL_SIMPLEX, VLR_OPTIMIZER_DUAL_SIMPLEX})
+  for (const std::string& f : Named({"degen2", "25fv47", "fit1p"})) {
+    for (int32_t opt :
+         {VLR_OPTIMIZER_PRIMAL_SIMPLEX, VLR_OPTIMIZER_DUAL_SIMPLEX, VLR_OPTIMIZER_INTPNT})
       out.push_back({f, opt});
   }
   return out;
@@ -692,7 +752,16 @@ std::vector<Case> UnboundedCases() {
   return out;
 }
 
+std::vector<Case> InteriorUnboundedCases() {
+  std::vector<Case> out;
+  for (const std::string& f : Named({"adlittle", "blend", "israel", "scagr7", "stocfor1"}))
+    out.push_back({f, VLR_OPTIMIZER_INTPNT});
+  return out;
+}
+
 INSTANTIATE_TEST_SUITE_P(Opt, NetlibUnbounded, ::testing::ValuesIn(UnboundedCases()), CaseName);
+INSTANTIATE_TEST_SUITE_P(OptIpm, NetlibUnbounded, ::testing::ValuesIn(InteriorUnboundedCases()),
+                         CaseName);
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(NetlibUnbounded);
 
 // The limits run on one larger problem each: the time limit on dfl001, which takes far longer
@@ -756,6 +825,43 @@ TEST_P(NetlibLimits, CallbackAndIterationLimitStopEarly) {
   int32_t solsta = -1;
   VLR_getsolutionstatus(it.get(), VLR_SOL_BAS, nullptr, &solsta);
   EXPECT_NE(solsta, VLR_SOL_STA_OPTIMAL);
+}
+
+// The interior-point road under the same limits: a time limit on dfl001 and a callback stop on
+// ship04l end with their codes and leave a readable interior solution of unknown status.
+TEST_P(NetlibLimits, InteriorPointStopsLeaveAnUnknownSolution) {
+  auto env = vlrtest::MakeEnv();
+  auto tl = ReadTask(env.get(), Sibling(GetParam(), "dfl001").string(), VLR_OPTIMIZER_INTPNT);
+  ASSERT_EQ(VLR_putdouparam(tl.get(), VLR_DPAR_OPTIMIZER_MAX_TIME, 0.01), VLR_RES_OK);
+  int32_t trm = -1;
+  ASSERT_EQ(VLR_optimizetrm(tl.get(), &trm), VLR_RES_OK) << vlrtest::LastError(tl.get());
+  EXPECT_EQ(trm, VLR_RES_TRM_MAX_TIME);
+  const Lp p = TakeLp(tl.get());
+  const Sol s = TakeSol(tl.get(), p, VLR_SOL_ITR);
+  EXPECT_EQ(s.solsta, VLR_SOL_STA_UNKNOWN);
+  EXPECT_EQ(s.prosta, VLR_PRO_STA_UNKNOWN);
+
+  const std::string ship = Sibling(GetParam(), "ship04l").string();
+  auto cb = ReadTask(env.get(), ship, VLR_OPTIMIZER_INTPNT);
+  StopAfter stop{0, 3};
+  ASSERT_EQ(VLR_putcallbackfunc(cb.get(), StopAfter::Func, &stop), VLR_RES_OK);
+  trm = -1;
+  ASSERT_EQ(VLR_optimizetrm(cb.get(), &trm), VLR_RES_OK) << vlrtest::LastError(cb.get());
+  EXPECT_EQ(trm, VLR_RES_TRM_USER_CALLBACK);
+  int32_t iter = -1;
+  ASSERT_EQ(VLR_getintinf(cb.get(), VLR_IINF_INTPNT_ITER, &iter), VLR_RES_OK);
+  EXPECT_LE(iter, 3);
+  const Lp q = TakeLp(cb.get());
+  const Sol t = TakeSol(cb.get(), q, VLR_SOL_ITR);
+  EXPECT_EQ(t.solsta, VLR_SOL_STA_UNKNOWN);
+
+  auto it = ReadTask(env.get(), ship, VLR_OPTIMIZER_INTPNT);
+  ASSERT_EQ(VLR_putintparam(it.get(), VLR_IPAR_INTPNT_MAX_ITERATIONS, 4), VLR_RES_OK);
+  trm = -1;
+  ASSERT_EQ(VLR_optimizetrm(it.get(), &trm), VLR_RES_OK) << vlrtest::LastError(it.get());
+  EXPECT_EQ(trm, VLR_RES_TRM_MAX_ITERATIONS);
+  ASSERT_EQ(VLR_getintinf(it.get(), VLR_IINF_INTPNT_ITER, &iter), VLR_RES_OK);
+  EXPECT_EQ(iter, 4);
 }
 
 std::vector<std::string> NetlibDir() {

@@ -1,6 +1,6 @@
 // tests/velor/optimize_test.cpp: the optimise entry: callbacks, the response item, the choice of
 // road and the termination mapping of VLR_optimizetrm; tiny linear problems with optima known by
-// hand, through both simplex roads.
+// hand, through the simplex roads and the interior-point one.
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 #include <cmath>
@@ -137,21 +137,22 @@ Result Solve(VLRtask_t task, int32_t optimizer) {
                             nopresolve ? VLR_PRESOLVE_MODE_OFF : VLR_PRESOLVE_MODE_ON),
             VLR_RES_OK);
   EXPECT_EQ(VLR_putintparam(task, VLR_IPAR_OPTIMIZER, optimizer), VLR_RES_OK);
+  const int32_t whichsol = optimizer == VLR_OPTIMIZER_INTPNT ? VLR_SOL_ITR : VLR_SOL_BAS;
   out.r = VLR_optimizetrm(task, &out.trm);
   int32_t m = 0, n = 0, def = 0;
   VLR_getnumcon(task, &m);
   VLR_getnumvar(task, &n);
-  VLR_solutiondef(task, VLR_SOL_BAS, &def);
+  VLR_solutiondef(task, whichsol, &def);
   if (out.r != VLR_RES_OK || def == 0) return out;
   for (auto* v : {&out.xc, &out.y, &out.slc, &out.suc})
     v->resize(size_t(m) + 1);
   for (auto* v : {&out.xx, &out.slx, &out.sux})
     v->resize(size_t(n) + 1);
-  EXPECT_EQ(VLR_getsolution(task, VLR_SOL_BAS, &out.prosta, &out.solsta, nullptr, nullptr, nullptr,
+  EXPECT_EQ(VLR_getsolution(task, whichsol, &out.prosta, &out.solsta, nullptr, nullptr, nullptr,
                             out.xc.data(), out.xx.data(), out.y.data(), out.slc.data(),
                             out.suc.data(), out.slx.data(), out.sux.data(), nullptr),
             VLR_RES_OK);
-  VLR_getprimalobj(task, VLR_SOL_BAS, &out.obj);
+  VLR_getprimalobj(task, whichsol, &out.obj);
   return out;
 }
 
@@ -464,6 +465,188 @@ std::string RoadName(const ::testing::TestParamInfo<int32_t>& road) {
 INSTANTIATE_TEST_SUITE_P(Simplex, LpSolve, ::testing::ValuesIn(kSimplexRoads), RoadName);
 INSTANTIATE_TEST_SUITE_P(SimplexNoPresolve, LpSolve, ::testing::ValuesIn(kSimplexRoadsNoPresolve),
                          RoadName);
+
+// The interior-point road on tiny problems, with presolve and without: optima to the accuracy
+// of its tolerances, certificates that prove what they claim, and the edge shapes (no rows, free
+// columns only, an empty column, bounds of very different sizes).
+class IpmSolve : public LpSolve {
+ protected:
+  Result Run() { return Solve(t(), GetParam()); }
+};
+
+TEST_P(IpmSolve, EveryBoundKeyAndBothSenses) {
+  Tiny lp;
+  lp.c = {1, 1, -1, 0, 1};
+  lp.cols = {{{0, 1}, {3, 1}},
+             {{0, 1}, {1, 1}, {4, 1}},
+             {{0, 1}, {1, 1}, {2, 1}},
+             {{0, 1}, {2, 1}},
+             {{0, 1}, {3, -1}, {4, -1}}};
+  lp.bkc = {VLR_BK_FR, VLR_BK_LO, VLR_BK_UP, VLR_BK_FX, VLR_BK_RA};
+  lp.blc = {-kInf, 2, -kInf, 1, 0};
+  lp.buc = {kInf, kInf, 6, 1, 10};
+  lp.bkx = {VLR_BK_FR, VLR_BK_LO, VLR_BK_UP, VLR_BK_FX, VLR_BK_RA};
+  lp.blx = {-kInf, 1, -kInf, 2, -1};
+  lp.bux = {kInf, kInf, 5, 2, 3};
+  ASSERT_NO_FATAL_FAILURE(Load(t(), lp));
+  Result s = Run();
+  ASSERT_EQ(s.r, VLR_RES_OK) << vlrtest::LastError(t());
+  ASSERT_EQ(s.solsta, VLR_SOL_STA_OPTIMAL);
+  EXPECT_EQ(s.prosta, VLR_PRO_STA_PRIM_AND_DUAL_FEAS);
+  EXPECT_NEAR(s.obj, -4.0, 1e-7);
+  const double want[] = {0, 1, 4, 2, -1};
+  for (size_t j = 0; j < 5; ++j)
+    EXPECT_NEAR(s.xx[j], want[j], 1e-6) << j;
+  EXPECT_NEAR(s.y[2], -1.0, 1e-6);
+  EXPECT_NEAR(s.y[3], 1.0, 1e-6);
+  // The road's items: its iterations, the factor's size and the last objectives.
+  int32_t iter = -1;
+  ASSERT_EQ(VLR_getintinf(t(), VLR_IINF_INTPNT_ITER, &iter), VLR_RES_OK);
+  EXPECT_GT(iter, 0);
+  int64_t nnzl = -1;
+  ASSERT_EQ(VLR_getlintinf(t(), VLR_LIINF_INTPNT_FACTOR_NUM_NZ, &nnzl), VLR_RES_OK);
+  EXPECT_GT(nnzl, 0);
+  double pobj = 0, dobj = 0;
+  ASSERT_EQ(VLR_getdouinf(t(), VLR_DINF_INTPNT_PRIMAL_OBJ, &pobj), VLR_RES_OK);
+  ASSERT_EQ(VLR_getdouinf(t(), VLR_DINF_INTPNT_DUAL_OBJ, &dobj), VLR_RES_OK);
+  EXPECT_NEAR(pobj, -4.0, 1e-6);
+  EXPECT_NEAR(dobj, -4.0, 1e-6);
+  // Maximised: x4 = 3, x1 = 10 + x4 = 13 (row 4), x2 = 2 - x1 = -11 (row 1), x0 = 1 + x4 = 4;
+  // the cost is 4 + 13 + 11 + 3 = 31.
+  ASSERT_EQ(VLR_putobjsense(t(), VLR_OBJECTIVE_SENSE_MAXIMIZE), VLR_RES_OK);
+  s = Run();
+  ASSERT_EQ(s.r, VLR_RES_OK) << vlrtest::LastError(t());
+  ASSERT_EQ(s.solsta, VLR_SOL_STA_OPTIMAL);
+  EXPECT_NEAR(s.obj, 31.0, 1e-7);
+  const double wmax[] = {4, 13, -11, 2, 3};
+  for (size_t j = 0; j < 5; ++j)
+    EXPECT_NEAR(s.xx[j], wmax[j], 1e-6) << j;
+  double c[5];
+  ASSERT_EQ(VLR_getc(t(), c), VLR_RES_OK);
+  EXPECT_EQ(c[2], -1.0);  // the user's objective is kept
+}
+
+TEST_P(IpmSolve, NoRowsEmptyProblemAndFreeColumns) {
+  Tiny lp;
+  lp.c = {1, -1, 0};
+  lp.cfix = 0.5;
+  lp.cols = {{}, {}, {}};
+  lp.bkx = {VLR_BK_RA, VLR_BK_UP, VLR_BK_FR};
+  lp.blx = {2, -kInf, -kInf};
+  lp.bux = {5, 4, kInf};
+  ASSERT_NO_FATAL_FAILURE(Load(t(), lp));
+  Result s = Run();
+  ASSERT_EQ(s.r, VLR_RES_OK) << vlrtest::LastError(t());
+  ASSERT_EQ(s.solsta, VLR_SOL_STA_OPTIMAL);
+  EXPECT_NEAR(s.obj, -1.5, 1e-7);
+  ASSERT_EQ(VLR_putcj(t(), 2, -1.0), VLR_RES_OK);  // x2 free: nothing stops it
+  s = Run();
+  ASSERT_EQ(s.r, VLR_RES_OK) << vlrtest::LastError(t());
+  EXPECT_EQ(s.solsta, VLR_SOL_STA_DUAL_INFEAS_CER);
+
+  auto empty = vlrtest::MakeTask(env_.get());
+  VLR_putintparam(empty.get(), VLR_IPAR_LOG, 0);
+  ASSERT_EQ(VLR_putcfix(empty.get(), 3.5), VLR_RES_OK);
+  s = Solve(empty.get(), GetParam());
+  ASSERT_EQ(s.r, VLR_RES_OK) << vlrtest::LastError(empty.get());
+  ASSERT_EQ(s.solsta, VLR_SOL_STA_OPTIMAL);
+  EXPECT_NEAR(s.obj, 3.5, 1e-12);
+
+  // Free columns only, and an empty one with a cost and a lower bound: min x0 + 2 x1 + x2 over
+  // x0 + x1 >= 1, -1 <= x0 - x1 <= 1, x2 >= 0 in no row: x = (1, 0, 0), cost 1, y = (1.5, -0.5).
+  Tiny fr;
+  fr.c = {1, 2, 1};
+  fr.cols = {{{0, 1}, {1, 1}}, {{0, 1}, {1, -1}}, {}};
+  fr.bkc = {VLR_BK_LO, VLR_BK_RA};
+  fr.blc = {1, -1};
+  fr.buc = {kInf, 1};
+  fr.bkx = {VLR_BK_FR, VLR_BK_FR, VLR_BK_LO};
+  fr.blx = {-kInf, -kInf, 0};
+  fr.bux = {kInf, kInf, kInf};
+  auto task = vlrtest::MakeTask(env_.get());
+  ASSERT_NO_FATAL_FAILURE(Load(task.get(), fr));
+  s = Solve(task.get(), GetParam());
+  ASSERT_EQ(s.r, VLR_RES_OK) << vlrtest::LastError(task.get());
+  ASSERT_EQ(s.solsta, VLR_SOL_STA_OPTIMAL);
+  EXPECT_NEAR(s.obj, 1.0, 1e-7);
+  EXPECT_NEAR(s.xx[0], 1.0, 1e-6);
+  EXPECT_NEAR(s.xx[1], 0.0, 1e-6);
+  EXPECT_NEAR(s.y[0], 1.5, 1e-6);
+  EXPECT_NEAR(s.y[1], -0.5, 1e-6);
+}
+
+// Bounds from 1e-3 to 1e12 in one problem: min -x0 - 1e-3 x2 over x0 - x1 = 0, x2 + x1 <= 1e12,
+// x1 <= 1e12 - 5, x2 <= 1e-3. The optimum x0 = x1 = 1e12 - 5 (x2 = 1e-3 fits beside it) holds
+// to the relative accuracy of the tolerances.
+TEST_P(IpmSolve, BoundsOfVeryDifferentSizes) {
+  Tiny lp;
+  lp.c = {-1, 0, -1e-3};
+  lp.cols = {{{0, 1}}, {{0, -1}, {1, 1}}, {{1, 1}}};
+  lp.bkc = {VLR_BK_FX, VLR_BK_UP};
+  lp.blc = {0, -kInf};
+  lp.buc = {0, 1e12};
+  lp.bkx = {VLR_BK_LO, VLR_BK_RA, VLR_BK_RA};
+  lp.blx = {0, 0, 0};
+  lp.bux = {kInf, 1e12 - 5, 1e-3};
+  ASSERT_NO_FATAL_FAILURE(Load(t(), lp));
+  const Result s = Run();
+  ASSERT_EQ(s.r, VLR_RES_OK) << vlrtest::LastError(t());
+  ASSERT_EQ(s.solsta, VLR_SOL_STA_OPTIMAL);
+  EXPECT_NEAR(s.obj, -(1e12 - 5) - 1e-6, 1e-7 * 1e12);
+  EXPECT_NEAR(s.xx[0], 1e12 - 5, 1e-7 * 1e12);
+}
+
+// x0 + x1 >= 3 with 0 <= x <= 1: a certificate y > 0 with sux = y on both columns; and
+// min -x0 over x0 - x1 <= 1: a ray along (1, 1).
+TEST_P(IpmSolve, InfeasibleAndUnboundedEndInCertificates) {
+  Tiny lp;
+  lp.c = {1, 1};
+  lp.cols = {{{0, 1}}, {{0, 1}}};
+  lp.bkc = {VLR_BK_LO};
+  lp.blc = {3};
+  lp.buc = {kInf};
+  lp.bkx = {VLR_BK_RA, VLR_BK_RA};
+  lp.blx = {0, 0};
+  lp.bux = {1, 1};
+  ASSERT_NO_FATAL_FAILURE(Load(t(), lp));
+  Result s = Run();
+  ASSERT_EQ(s.r, VLR_RES_OK) << vlrtest::LastError(t());
+  ASSERT_EQ(s.solsta, VLR_SOL_STA_PRIM_INFEAS_CER);
+  EXPECT_EQ(s.prosta, VLR_PRO_STA_PRIM_INFEAS);
+  const double y = s.y[0];
+  ASSERT_GT(y, 0.0);
+  for (size_t j = 0; j < 2; ++j)
+    EXPECT_NEAR(s.sux[j] - s.slx[j], y, 1e-7 * y);  // A'y + slx - sux = 0
+  EXPECT_GT(3 * s.slc[0] - s.sux[0] - s.sux[1], 0.5 * y);
+
+  Tiny ub;
+  ub.c = {-1, 0};
+  ub.cols = {{{0, 1}}, {{0, -1}}};
+  ub.bkc = {VLR_BK_UP};
+  ub.blc = {-kInf};
+  ub.buc = {1};
+  ub.bkx = {VLR_BK_LO, VLR_BK_LO};
+  ub.blx = {0, 0};
+  ub.bux = {kInf, kInf};
+  auto task = vlrtest::MakeTask(env_.get());
+  ASSERT_NO_FATAL_FAILURE(Load(task.get(), ub));
+  s = Solve(task.get(), GetParam());
+  ASSERT_EQ(s.r, VLR_RES_OK) << vlrtest::LastError(task.get());
+  ASSERT_EQ(s.solsta, VLR_SOL_STA_DUAL_INFEAS_CER);
+  const double size = std::max(std::fabs(s.xx[0]), std::fabs(s.xx[1]));
+  ASSERT_GT(size, 0.0);
+  EXPECT_GE(s.xx[0], -1e-7 * size);
+  EXPECT_GE(s.xx[1], -1e-7 * size);
+  EXPECT_LE(s.xx[0] - s.xx[1], 1e-7 * size);
+  EXPECT_GT(s.xx[0], 0.5 * size);
+}
+
+constexpr int32_t kIpmRoads[] = {VLR_OPTIMIZER_INTPNT, VLR_OPTIMIZER_INTPNT + kNoPresolve};
+INSTANTIATE_TEST_SUITE_P(Intpnt, IpmSolve, ::testing::ValuesIn(kIpmRoads),
+                         [](const ::testing::TestParamInfo<int32_t>& road) {
+                           return std::string(road.param >= kNoPresolve ? "nopresolve"
+                                                                        : "presolve");
+                         });
 
 int32_t IntInf(VLRtask_t task, int32_t item) {
   int32_t v = -1;
