@@ -100,6 +100,10 @@ void pnet_calcduals(NetRec* r);
 // Pivots until no arc is attractive (phase: 0 big cost on artificial arcs, 1 their flow alone,
 // 2 the problem's costs); returns a NetLoopEnd.
 int32_t pnet_loop(NetRec* r, int32_t phase);
+// Whether the tree is whole: the thread a preorder of all nodes with its inverse, sizes and last
+// successors that match the parent links, tree arcs that join a node to its parent with a reduced
+// cost of zero. O(nodes); for tests.
+bool pnet_debugtree(const NetRec& r);
 // The log line of the current iteration (forced, or when due).
 void pnet_logline(NetRec* r, int32_t phase, bool force);
 // The cost c'x of the arcs' flows with the problem's costs.

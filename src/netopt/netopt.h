@@ -16,6 +16,7 @@ enum NetResponse : int32_t {
   kNetNoSpace = 1,
   kNetMaxIter = 4,
   kNetInterrupted = 7,
+  kNetTreeBroken = 31,  // the check of the tree failed (only with NetParam::debug)
 };
 
 struct NetParam {
@@ -24,6 +25,7 @@ struct NetParam {
   int64_t maxiter = 10000000;
   double tolx = 1e-7;  // primal feasibility; capped at 1e-7
   double tols = 1e-7;  // dual feasibility; capped at 1e-7
+  int32_t debug = 0;   // above 0: the whole tree is checked after every pivot (slow; for tests)
 };
 
 // Text and progress of a run; both may be null.

@@ -335,8 +335,44 @@ int32_t pnet_loop(NetRec* r, int32_t phase) {
       info->response = kNetInterrupted;
       return kNetLoopStopped;
     }
+    if (r->par->debug > 0 && !pnet_debugtree(*r)) {
+      info->response = kNetTreeBroken;
+      return kNetLoopStopped;
+    }
     pnet_logline(r, phase, false);
   }
+}
+
+bool pnet_debugtree(const NetRec& r) {
+  const int32_t nn = r.nnode + 1, root = r.root;
+  const NetNode* nd = r.node.data();
+  const int32_t* th = r.thread.data();
+  const MemAllocator<int32_t> al(r.sys);
+  NetVec<int32_t> order(al), at(static_cast<size_t>(nn), -1, al);
+  for (int32_t x = root, k = 0; k < nn; ++k, x = th[x]) {
+    if (x < 0 || x >= nn || at[static_cast<size_t>(x)] >= 0) return false;
+    if (nd[th[x]].rthread != x) return false;
+    at[static_cast<size_t>(x)] = k;
+    order.push_back(x);
+  }
+  if (th[order.back()] != root || nd[root].parent != -1) return false;
+  NetVec<int32_t> size(static_cast<size_t>(nn), 1, al);
+  for (int32_t k = nn - 1; k > 0; --k) {
+    const int32_t x = order[static_cast<size_t>(k)], p = nd[x].parent;
+    // A parent comes first in preorder, and the subtree is the stretch up to its last node.
+    if (p < 0 || at[static_cast<size_t>(p)] >= k) return false;
+    size[static_cast<size_t>(p)] += size[static_cast<size_t>(x)];
+    const NetArc& a = r.arc[static_cast<size_t>(nd[x].pred)];
+    if (!((a.tail == x && a.head == p) || (a.tail == p && a.head == x))) return false;
+    const double d = a.cost - r.pi[static_cast<size_t>(a.tail)] + r.pi[static_cast<size_t>(a.head)];
+    if (std::fabs(d) > 1e-9 * (1.0 + std::fabs(a.cost))) return false;
+  }
+  for (int32_t k = 0; k < nn; ++k) {
+    const int32_t x = order[static_cast<size_t>(k)];
+    if (nd[x].succ != size[static_cast<size_t>(x)]) return false;
+    if (at[static_cast<size_t>(nd[x].last)] != k + nd[x].succ - 1) return false;
+  }
+  return true;
 }
 
 }  // namespace vlr
