@@ -131,13 +131,13 @@ int main(int argc, char** argv) {
   std::vector<Family> fam = {
       {"transship", Make(netgen::kTransship, 1000, 10000, 50, 1), true},
       {"transship", Make(netgen::kTransship, 5000, 50000, 200, 2), true},
-      {"transship", Make(netgen::kTransship, 20000, 200000, 500, 3), false},
+      {"transship", Make(netgen::kTransship, 20000, 200000, 500, 3), true},
       {"transship", Make(netgen::kTransship, 50000, 1000000, 1000, 4), false},
       {"transport", Make(netgen::kTransport, 400, 20000, 0, 5), true},
-      {"transport", Make(netgen::kTransport, 2000, 200000, 0, 6), false},
+      {"transport", Make(netgen::kTransport, 2000, 200000, 0, 6), true},
       {"transport", Make(netgen::kTransport, 4000, 1000000, 0, 7), false},
       {"assign", Make(netgen::kAssign, 1000, 20000, 0, 8), true},
-      {"assign", Make(netgen::kAssign, 4000, 200000, 0, 9), false},
+      {"assign", Make(netgen::kAssign, 4000, 200000, 0, 9), true},
       {"assign", Make(netgen::kAssign, 10000, 1000000, 0, 10), false},
   };
   if (quick) fam.resize(2);

@@ -44,7 +44,7 @@ struct NetInfo {
   int32_t solsta = 0;  // VLR_SOL_STA_* of the network part
   int64_t iter = 0;
   int64_t degiter = 0;  // pivots with a step of zero
-  int64_t infiter = 0;  // pivots while artificial arcs carried flow
+  int64_t infiter = 0;  // pivots of the phases that price artificial arcs (big cost, then flow)
   int32_t numnode = 0, numarc = 0;
   int32_t numartificial = 0;  // artificial arcs left in the final tree, swapped for slacks
   double pobj = 0.0;          // c'x + cfix of the whole problem at the returned point
