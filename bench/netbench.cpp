@@ -169,13 +169,13 @@ int main(int argc, char** argv) {
     if (!lemon) tl = -1.0;
     if (dual && f.dual) td = Ours(env, p, false, 600.0, &objd, &itd);
     const bool agree = (std::isnan(objl) || objl == objn) && (std::isnan(objd) || objd == objn);
-    std::printf("%-10s %8d %8zu | %9.3f %8d | ", f.name, p.nodes, p.tail.size(), tn, itn);
+    std::printf("%-10s %8d %8zu | %9.4f %8d | ", f.name, p.nodes, p.tail.size(), tn, itn);
     if (lemon)
-      std::printf("%9.3f | ", tl);
+      std::printf("%9.4f | ", tl);
     else
       std::printf("%9s | ", "-");
     if (td >= 0)
-      std::printf("%9.3f %8d | ", td, itd);
+      std::printf("%9.4f %8d | ", td, itd);
     else
       std::printf("%9s %8s | ", "-", "-");
     std::printf("%s %.0f\n", agree ? "equal" : "DIFFER", objn);
