@@ -73,6 +73,7 @@ struct NetRec {
   // Pricing: a queue of attractive arcs kept between iterations, refilled by scanning blocks of
   // arcs from where the last scan stopped.
   NetVec<int32_t> cand;  // [qmax]
+  NetVec<double> cval;   // [qmax] their values while the pricing runs
   int32_t ncand = 0, qmax = 10, block = 100, pos = 0;
 
   int32_t rayarc = -1, raydir = 0;  // the entering arc of an unbounded cycle, and its direction
@@ -92,7 +93,8 @@ struct NetRec {
         node(MemAllocator<NetNode>(s)),
         thread(MemAllocator<int32_t>(s)),
         pi(MemAllocator<double>(s)),
-        cand(MemAllocator<int32_t>(s)) {}
+        cand(MemAllocator<int32_t>(s)),
+        cval(MemAllocator<double>(s)) {}
 };
 
 // Potentials of the whole tree from its arcs' costs, by a walk from the root.

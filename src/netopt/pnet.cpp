@@ -47,15 +47,17 @@ int32_t pnet_partialprice(NetRec* r) {
   const int8_t* state = r->state.data();
   const double* pi = r->pi.data();
   int32_t* cand = r->cand.data();
+  double* cval = r->cval.data();  // the queued arcs' values, as of this call
   const double tol = -r->tols;
   int32_t keep = 0;
   for (int32_t q = 0; q < r->ncand; ++q) {
     const int32_t a = cand[q];
-    if (pnet_value(arcs[a], state[a], pi) < tol) cand[keep++] = a;
+    const double v = pnet_value(arcs[a], state[a], pi);
+    if (v < tol) cand[keep] = a, cval[keep++] = v;
   }
-  r->ncand = keep;
+  int32_t nc = keep;
   if (keep < r->qmax - 1 || keep == 0) {
-    const int32_t nsearch = r->nsearch;
+    const int32_t nsearch = r->nsearch, qmax = r->qmax;
     int32_t pos = r->pos;
     int32_t worst = -1;  // place of the worst queued arc once the queue is full
     double worstv = 0.0;
@@ -63,20 +65,19 @@ int32_t pnet_partialprice(NetRec* r) {
     for (int32_t scanned = 0; scanned < nsearch; ++scanned) {
       const double v = pnet_value(arcs[pos], state[pos], pi);
       if (v < tol) {
-        if (r->ncand < r->qmax) {
-          cand[r->ncand++] = pos;
-          worst = -1;
+        if (nc < qmax) {
+          cand[nc] = pos;
+          cval[nc++] = v;
         } else {
           if (worst < 0) {
             worst = 0;
-            worstv = pnet_value(arcs[cand[0]], state[cand[0]], pi);
-            for (int32_t q = 1; q < r->ncand; ++q) {
-              const double w = pnet_value(arcs[cand[q]], state[cand[q]], pi);
-              if (w > worstv) worstv = w, worst = q;
-            }
+            for (int32_t q = 1; q < nc; ++q)
+              if (cval[q] > cval[worst]) worst = q;
+            worstv = cval[worst];
           }
           if (v < worstv) {
             cand[worst] = pos;
+            cval[worst] = v;
             worst = -1;
           }
         }
@@ -84,20 +85,21 @@ int32_t pnet_partialprice(NetRec* r) {
       if (++pos == nsearch) pos = 0;
       if (++inblock == r->block) {
         inblock = 0;
-        if (r->ncand > 0) break;
+        if (nc > 0) break;
       }
     }
     r->pos = pos;
   }
-  if (r->ncand == 0) return -1;
-  int32_t best = 0;
-  double bestv = pnet_value(arcs[cand[0]], state[cand[0]], pi);
-  for (int32_t q = 1; q < r->ncand; ++q) {
-    const double v = pnet_value(arcs[cand[q]], state[cand[q]], pi);
-    if (v < bestv) bestv = v, best = q;
+  if (nc == 0) {
+    r->ncand = 0;
+    return -1;
   }
+  int32_t best = 0;
+  for (int32_t q = 1; q < nc; ++q)
+    if (cval[q] < cval[best]) best = q;
   const int32_t e = cand[best];
-  cand[best] = cand[--r->ncand];
+  cand[best] = cand[--nc];
+  r->ncand = nc;
   return e;
 }
 
