@@ -318,6 +318,7 @@ void net_optimize(SysEnv* sys, const NetParam& par, const NetCallbacks& cb, cons
   r.qmax = r.nsearch >= 100000 ? 25 : (r.nsearch >= 10000 ? 15 : 10);
   r.block = std::max(100, static_cast<int32_t>(2.0 * std::sqrt(static_cast<double>(r.nsearch))));
   r.cand.resize(static_cast<size_t>(r.qmax));
+  r.cval.resize(static_cast<size_t>(r.qmax));
   net_setuptree(&r, supply, slackof.data());
   info->numnode = nn;
   info->numarc = r.nsearch;

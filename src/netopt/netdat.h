@@ -73,6 +73,7 @@ struct NetRec {
   // Pricing: a queue of attractive arcs kept between iterations, refilled by scanning blocks of
   // arcs from where the last scan stopped.
   NetVec<int32_t> cand;  // [qmax]
+  NetVec<double> cval;   // [qmax] their values while the pricing runs
   int32_t ncand = 0, qmax = 10, block = 100, pos = 0;
 
   int32_t rayarc = -1, raydir = 0;  // the entering arc of an unbounded cycle, and its direction
@@ -92,7 +93,8 @@ struct NetRec {
         node(MemAllocator<NetNode>(s)),
         thread(MemAllocator<int32_t>(s)),
         pi(MemAllocator<double>(s)),
-        cand(MemAllocator<int32_t>(s)) {}
+        cand(MemAllocator<int32_t>(s)),
+        cval(MemAllocator<double>(s)) {}
 };
 
 // Potentials of the whole tree from its arcs' costs, by a walk from the root.
@@ -100,6 +102,10 @@ void pnet_calcduals(NetRec* r);
 // Pivots until no arc is attractive (phase: 0 big cost on artificial arcs, 1 their flow alone,
 // 2 the problem's costs); returns a NetLoopEnd.
 int32_t pnet_loop(NetRec* r, int32_t phase);
+// Whether the tree is whole: the thread a preorder of all nodes with its inverse, sizes and last
+// successors that match the parent links, tree arcs that join a node to its parent with a reduced
+// cost of zero. O(nodes); for tests.
+bool pnet_debugtree(const NetRec& r);
 // The log line of the current iteration (forced, or when due).
 void pnet_logline(NetRec* r, int32_t phase, bool force);
 // The cost c'x of the arcs' flows with the problem's costs.

@@ -16,6 +16,7 @@ enum NetResponse : int32_t {
   kNetNoSpace = 1,
   kNetMaxIter = 4,
   kNetInterrupted = 7,
+  kNetTreeBroken = 31,  // the check of the tree failed (only with NetParam::debug)
 };
 
 struct NetParam {
@@ -24,6 +25,7 @@ struct NetParam {
   int64_t maxiter = 10000000;
   double tolx = 1e-7;  // primal feasibility; capped at 1e-7
   double tols = 1e-7;  // dual feasibility; capped at 1e-7
+  int32_t debug = 0;   // above 0: the whole tree is checked after every pivot (slow; for tests)
 };
 
 // Text and progress of a run; both may be null.
@@ -42,7 +44,7 @@ struct NetInfo {
   int32_t solsta = 0;  // VLR_SOL_STA_* of the network part
   int64_t iter = 0;
   int64_t degiter = 0;  // pivots with a step of zero
-  int64_t infiter = 0;  // pivots while artificial arcs carried flow
+  int64_t infiter = 0;  // pivots of the phases that price artificial arcs (big cost, then flow)
   int32_t numnode = 0, numarc = 0;
   int32_t numartificial = 0;  // artificial arcs left in the final tree, swapped for slacks
   double pobj = 0.0;          // c'x + cfix of the whole problem at the returned point

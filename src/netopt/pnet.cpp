@@ -47,15 +47,17 @@ int32_t pnet_partialprice(NetRec* r) {
   const int8_t* state = r->state.data();
   const double* pi = r->pi.data();
   int32_t* cand = r->cand.data();
+  double* cval = r->cval.data();  // the queued arcs' values, as of this call
   const double tol = -r->tols;
   int32_t keep = 0;
   for (int32_t q = 0; q < r->ncand; ++q) {
     const int32_t a = cand[q];
-    if (pnet_value(arcs[a], state[a], pi) < tol) cand[keep++] = a;
+    const double v = pnet_value(arcs[a], state[a], pi);
+    if (v < tol) cand[keep] = a, cval[keep++] = v;
   }
-  r->ncand = keep;
+  int32_t nc = keep;
   if (keep < r->qmax - 1 || keep == 0) {
-    const int32_t nsearch = r->nsearch;
+    const int32_t nsearch = r->nsearch, qmax = r->qmax;
     int32_t pos = r->pos;
     int32_t worst = -1;  // place of the worst queued arc once the queue is full
     double worstv = 0.0;
@@ -63,20 +65,19 @@ int32_t pnet_partialprice(NetRec* r) {
     for (int32_t scanned = 0; scanned < nsearch; ++scanned) {
       const double v = pnet_value(arcs[pos], state[pos], pi);
       if (v < tol) {
-        if (r->ncand < r->qmax) {
-          cand[r->ncand++] = pos;
-          worst = -1;
+        if (nc < qmax) {
+          cand[nc] = pos;
+          cval[nc++] = v;
         } else {
           if (worst < 0) {
             worst = 0;
-            worstv = pnet_value(arcs[cand[0]], state[cand[0]], pi);
-            for (int32_t q = 1; q < r->ncand; ++q) {
-              const double w = pnet_value(arcs[cand[q]], state[cand[q]], pi);
-              if (w > worstv) worstv = w, worst = q;
-            }
+            for (int32_t q = 1; q < nc; ++q)
+              if (cval[q] > cval[worst]) worst = q;
+            worstv = cval[worst];
           }
           if (v < worstv) {
             cand[worst] = pos;
+            cval[worst] = v;
             worst = -1;
           }
         }
@@ -84,20 +85,21 @@ int32_t pnet_partialprice(NetRec* r) {
       if (++pos == nsearch) pos = 0;
       if (++inblock == r->block) {
         inblock = 0;
-        if (r->ncand > 0) break;
+        if (nc > 0) break;
       }
     }
     r->pos = pos;
   }
-  if (r->ncand == 0) return -1;
-  int32_t best = 0;
-  double bestv = pnet_value(arcs[cand[0]], state[cand[0]], pi);
-  for (int32_t q = 1; q < r->ncand; ++q) {
-    const double v = pnet_value(arcs[cand[q]], state[cand[q]], pi);
-    if (v < bestv) bestv = v, best = q;
+  if (nc == 0) {
+    r->ncand = 0;
+    return -1;
   }
+  int32_t best = 0;
+  for (int32_t q = 1; q < nc; ++q)
+    if (cval[q] < cval[best]) best = q;
   const int32_t e = cand[best];
-  cand[best] = cand[--r->ncand];
+  cand[best] = cand[--nc];
+  r->ncand = nc;
   return e;
 }
 
@@ -335,8 +337,44 @@ int32_t pnet_loop(NetRec* r, int32_t phase) {
       info->response = kNetInterrupted;
       return kNetLoopStopped;
     }
+    if (r->par->debug > 0 && !pnet_debugtree(*r)) {
+      info->response = kNetTreeBroken;
+      return kNetLoopStopped;
+    }
     pnet_logline(r, phase, false);
   }
+}
+
+bool pnet_debugtree(const NetRec& r) {
+  const int32_t nn = r.nnode + 1, root = r.root;
+  const NetNode* nd = r.node.data();
+  const int32_t* th = r.thread.data();
+  const MemAllocator<int32_t> al(r.sys);
+  NetVec<int32_t> order(al), at(static_cast<size_t>(nn), -1, al);
+  for (int32_t x = root, k = 0; k < nn; ++k, x = th[x]) {
+    if (x < 0 || x >= nn || at[static_cast<size_t>(x)] >= 0) return false;
+    if (nd[th[x]].rthread != x) return false;
+    at[static_cast<size_t>(x)] = k;
+    order.push_back(x);
+  }
+  if (th[order.back()] != root || nd[root].parent != -1) return false;
+  NetVec<int32_t> size(static_cast<size_t>(nn), 1, al);
+  for (int32_t k = nn - 1; k > 0; --k) {
+    const int32_t x = order[static_cast<size_t>(k)], p = nd[x].parent;
+    // A parent comes first in preorder, and the subtree is the stretch up to its last node.
+    if (p < 0 || at[static_cast<size_t>(p)] >= k) return false;
+    size[static_cast<size_t>(p)] += size[static_cast<size_t>(x)];
+    const NetArc& a = r.arc[static_cast<size_t>(nd[x].pred)];
+    if (!((a.tail == x && a.head == p) || (a.tail == p && a.head == x))) return false;
+    const double d = a.cost - r.pi[static_cast<size_t>(a.tail)] + r.pi[static_cast<size_t>(a.head)];
+    if (std::fabs(d) > 1e-9 * (1.0 + std::fabs(a.cost))) return false;
+  }
+  for (int32_t k = 0; k < nn; ++k) {
+    const int32_t x = order[static_cast<size_t>(k)];
+    if (nd[x].succ != size[static_cast<size_t>(x)]) return false;
+    if (at[static_cast<size_t>(nd[x].last)] != k + nd[x].succ - 1) return false;
+  }
+  return true;
 }
 
 }  // namespace vlr

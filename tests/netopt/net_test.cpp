@@ -100,6 +100,7 @@ class NetTest : public ::testing::Test {
     r.sol = SimSol{r.sk.data(), r.x.data(), r.y.data(), r.d.data()};
     NetParam par;
     par.loglevel = 0;
+    par.debug = 1;  // the whole tree checked after every pivot
     EXPECT_EQ(VLR_net_optimize(sys_, par, NetCallbacks(), t.Lp(), sign.data(), colin.data(), &r.sol,
                                &r.info),
               kNetOk);
@@ -152,6 +153,43 @@ TEST_F(NetTest, GeneratedFamiliesEndOptimalWithZeroGap) {
         EXPECT_GT(r.info.degiter, 0);
       }
     }
+  }
+}
+
+// Larger networks with every other row multiplied by -1 and the sources' rows turned into
+// inequalities (a source may keep some of its supply): slacks enter the start tree and the
+// pivots; the tree is checked after each.
+TEST_F(NetTest, FlippedRowsAndInequalitiesOnLargerNetworks) {
+  for (uint64_t seed = 1; seed <= 3; ++seed) {
+    netgen::Spec s;
+    s.nodes = 400;
+    s.arcs = 4000;
+    s.sources = 40;
+    s.sinks = 40;
+    s.seed = seed;
+    TestLp t = FromGen(netgen::Generate(s));
+    std::vector<int32_t> sign(size_t(t.m), 1);
+    for (int32_t i = 0; i < t.m; ++i) {
+      const auto si = size_t(i);
+      if (t.bl[si] > 0) t.bk[si] = VLR_BK_UP;  // out - in <= supply
+      if (i % 2 == 0) continue;
+      sign[si] = -1;
+      const double l = t.bl[si], u = t.bu[si];
+      t.bl[si] = -u;
+      t.bu[si] = -l;
+      if (t.bk[si] == VLR_BK_UP) t.bk[si] = VLR_BK_LO;
+    }
+    for (size_t k = 0; k < t.aidx.size(); ++k)
+      if (t.aidx[k] % 2 == 1) t.aval[k] = -t.aval[k];
+    NetRun r = Solve(t, sign);
+    SCOPED_TRACE(::testing::Message() << "seed " << seed);
+    ASSERT_EQ(r.info.solsta, VLR_SOL_STA_OPTIMAL);
+    double pv = 0, dv = 0, pobj = 0, dobj = 0;
+    const SimLp lp = t.Lp();
+    ASSERT_TRUE(VLR_opt_checksolution(sys_, lp, &r.sol, &pv, &dv, &pobj, &dobj));
+    EXPECT_LE(pv, 1e-9);
+    EXPECT_LE(dv, 1e-9);
+    EXPECT_EQ(pobj, dobj);
   }
 }
 

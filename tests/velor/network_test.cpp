@@ -134,16 +134,20 @@ TEST(Network, InfeasibleAndUnboundedNetworksGiveCertificates) {
         u = 1.0;
     }
     const int32_t want = unbounded ? VLR_SOL_STA_DUAL_INFEAS_CER : VLR_SOL_STA_PRIM_INFEAS_CER;
-    for (bool net : {true, false}) {
+    // The network optimiser, the dual simplex, and the dual simplex from the network's basis.
+    for (int32_t road : {0, 1, 2}) {
+      const bool net = road == 0;
       auto task = MakeTask(env.get());
       ASSERT_EQ(VLR_putintparam(task.get(), VLR_IPAR_LOG, 0), VLR_RES_OK);
       ASSERT_EQ(VLR_putintparam(task.get(), VLR_IPAR_OPTIMIZER, VLR_OPTIMIZER_DUAL_SIMPLEX),
+                VLR_RES_OK);
+      ASSERT_EQ(VLR_putintparam(task.get(), VLR_IPAR_SIM_NETWORK_DETECT, road == 2 ? 0 : 101),
                 VLR_RES_OK);
       Load(task.get(), p);
       ASSERT_EQ(net ? VLR_netoptimize(task.get()) : VLR_optimize(task.get()), VLR_RES_OK);
       int32_t prosta = 0, solsta = 0;
       ASSERT_EQ(VLR_getsolutionstatus(task.get(), VLR_SOL_BAS, &prosta, &solsta), VLR_RES_OK);
-      EXPECT_EQ(solsta, want) << (net ? "network" : "dual simplex");
+      EXPECT_EQ(solsta, want) << "road " << road;
     }
   }
 }
