@@ -188,7 +188,8 @@ const char* VLR_sysenv_fname(const SysFile* f);
 // ---- RAII over the tracker ----------------------------------------------------------------
 
 // Owns one zeroed block of `count` T from `sys`; frees it on every way out of the scope unless
-// release() hands it to a record first.
+// release() hands it to a record first. A count of 0 still gets a block (of one T), so that only
+// a failed allocation reads as null.
 template <class T>
 class SysBuf {
  public:
@@ -196,7 +197,8 @@ class SysBuf {
       : sys_(sys),
         file_(file),
         line_(line),
-        p_(static_cast<T*>(VLR_sysenv_callocdbg(sys, file, line, count, sizeof(T)))) {}
+        p_(static_cast<T*>(
+            VLR_sysenv_callocdbg(sys, file, line, count == 0 ? 1 : count, sizeof(T)))) {}
   ~SysBuf() {
     if (p_ != nullptr) VLR_sysenv_freedbg(sys_, file_, line_, p_);
   }

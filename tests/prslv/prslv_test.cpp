@@ -366,6 +366,22 @@ TEST_F(PrslvTest, ADualBoundFromASingletonColumnShowsAColumnDominated) {
   EXPECT_EQ(o.cleanupiter, 0);
 }
 
+// Without rows there is nothing to reduce but the columns, and nothing to run out of.
+TEST_F(PrslvTest, AProblemWithoutRowsReducesToItsColumns) {
+  Lp lp;
+  lp.AddCol(1, VLR_BK_RA, -1, 2, {});
+  lp.AddCol(-1, VLR_BK_LO, 0, kInf, {});
+  const vlr::SimLp view = lp.View();
+  vlr::prslv* p = nullptr;
+  ASSERT_EQ(vlr::VLR_prslv_make(sys_, view, &p), vlr::kPrslvOk);
+  vlr::PrslvParam param;
+  vlr::VLR_prslv_initparam(&param);
+  vlr::PrslvStat stat;
+  EXPECT_EQ(vlr::VLR_prslv_reduce(param, p, &stat), vlr::kPrslvOk);
+  EXPECT_EQ(stat.prosta, VLR_PRO_STA_DUAL_INFEAS);  // the second column runs off to infinity
+  vlr::VLR_prslv_delete(&p);
+}
+
 // The use switch at 0 keeps the problem whole, and postsolve still maps the solution.
 TEST_F(PrslvTest, UseOffKeepsTheProblemAndPostsolveStillWorks) {
   Lp lp;
