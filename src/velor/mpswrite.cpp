@@ -42,7 +42,7 @@ void wr_printf(MpsWriter* w, const char* format, ...) {
 // tab, a line end or another control character in a name is refused, as is the empty name. In
 // free form blanks separate fields; a name with a blank reads back only from the fixed form,
 // when every name of the file fits its eight columns and the blank is not a trailing one (fixed
-// fields drop trailing blanks), and only when quoted names are off: with them on, the design's
+// fields drop trailing blanks), and only when quoted names are off: with them on, the writer's
 // rule refuses a blank name (and the quotes it would put around one that holds a double quote
 // could not be read back: the reader has no escape for it). A name that begins with a double
 // quote would be taken for a quoted one by a free-form reader, and is refused.
