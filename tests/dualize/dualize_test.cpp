@@ -12,6 +12,7 @@
 #include <random>
 #include <vector>
 
+#include "failalloc.h"
 #include "velor.h"
 
 namespace {
@@ -595,18 +596,9 @@ TEST_F(DualizeTest, FoldedSingletonsWithTiedBoundsMapToOneBasicMember) {
   EXPECT_EQ(tally.optimal, 1);
 }
 
-// An allocator that fails its k-th call from when it is armed.
-struct FailAlloc {
-  int64_t calls = 0, failat = -1;
-};
-void* FailMalloc(void* usr, size_t size) {
-  auto* f = static_cast<FailAlloc*>(usr);
-  if (f->failat >= 0 && f->calls++ == f->failat) return nullptr;
-  return std::malloc(size);
-}
-void FailFree(void*, void* block) {
-  std::free(block);
-}
+using vlrtest::FailAlloc;
+using vlrtest::FailFree;
+using vlrtest::FailMalloc;
 
 TEST(DualizeMemfail, EveryFailedAllocationLeavesNothing) {
   FailAlloc fa;

@@ -9,6 +9,7 @@
 #include <random>
 #include <vector>
 
+#include "failalloc.h"
 #include "kfac/kfac.h"
 #include "kfac/sfkdat.h"
 #include "velor.h"
@@ -307,17 +308,9 @@ TEST_F(SfkTest, BadInputIsRefused) {
   EXPECT_EQ(vlr::VLR_ch_calfac(obj_), vlr::kSfkBadInput);
 }
 
-struct FailAlloc {
-  int64_t calls = 0, failat = -1;
-};
-void* FailMalloc(void* usr, size_t size) {
-  auto* f = static_cast<FailAlloc*>(usr);
-  if (f->failat >= 0 && f->calls++ == f->failat) return nullptr;
-  return std::malloc(size);
-}
-void FailFree(void*, void* block) {
-  std::free(block);
-}
+using vlrtest::FailAlloc;
+using vlrtest::FailFree;
+using vlrtest::FailMalloc;
 
 // Every allocation of create, pattern, ordering, analysis and factor fails once in turn: the
 // step reports no space, a retry of that step succeeds, and nothing is left after destroy.

@@ -9,6 +9,7 @@
 #include <random>
 #include <vector>
 
+#include "failalloc.h"
 #include "kfac/kfac.h"
 
 namespace {
@@ -231,17 +232,9 @@ TEST_F(KktTest, BadInputAndCallsOutOfTurn) {
   EXPECT_NEAR(x[1], 0.25, 1e-14);
 }
 
-struct FailAlloc {
-  int64_t calls = 0, failat = -1;
-};
-void* FailMalloc(void* usr, size_t size) {
-  auto* f = static_cast<FailAlloc*>(usr);
-  if (f->failat >= 0 && f->calls++ == f->failat) return nullptr;
-  return std::malloc(size);
-}
-void FailFree(void*, void* block) {
-  std::free(block);
-}
+using vlrtest::FailAlloc;
+using vlrtest::FailFree;
+using vlrtest::FailMalloc;
 
 // Each allocation of make and setup fails in turn: no space, nothing left behind, and a setup
 // retried on the same object succeeds.

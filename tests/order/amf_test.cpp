@@ -9,6 +9,7 @@
 #include <set>
 #include <vector>
 
+#include "failalloc.h"
 #include "order/order.h"
 #include "order/ordpart.h"
 
@@ -329,17 +330,9 @@ TEST_F(AmfTest, BisectionSeparatesAndKeepsTheBalance) {
   }
 }
 
-struct FailAlloc {
-  int64_t calls = 0, failat = -1;
-};
-void* FailMalloc(void* usr, size_t size) {
-  auto* f = static_cast<FailAlloc*>(usr);
-  if (f->failat >= 0 && f->calls++ == f->failat) return nullptr;
-  return std::malloc(size);
-}
-void FailFree(void*, void* block) {
-  std::free(block);
-}
+using vlrtest::FailAlloc;
+using vlrtest::FailFree;
+using vlrtest::FailMalloc;
 
 TEST(AmfMemfail, EveryFailedAllocationIsNoSpaceWithNothingLeft) {
   FailAlloc fa;
