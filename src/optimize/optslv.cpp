@@ -237,8 +237,7 @@ void VLR_opt_ipmslv(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIp
   PrslvParam pp;
   opt_prslvparam(par, &cb, &pp);
   PrslvStat stat;
-  // Without rows each column goes its own way: presolve has nothing to work on.
-  if (par.presolve != 0 && lp.m > 0) {
+  if (par.presolve != 0) {
     if (VLR_prslv_make(sys, lp, &p) != kPrslvOk || VLR_prslv_reduce(pp, p, &stat) != kPrslvOk) {
       VLR_prslv_delete(&p);
       info->resp = 1;
