@@ -866,10 +866,11 @@ void SimEngine::formrow() {
       // The test is on the bits, the sign shifted out (-0 is zero too), which spares the
       // floating-point compare its care for NaN.
       const int32_t nn = n;
-      const auto* bits = reinterpret_cast<const uint64_t*>(alc);
       for (int32_t j = 0; j < nn; ++j) {
+        uint64_t bits = 0;
+        std::memcpy(&bits, alc + j, sizeof(bits));  // one load; a cast would break aliasing
         ai[nz] = mm + j;
-        nz += (bits[j] << 1) != 0 ? 1 : 0;
+        nz += (bits << 1) != 0 ? 1 : 0;
       }
     } else {
       int8_t* mkc = mk + mm;
