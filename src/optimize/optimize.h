@@ -109,6 +109,11 @@ struct optpar {
   // Presolve.
   int32_t presolve = 1, lindep = 1, lindepworklim = 0, eliminator = 1, elimtries = -1, elimfill = 1;
   double prslvtolx = 1e-8, prslvtols = 1e-8, prslvtolaij = 1e-12, prslvtollindep = 1e-6;
+  // Basis identification (basismode: the VLR_BI_* value, 0 none).
+  int32_t biloglevel = 0, bilogfreq = 1, bicleanopt = 0;
+  int32_t biignoremaxiter = 0, biignorenumerr = 0;
+  int64_t bimaxiter = 10000;
+  double bitolx = 1e-8, bitols = 1e-8, bireltols = 1e-12;
 };
 
 void VLR_opt_setdefaults(optpar* par);
@@ -129,6 +134,16 @@ struct slvi {
   int32_t ndense = 0;
   // The check of the answer on the problem as given.
   double chkpviol = 0.0, chkdviol = 0.0;
+  // Wall seconds of the stages, for the log and the information items only.
+  double ipmtime = 0.0, postsolvetime = 0.0;
+  // Basis identification: used (a basis came out), its response, the basic solution's statuses
+  // and objectives on the problem as given, and the work of each step.
+  int32_t biused = 0, biresp = 0;
+  int32_t basprosta = 0, bassolsta = 0;
+  double baspobj = 0.0, basdobj = 0.0;
+  int32_t bisuper = 0, bicleaned = 0;
+  int64_t bipriiter = 0, biduaiter = 0, bicleanpriiter = 0, bicleanduaiter = 0, bicleanpditer = 0;
+  double bitime = 0.0, biprimaltime = 0.0, bidualtime = 0.0, bicleantime = 0.0;
 };
 
 // The caller's side of a run: text of the log (whole lines) and the iteration logger, whose
@@ -144,8 +159,10 @@ void VLR_optdef_optresp2str(int32_t resp, char* buf, size_t size);
 
 // Solves lp (a minimisation) by presolve, the standard form, scaling, the homogeneous optimiser
 // and the way back; itr is sized for lp (m + n keys and values, m duals) and receives the
-// interior solution or certificate. info->resp tells how the run ended.
+// interior solution or certificate. When bas is given and par.basismode asks for it, basis
+// identification runs on the presolved problem and bas (sized as itr) receives the basic
+// solution of the problem as given (info->biused). info->resp tells how the run ended.
 void VLR_opt_ipmslv(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIpmCallbacks& cb,
-                    SimSol* itr, slvi* info);
+                    SimSol* itr, slvi* info, SimSol* bas = nullptr);
 
 }  // namespace vlr

@@ -14,15 +14,15 @@ int32_t VLR_opt_chooseroad(const OptChoice& c) {
   if (quadratic && (c.optimizer == VLR_OPTIMIZER_CONIC || c.qoseparate == 1)) {
     return kOptRoadInvalid;
   }
-  // Continuous problems. A linear problem with the free choice takes the free simplex until basis
-  // identification lets the interior-point road give a basis; the interior-point choice takes
-  // its road for a linear problem; the conic choices end in their code until that road exists.
+  // Continuous problems. A linear problem with the free choice or the interior-point one takes
+  // the interior-point road, which ends in a basis when VLR_IPAR_INTPNT_BASIS asks; the conic
+  // choices end in their code until that road exists.
   const bool simplex =
       c.optimizer >= VLR_OPTIMIZER_PRIMAL_SIMPLEX && c.optimizer <= VLR_OPTIMIZER_FREE_SIMPLEX;
   const bool linear = c.probtype == VLR_PROBTYPE_LO;
   if (simplex) return linear ? kOptRoadSimplex : kOptRoadInvalid;
-  if (c.optimizer == VLR_OPTIMIZER_FREE && linear && c.numcone == 0) return kOptRoadSimplex;
-  if (c.optimizer == VLR_OPTIMIZER_INTPNT && linear && c.numcone == 0) return kOptRoadIntpnt;
+  const bool interior = c.optimizer == VLR_OPTIMIZER_FREE || c.optimizer == VLR_OPTIMIZER_INTPNT;
+  if (interior && linear && c.numcone == 0) return kOptRoadIntpnt;
   if (c.probtype == VLR_PROBTYPE_MIXED) return kOptRoadMixedProblem;
   return kOptRoadInvalid;
 }

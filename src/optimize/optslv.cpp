@@ -6,8 +6,10 @@
 #include <cmath>
 #include <cstdio>
 
+#include "basic/basic.h"
 #include "optimize/optdat.h"
 #include "prslv/prslv.h"
+#include "simplex/simplex.h"
 #include "velor.h"
 
 namespace vlr {
@@ -220,10 +222,152 @@ void opt_prslvparam(const optpar& par, const OptIpmCallbacks* cb, PrslvParam* pp
   pp->log = cb->text != nullptr ? opt_prslvlog : nullptr;
 }
 
+// Whether basis identification runs after the interior point: never on a certificate (the
+// interior point's is the answer), nor after a time limit or a stop; after another early end by
+// the mode and its two flags.
+bool opt_wantbi(const optpar& par, const slvi& info) {
+  const int32_t mode = par.basismode, r = info.resp;
+  if (mode == VLR_BI_NEVER || r == 5 || r == 7 || opt_infeasible(info.solsta)) return false;
+  if (r == 0) return info.solsta != VLR_SOL_STA_UNKNOWN || mode != VLR_BI_IF_FEASIBLE;
+  if (mode == VLR_BI_ALWAYS) return r != 1 && r != 6;
+  if (mode == VLR_BI_NO_ERROR) {
+    return (r == 4 && par.biignoremaxiter != 0) || (r == 8 && par.biignorenumerr != 0);
+  }
+  return r != 1 && r != 6;
+}
+
+void opt_bitext(void* handle, const char* text) {
+  opt_text(*static_cast<const OptIpmCallbacks*>(handle), text);
+}
+
+// Basis identification on lp from its interior solution itr into bas (both sized for lp).
+int32_t opt_basind(SysEnv* sys, const optpar& par, const OptIpmCallbacks& cb, const SimLp& lp,
+                   const SimSol& itr, SimSol* bas, slvi* info) {
+  PrfParam pp;
+  VLR_prf_setdefaults(&pp);
+  pp.tolx = par.bitolx;
+  pp.tols = par.bitols;
+  pp.relpivs = par.bireltols;
+  pp.loglevel = par.biloglevel;
+  pp.logfreq = par.bilogfreq;
+  pp.maxiter = par.bimaxiter;
+  pp.cleanopt = par.bicleanopt;
+  pp.ignoremaxiter = par.biignoremaxiter;
+  pp.ignorenumerr = par.biignorenumerr;
+  PrfCallbacks pcb;
+  pcb.handle = const_cast<OptIpmCallbacks*>(&cb);
+  pcb.text = par.biloglevel > 0 && cb.text != nullptr ? opt_bitext : nullptr;
+  PrfInfo pi;
+  VLR_prf_puriflp(sys, pp, pcb, lp, itr, bas, &pi);
+  info->bitime += pi.time;
+  info->biprimaltime += pi.crashtime + pi.pritime;
+  info->bidualtime += pi.duatime;
+  info->bicleantime += pi.cleantime;
+  info->bipriiter += pi.priiter;
+  info->biduaiter += pi.duaiter;
+  info->bicleanpriiter += pi.cleanpriiter;
+  info->bicleanduaiter += pi.cleanduaiter;
+  info->bicleanpditer += pi.cleanpditer;
+  info->bisuper = pi.nsuper;
+  info->bicleaned = pi.cleaned;
+  info->basprosta = pi.prosta;
+  info->bassolsta = pi.solsta;
+  return pi.resp;
+}
+
+// The basis of the problem as given, confirmed (and mended if it must be) by the simplex from
+// its keys: the statuses it reports are checked on the data as given.
+int32_t opt_confirmbasis(SysEnv* sys, const optpar& par, const OptIpmCallbacks& cb, const SimLp& lp,
+                         SimSol* bas, slvi* info) {
+  const double t0 = VLR_sysenv_getwctime(sys);
+  SimParam sp;
+  VLR_simplex_initparam(&sp);
+  sp.loglevel = par.biloglevel > 1 ? 1 : 0;
+  sp.maxiter = par.bimaxiter;
+  sp.presolve = 0;
+  sp.hotstart = 1;
+  if (par.bicleanopt == 1) sp.slot = kSimSlotPrimal;
+  SimCallbacks scb;
+  scb.handle = const_cast<OptIpmCallbacks*>(&cb);
+  scb.log = cb.text != nullptr ? opt_bitext : nullptr;
+  SimInfo si;
+  VLR_simplex_initinfo(&si);
+  VLR_simplex_optimize(sys, sp, scb, lp, 1, bas, &si);
+  info->bicleanpriiter += si.iter[kSimSlotPrimal];
+  info->bicleanduaiter += si.iter[kSimSlotDual];
+  info->bicleanpditer += si.iter[kSimSlotPd];
+  if (si.iter[kSimSlotPrimal] + si.iter[kSimSlotDual] + si.iter[kSimSlotPd] > 0) {
+    info->bicleaned = 1;
+  }
+  const double dt = VLR_sysenv_getwctime(sys) - t0;
+  info->bicleantime += dt;
+  info->bitime += dt;
+  info->basprosta = si.prosta;
+  info->bassolsta = si.solsta;
+  info->baspobj = si.pobj;
+  info->basdobj = si.dobj;
+  switch (si.response) {
+    case kSimOk:
+      return 0;
+    case kSimNoSpace:
+    case kSimLuSpace:
+      return 1;
+    case kSimMaxIter:
+      return 4;
+    case kSimInterrupted:
+      return 7;
+    case kSimSingular:
+      return 26;
+    default:
+      return 9;
+  }
+}
+
+// Whether a basis with response r is kept: a clean run, or an iteration limit or numerical
+// trouble the caller asked to ignore.
+bool opt_keepbasis(const optpar& par, int32_t r) {
+  return r == 0 || (r == 4 && (par.biignoremaxiter != 0 || par.basismode != VLR_BI_NO_ERROR)) ||
+         (r == 9 && par.biignorenumerr != 0);
+}
+
+// The unknown basic solution: keys and values cleared.
+void opt_clearbas(int32_t m, int32_t n, SimSol* bas) {
+  std::fill(bas->sk, bas->sk + m + n, VLR_SK_UNK);
+  std::fill(bas->x, bas->x + m + n, 0.0);
+  std::fill(bas->d, bas->d + m + n, 0.0);
+  std::fill(bas->y, bas->y + m, 0.0);
+}
+
+// The basis of the reduced problem rl (of the presolve that produced it) brought to the problem
+// as given: postsolve runs once per reduction, and the interior solution took the first one, so
+// presolve runs again; its reduced problem is the same.
+bool opt_postsolvebasis(SysEnv* sys, const PrslvParam& pp, const SimLp& lp, const SimLp& rl,
+                        const SimSol& rb, SimSol* bas) {
+  prslv* p = nullptr;
+  PrslvStat stat;
+  PrslvParam quiet = pp;
+  quiet.log = nullptr;
+  quiet.loglevel = 0;
+  bool ok =
+      VLR_prslv_make(sys, lp, &p) == kPrslvOk && VLR_prslv_reduce(quiet, p, &stat) == kPrslvOk;
+  if (ok) {
+    SimLp r2;
+    VLR_prslv_getreduced(p, &r2);
+    ok = r2.m == rl.m && r2.n == rl.n && stat.prosta == VLR_PRO_STA_UNKNOWN;
+  }
+  ok = ok && VLR_prslv_postsolve(quiet, p, rb, bas) == kPrslvOk &&
+       VLR_prslv_postsolvebasis(quiet, p, rb, bas) == kPrslvOk;
+  if (p != nullptr) {
+    VLR_prslv_unreduce(quiet, p);
+    VLR_prslv_delete(&p);
+  }
+  return ok;
+}
+
 }  // namespace
 
 void VLR_opt_ipmslv(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIpmCallbacks& cb,
-                    SimSol* itr, slvi* info) {
+                    SimSol* itr, slvi* info, SimSol* bas) {
   *info = slvi{};
   const int32_t nt = lp.m + lp.n;
   info->prosta = VLR_PRO_STA_UNKNOWN;
@@ -269,13 +413,31 @@ void VLR_opt_ipmslv(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIp
     rs.x = rdb.get();
     rs.d = rs.x + rt;
     rs.y = rs.d + rt;
+    const double tipm = VLR_sysenv_getwctime(sys);
     if (rt > 0) {
       opt_solvestd(sys, par, rl, cb, &rs, info);
     } else {
       info->prosta = VLR_PRO_STA_PRIM_AND_DUAL_FEAS;
       info->solsta = VLR_SOL_STA_OPTIMAL;
     }
+    info->ipmtime = VLR_sysenv_getwctime(sys) - tipm;
     const bool again = opt_infeasible(info->solsta) || info->resp == 1;
+    // Basis identification on the reduced problem, before postsolve gives the object's
+    // problem back.
+    const bool dobi = !again && bas != nullptr && opt_wantbi(par, *info);
+    SysBuf<int32_t> bsk(sys, VLR_HERE, dobi ? std::max(rt, 1) : 1);
+    SysBuf<double> bdb(sys, VLR_HERE, dobi ? 2 * int64_t{rt} + rl.m + 1 : 1);
+    SimSol rb;
+    rb.sk = bsk.get();
+    rb.x = bdb.get();
+    rb.d = rb.x != nullptr ? rb.x + rt : nullptr;
+    rb.y = rb.d != nullptr ? rb.d + rt : nullptr;
+    int32_t biresp = 1;
+    if (dobi && bsk && bdb) {
+      biresp = rt > 0 ? opt_basind(sys, par, cb, rl, rs, &rb, info) : 0;
+    }
+    const SimLp rlcopy = rl;
+    const double tpost = VLR_sysenv_getwctime(sys);
     if (!again) {
       if (VLR_prslv_postsolve(pp, p, rs, itr) != kPrslvOk) info->resp = 1;
       if (info->resp != 0) {
@@ -285,6 +447,19 @@ void VLR_opt_ipmslv(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIp
     }
     VLR_prslv_unreduce(pp, p);
     VLR_prslv_delete(&p);
+    if (dobi) {
+      info->biresp = biresp;
+      if (opt_keepbasis(par, biresp) && opt_postsolvebasis(sys, pp, lp, rlcopy, rb, bas)) {
+        info->postsolvetime = VLR_sysenv_getwctime(sys) - tpost;
+        info->biresp = opt_confirmbasis(sys, par, cb, lp, bas, info);
+        info->biused = opt_keepbasis(par, info->biresp) ? 1 : 0;
+      } else {
+        info->postsolvetime = VLR_sysenv_getwctime(sys) - tpost;
+      }
+      if (info->biused == 0) opt_clearbas(lp.m, lp.n, bas);
+    } else {
+      info->postsolvetime = VLR_sysenv_getwctime(sys) - tpost;
+    }
     if (!again || info->resp == 1) {
       if (info->resp == 0 || info->resp == 4 || info->resp == 8) {
         double po, dobj;
@@ -299,7 +474,17 @@ void VLR_opt_ipmslv(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIp
              "Presolved problem is infeasible; the problem as given is solved for its "
              "certificate.\n");
   }
+  const double tipm = VLR_sysenv_getwctime(sys);
   opt_solvestd(sys, par, lp, cb, itr, info);
+  info->ipmtime += VLR_sysenv_getwctime(sys) - tipm;
+  if (bas != nullptr && opt_wantbi(par, *info)) {
+    info->biresp = opt_basind(sys, par, cb, lp, *itr, bas, info);
+    if (opt_keepbasis(par, info->biresp)) {
+      info->biresp = opt_confirmbasis(sys, par, cb, lp, bas, info);
+      info->biused = opt_keepbasis(par, info->biresp) ? 1 : 0;
+    }
+    if (info->biused == 0) opt_clearbas(lp.m, lp.n, bas);
+  }
   if (info->resp != 0) {
     info->prosta = VLR_PRO_STA_UNKNOWN;
     info->solsta = VLR_SOL_STA_UNKNOWN;

@@ -22,7 +22,20 @@ void velorint_setparam(const Task* task, optpar* par) {
   const double* dp = task->dparam;
   par->loglevel = VLR_dolog(task, ip[VLR_IPAR_LOG_INTPNT]) ? ip[VLR_IPAR_LOG_INTPNT] : 0;
   par->solveform = ip[VLR_IPAR_INTPNT_SOLVE_FORM];
-  par->basismode = 0;  // no basis identification on this road yet
+  par->basismode = ip[VLR_IPAR_INTPNT_BASIS];
+  par->biloglevel = VLR_dolog(task, ip[VLR_IPAR_LOG_BI]) ? ip[VLR_IPAR_LOG_BI] : 0;
+  par->bilogfreq = ip[VLR_IPAR_LOG_BI_FREQ];
+  par->bimaxiter = ip[VLR_IPAR_BI_MAX_ITERATIONS];
+  const int32_t co = ip[VLR_IPAR_BI_CLEAN_OPTIMIZER];
+  par->bicleanopt = co == VLR_OPTIMIZER_PRIMAL_SIMPLEX        ? 1
+                    : co == VLR_OPTIMIZER_DUAL_SIMPLEX        ? 2
+                    : co == VLR_OPTIMIZER_PRIMAL_DUAL_SIMPLEX ? 3
+                                                              : 0;
+  par->biignoremaxiter = ip[VLR_IPAR_BI_IGNORE_MAX_ITER];
+  par->biignorenumerr = ip[VLR_IPAR_BI_IGNORE_NUM_ERROR];
+  par->bitolx = dp[VLR_DPAR_BASIS_TOL_X];
+  par->bitols = dp[VLR_DPAR_BASIS_TOL_S];
+  par->bireltols = dp[VLR_DPAR_BASIS_REL_TOL_S];
   par->maxiter = ip[VLR_IPAR_INTPNT_MAX_ITERATIONS];
   par->ordermethod = ip[VLR_IPAR_INTPNT_ORDER_METHOD];
   par->offcoltrh = ip[VLR_IPAR_INTPNT_OFF_COL_TRH];
@@ -146,6 +159,17 @@ void velorint_report(Task* task, const slvi& info, double sense, int32_t logleve
     VLRP_putdouinf(task, VLR_DINF_INTPNT_PRIMAL_FEAS, info.chkpviol);
     VLRP_putdouinf(task, VLR_DINF_INTPNT_DUAL_FEAS, info.chkdviol);
   }
+  if (info.biused != 0 || info.biresp != 0 || info.bitime > 0.0) {
+    VLRP_putdouinf(task, VLR_DINF_BI_TIME, info.bitime);
+    VLRP_putdouinf(task, VLR_DINF_BI_PRIMAL_TIME, info.biprimaltime);
+    VLRP_putdouinf(task, VLR_DINF_BI_DUAL_TIME, info.bidualtime);
+    VLRP_putdouinf(task, VLR_DINF_BI_CLEAN_TIME, info.bicleantime);
+    VLRP_putlintinf(task, VLR_LIINF_BI_PRIMAL_ITER, info.bipriiter);
+    VLRP_putlintinf(task, VLR_LIINF_BI_DUAL_ITER, info.biduaiter);
+    VLRP_putlintinf(task, VLR_LIINF_BI_CLEAN_PRIMAL_ITER, info.bicleanpriiter);
+    VLRP_putlintinf(task, VLR_LIINF_BI_CLEAN_DUAL_ITER, info.bicleanduaiter);
+    VLRP_putlintinf(task, VLR_LIINF_BI_CLEAN_PRIMAL_DUAL_ITER, info.bicleanpditer);
+  }
   if (loglevel <= 0) return;
   char text[VLR_MAX_STR_LEN] = "";
   VLR_optdef_optresp2str(info.resp, text, sizeof text);
@@ -163,6 +187,23 @@ void velorint_report(Task* task, const slvi& info, double sense, int32_t logleve
   VLR_solstatostr(VLR_taskhandle(task), info.solsta, text);
   VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %-s\n", "Solution status", text);
   VLRP_echotask(task, VLR_STREAM_LOG, "%-20s: %-.4f\n", "Time", time);
+  VLRP_echotask(task, VLR_STREAM_LOG, "Optimizer summary\n");
+  VLRP_echotask(task, VLR_STREAM_LOG, "  %-28s: %-.4f\n", "Presolve time", info.prslvtime);
+  VLRP_echotask(task, VLR_STREAM_LOG, "  %-28s: %-.4f\n", "Interior-point time", info.ipmtime);
+  if (info.biresp != 0 || info.biused != 0) {
+    VLRP_echotask(task, VLR_STREAM_LOG, "  %-28s: %-.4f\n", "Basis identification time",
+                  info.bitime);
+    VLRP_echotask(task, VLR_STREAM_LOG, "    %-26s: %-.4f\n", "Primal", info.biprimaltime);
+    VLRP_echotask(task, VLR_STREAM_LOG, "    %-26s: %-.4f\n", "Dual", info.bidualtime);
+    VLRP_echotask(task, VLR_STREAM_LOG, "    %-26s: %-.4f\n", "Clean", info.bicleantime);
+  }
+  VLRP_echotask(task, VLR_STREAM_LOG, "  %-28s: %-.4f\n", "Postsolve time", info.postsolvetime);
+  if (info.biused != 0) {
+    VLR_solstatostr(VLR_taskhandle(task), info.bassolsta, text);
+    VLRP_echotask(task, VLR_STREAM_LOG, "  %-28s: %-s\n", "Basic solution status", text);
+    VLRP_echotask(task, VLR_STREAM_LOG, "  %-28s: %-.12e\n", "Basic primal obj",
+                  sense * info.baspobj);
+  }
 }
 
 int32_t velorint_run(Task* task) {
@@ -181,10 +222,22 @@ int32_t velorint_run(Task* task) {
   sol.x = x.data();
   sol.y = y.data();
   sol.d = d.data();
-  // The solution record is made before the run, so that a failure to make it leaves the task
-  // as it was.
+  // The solution records are made before the run, so that a failure to make them leaves the
+  // task as it was.
   const int32_t rm = VLR_makesolution(task, VLR_SOL_ITR);
   if (rm != VLR_RES_OK) return rm;
+  const bool wantbasis = task->iparam[VLR_IPAR_INTPNT_BASIS] != VLR_BI_NEVER;
+  const size_t bnt = wantbasis ? static_cast<size_t>(std::max(nt, 1)) : 1;
+  TaskVec<int32_t> bsk(bnt, 0, MemAllocator<int32_t>(sys));
+  TaskVec<double> bx(bnt, 0.0, MemAllocator<double>(sys));
+  TaskVec<double> by(wantbasis ? static_cast<size_t>(std::max(lp.m, 1)) : 1, 0.0,
+                     MemAllocator<double>(sys));
+  TaskVec<double> bd(bnt, 0.0, MemAllocator<double>(sys));
+  SimSol bsol{bsk.data(), bx.data(), by.data(), bd.data()};
+  if (wantbasis) {
+    const int32_t rb = VLR_makesolution(task, VLR_SOL_BAS);
+    if (rb != VLR_RES_OK) return rb;
+  }
 
   optpar par;
   velorint_setparam(task, &par);
@@ -199,13 +252,21 @@ int32_t velorint_run(Task* task) {
   }
   VLR_checkcallbacks(task, VLR_CALLBACK_BEGIN_INTPNT);
   slvi info;
-  VLR_opt_ipmslv(sys, par, lp, cb, &sol, &info);
+  VLR_opt_ipmslv(sys, par, lp, cb, &sol, &info, wantbasis ? &bsol : nullptr);
   VLR_checkcallbacks(task, VLR_CALLBACK_END_INTPNT);
   const double time = VLR_sysenv_getwctime(sys) - start;
   if (info.resp == 1 || info.resp == 6) return velorint_response(task, info.resp);
   const int32_t r = velorint_response(task, info.resp);
   const int32_t rr = VLR_putsimsol(task, VLR_SOL_ITR, lp, sol, info.prosta, info.solsta, tl.sense);
   if (rr != VLR_RES_OK) return rr;
+  if (wantbasis) {
+    // Without a basis (none asked for on a certificate, or identification failed) the basic
+    // solution says unknown.
+    const int32_t rb = VLR_putsimsol(task, VLR_SOL_BAS, lp, bsol,
+                                     info.biused ? info.basprosta : VLR_PRO_STA_UNKNOWN,
+                                     info.biused ? info.bassolsta : VLR_SOL_STA_UNKNOWN, tl.sense);
+    if (rb != VLR_RES_OK) return rb;
+  }
   velorint_report(task, info, tl.sense, par.loglevel, time);
   return r;
 }

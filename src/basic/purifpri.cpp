@@ -1,0 +1,146 @@
+// src/basic/purifpri.cpp: the primal push: each superbasic variable (off its bounds and not in
+// the basis) moves to its nearest bound, the basic variables absorbing the change; a basic
+// variable that reaches a bound first leaves at it and the moving one takes its place.
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <cmath>
+
+#include "basic/purifdat.h"
+
+namespace vlr {
+
+namespace {
+
+// The ratio test of a move of x(k) by theta in direction sigma over at most tmax, on the column
+// alpha = B^-1 col(k): the basic values change by -sigma theta alpha. Two passes: the largest
+// step with the bounds relaxed by tolx, then among the positions that block within it, the
+// largest pivot. Returns the blocking position or -1, and the step in *theta.
+int32_t prf_pstepsize(const Prf& w, const double* alpha, double sigma, double tmax, double* theta) {
+  const double tolx = w.par->tolx, tolpiv = w.par->tolapiv;
+  double trelax = tmax;
+  for (int32_t p = 0; p < w.m; ++p) {
+    const double a = alpha[p];
+    if (std::fabs(a) <= tolpiv) continue;
+    const auto b = static_cast<size_t>(w.bas[static_cast<size_t>(p)]);
+    const double rate = -sigma * a;
+    if (rate < 0.0 && w.lo[b] > -kPrfInf) {
+      trelax = std::min(trelax, std::max(0.0, w.x[b] - w.lo[b] + tolx) / -rate);
+    } else if (rate > 0.0 && w.up[b] < kPrfInf) {
+      trelax = std::min(trelax, std::max(0.0, w.up[b] - w.x[b] + tolx) / rate);
+    }
+  }
+  *theta = tmax;
+  if (trelax >= tmax) return -1;
+  int32_t best = -1;
+  double bestpiv = 0.0, bestratio = 0.0;
+  for (int32_t p = 0; p < w.m; ++p) {
+    const double a = alpha[p];
+    if (std::fabs(a) <= tolpiv) continue;
+    const auto b = static_cast<size_t>(w.bas[static_cast<size_t>(p)]);
+    const double rate = -sigma * a;
+    double r = kPrfInf;
+    if (rate < 0.0 && w.lo[b] > -kPrfInf) {
+      r = std::max(0.0, (w.x[b] - w.lo[b]) / -rate);
+    } else if (rate > 0.0 && w.up[b] < kPrfInf) {
+      r = std::max(0.0, (w.up[b] - w.x[b]) / rate);
+    }
+    if (r <= trelax && std::fabs(a) > bestpiv) {
+      best = p;
+      bestpiv = std::fabs(a);
+      bestratio = r;
+    }
+  }
+  if (best >= 0) *theta = std::min(bestratio, tmax);
+  return best;
+}
+
+}  // namespace
+
+bool VLR_prf_primallp(Prf* w, PrfInfo* info) {
+  const int32_t nt = w->nt;
+  const double tolx = w->par->tolx;
+  // The superbasic variables, most interior first.
+  int32_t* list = w->list.data();
+  double* dist = w->w3.data();
+  int32_t ns = 0;
+  for (int32_t k = 0; k < nt; ++k) {
+    const auto s = static_cast<size_t>(k);
+    if (w->pos[s] >= 0) continue;
+    const double l = w->lo[s], u = w->up[s], v = w->x[s];
+    if (l == u) {
+      w->x[s] = l;
+      continue;
+    }
+    int32_t side = 0;
+    if (prf_atbound(*w, k, tolx, &side)) {
+      // At a bound already: it takes the bound's value.
+      w->x[s] = side < 0 ? l : u;
+      continue;
+    }
+    double dk = kPrfInf;
+    if (l > -kPrfInf) dk = std::min(dk, v - l);
+    if (u < kPrfInf) dk = std::min(dk, u - v);
+    if (dk == kPrfInf) dk = std::fabs(v);
+    if (dk == 0.0) continue;
+    dist[s] = dk;
+    list[ns++] = k;
+  }
+  info->nsuper = ns;
+  std::stable_sort(list, list + ns, [dist](int32_t a, int32_t b) {
+    return dist[static_cast<size_t>(a)] > dist[static_cast<size_t>(b)];
+  });
+  if (ns > 0) prf_formxb(w);
+  double* alpha = w->w2.data();
+  for (int32_t t = 0; t < ns; ++t) {
+    const int32_t k = list[t];
+    const auto s = static_cast<size_t>(k);
+    if (w->pos[s] >= 0) continue;
+    const double l = w->lo[s], u = w->up[s], v = w->x[s];
+    double target = 0.0;
+    if (l > -kPrfInf && u < kPrfInf) {
+      target = v - l <= u - v ? l : u;
+    } else if (l > -kPrfInf) {
+      target = l;
+    } else if (u < kPrfInf) {
+      target = u;
+    }
+    const double delta = target - v;
+    if (delta == 0.0) continue;
+    const double sigma = delta > 0.0 ? 1.0 : -1.0;
+    prf_ftrancol(w, k, alpha);
+    double theta = 0.0;
+    const int32_t p = prf_pstepsize(*w, alpha, sigma, std::fabs(delta), &theta);
+    ++info->priiter;
+    for (int32_t q = 0; q < w->m; ++q) {
+      if (alpha[q] != 0.0)
+        w->x[static_cast<size_t>(w->bas[static_cast<size_t>(q)])] -= sigma * theta * alpha[q];
+    }
+    if (p < 0) {
+      w->x[s] = target;
+      continue;
+    }
+    // The blocking variable leaves at the bound it reached; the moving one enters.
+    w->x[s] = v + sigma * theta;
+    const auto b = static_cast<size_t>(w->bas[static_cast<size_t>(p)]);
+    const double rate = -sigma * alpha[p];
+    w->x[b] = rate < 0.0 ? w->lo[b] : w->up[b];
+    ++info->primoves;
+    if (!prf_exchange(w, p, k)) return false;
+    if (w->pos[s] < 0) prf_formxb(w);  // the factor replaced it by a slack
+  }
+  std::fill(w->w3.begin(), w->w3.end(), 0.0);
+  prf_formxb(w);
+  int32_t left = 0;
+  for (int32_t k = 0; k < nt; ++k) {
+    int32_t side = 0;
+    const auto s = static_cast<size_t>(k);
+    if (w->pos[s] < 0 && w->lo[s] != w->up[s] && !prf_atbound(*w, k, 1e-9, &side) &&
+        w->x[s] != 0.0) {
+      ++left;
+    }
+  }
+  if (left > 0) prf_log(*w, "Primal push: superbasic variables left: %d\n", left);
+  return true;
+}
+
+}  // namespace vlr
