@@ -44,7 +44,8 @@ Prf::Prf(SysEnv* s)
       w1(MemAllocator<double>(s)),
       w2(MemAllocator<double>(s)),
       w3(MemAllocator<double>(s)),
-      list(MemAllocator<int32_t>(s)) {}
+      list(MemAllocator<int32_t>(s)),
+      map(MemAllocator<int32_t>(s)) {}
 
 Prf::~Prf() {
   VLR_lu_delete(&lu);
@@ -66,7 +67,7 @@ bool prf_atbound(const Prf& w, int32_t k, double tol, int32_t* side) {
   *side = 0;
   const double dl = l > -kPrfInf ? v - l : kPrfInf;
   const double du = u < kPrfInf ? u - v : kPrfInf;
-  if (dl <= du && dl <= tol * (1.0 + std::fabs(l))) {
+  if (dl <= du && dl < kPrfInf && dl <= tol * (1.0 + std::fabs(l))) {
     *side = -1;
     return true;
   }
@@ -101,12 +102,19 @@ bool prf_factor(Prf* w, int32_t* nart) {
   const int32_t m = w->m;
   const auto isz = static_cast<int32_t>(w->iwork.size());
   const auto rsz = static_cast<int32_t>(w->rwork.size());
+  // Room for the updates that follow: a work area of several times the basis's entries.
+  if (VLR_lu_getwsze(w->lu) < w->wsze || VLR_lu_getstate(w->lu) == kLuStateNone) {
+    if (VLR_lu_newwsze(w->lu, static_cast<int32_t>(std::min<int64_t>(w->wsze, 2147483000))) !=
+        kLuOk) {
+      return false;
+    }
+  }
   const int32_t r =
       VLR_pivlp_factor2(w->sys, w->lu, m, w->n, w->cbeg.data(), w->cidx.data(), w->cval.data(),
                         w->bas.data(), isz, w->iwork.data(), rsz, w->rwork.data());
   if (r != kLuOk) return false;
   // On a short rank each unpivoted position takes the slack of an unpivoted row.
-  int32_t* map = w->list.data();
+  int32_t* map = w->map.data();
   if (VLR_pivlp_insart(w->lu, m, w->bas.data(), map, isz, w->iwork.data(), nart) != kLuOk) {
     return false;
   }
@@ -141,10 +149,13 @@ bool prf_exchange(Prf* w, int32_t p, int32_t k) {
       w->iwork.data(), m, w->marker.data(), static_cast<int32_t>(w->rwork.size()), w->rwork.data());
   ++w->sinceupd;
   if (r == kLuOk) return true;
+  // The factor is made again; when the update ran out of room the work area doubles first.
+  if (r == kLuUpdateNoRoom || VLR_lu_incwsze(w->lu) != 0) w->wsze *= 2;
   // Refused, out of room or due for a new factor: factor the new basis whole; a column that
   // turned out dependent gives way to a slack.
   int32_t nart = 0;
-  return prf_factor(w, &nart);
+  const bool ok = prf_factor(w, &nart);
+  return ok;
 }
 
 void prf_ftrancol(Prf* w, int32_t k, double* out) {
@@ -269,14 +280,16 @@ bool prf_setup(Prf* w, const SimLp& lp, const SimSol& itr) {
   w->iwork.assign(static_cast<size_t>(std::max({fi, si, 3 * m + 3})), 0);
   w->rwork.assign(static_cast<size_t>(std::max({fr, sr, 2 * m + 2})), 0.0);
   w->marker.assign(sm + 1, 0);
+  w->map.assign(sm + 1, 0);
   w->pattern.assign(sm + 1, 0);
   w->spike.assign(sm + 1, 0.0);
   w->w1.assign(sm + 1, 0.0);
   w->w2.assign(sm + 1, 0.0);
   w->w3.assign(snt + 1, 0.0);
   if (VLR_lu_make(w->sys, std::max(m, 1), std::max(m, 1), &w->lu) != kLuOk) return false;
+  w->wsze = 8 * (std::min<int64_t>(nz, 20 * int64_t{m}) + m) + 1000;
   VLR_lu_puttol(w->lu, kLuTolRelPiv, std::max(w->par->tolrpiv, 0.01));
-  VLR_lu_puttol(w->lu, kLuTolAbsPiv, w->par->tolapiv);
+  VLR_lu_puttol(w->lu, kLuTolAbsPiv, std::max(w->par->tolapiv, kPrfAbsPiv));
   return true;
 }
 

@@ -17,6 +17,10 @@ template <class T>
 using PrfVec = std::vector<T, MemAllocator<T>>;
 
 constexpr double kPrfInf = std::numeric_limits<double>::infinity();
+// A ratio test takes no pivot below this part of the largest entry of its column or row.
+constexpr double kPrfRelPiv = 1e-7;
+// Smallest pivot of the factors (on the scaled problem).
+constexpr double kPrfAbsPiv = 1e-7;
 
 struct Prf {
   explicit Prf(SysEnv* s);
@@ -44,8 +48,11 @@ struct Prf {
   PrfVec<double> rwork, spike;
   PrfVec<double> w1, w2, w3;  // dense work of m (two) and nt (w3)
   PrfVec<int32_t> list;       // work of nt
+  PrfVec<int32_t> map;        // [m] the positions a repaired factor gave to slacks
   int64_t sinceupd = 0;       // updates since the last factor
-  int64_t stuck = 0;          // dual pushes that could neither finish nor exchange
+  int64_t stuck = 0;
+  int64_t wsze = 0;  // work area of the factor to ask for          // dual pushes that could
+                     // neither finish nor exchange
 };
 
 // Bound of variable k taken as value: true when x(k) lies within tol (relative) of one side;

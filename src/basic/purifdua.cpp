@@ -36,7 +36,7 @@ double prf_dratio(double dj, double rate, int32_t side, double tols) {
 
 bool VLR_prf_duallp(Prf* w, PrfInfo* info) {
   const int32_t m = w->m;
-  const double tols = w->par->tols, tolpiv = w->par->tolapiv;
+  const double tols = w->par->tols;
   // Reduced costs consistent with y on the scaled problem.
   for (int32_t k = 0; k < w->nt; ++k) {
     const auto s = static_cast<size_t>(k);
@@ -85,6 +85,10 @@ bool VLR_prf_duallp(Prf* w, PrfInfo* info) {
     }
     ++info->duaiter;
     // d(j) - t sigma alpha(j) for t in [0, |dk|]: Harris's two passes on the non-basic ones.
+    double amax = 0.0;
+    for (int32_t q = 0; q < ntch; ++q)
+      amax = std::max(amax, std::fabs(alpha[static_cast<size_t>(touched[q])]));
+    const double tolpiv = std::max(w->par->tolapiv, kPrfRelPiv * amax);
     const double sigma = dk > 0.0 ? 1.0 : -1.0;
     const double tmax = std::fabs(dk);
     double trelax = tmax;
@@ -131,7 +135,10 @@ bool VLR_prf_duallp(Prf* w, PrfInfo* info) {
   const double before = VLR_prf_duainflp(*w);
   prf_formxb(w);
   prf_formyb(w);
-  prf_log(*w, "Dual push: %lld left with a reduced cost; dual infeasibility %.1e, %.1e after the basis duals.\n", static_cast<long long>(w->stuck), before, VLR_prf_duainflp(*w));
+  prf_log(*w,
+          "Dual push: %lld left with a reduced cost; dual infeasibility %.1e, %.1e after the basis "
+          "duals.\n",
+          static_cast<long long>(w->stuck), before, VLR_prf_duainflp(*w));
   return true;
 }
 

@@ -14,19 +14,25 @@ namespace {
 // The ratio test of a move of x(k) by theta in direction sigma over at most tmax, on the column
 // alpha = B^-1 col(k): the basic values change by -sigma theta alpha. Two passes: the largest
 // step with the bounds relaxed by tolx, then among the positions that block within it, the
-// largest pivot. Returns the blocking position or -1, and the step in *theta.
+// largest pivot. A basic variable already beyond the bound it moves to does not block: snapping
+// it would move the point off A x = xc, which the basis then spreads; the clean-up mends it.
+// Returns the blocking position or -1, and the step in *theta.
 int32_t prf_pstepsize(const Prf& w, const double* alpha, double sigma, double tmax, double* theta) {
-  const double tolx = w.par->tolx, tolpiv = w.par->tolapiv;
+  // A pivot small against the column's largest entry would leave a basis near singular.
+  double amax = 0.0;
+  for (int32_t p = 0; p < w.m; ++p)
+    amax = std::max(amax, std::fabs(alpha[p]));
+  const double tolx = w.par->tolx, tolpiv = std::max(w.par->tolapiv, kPrfRelPiv * amax);
   double trelax = tmax;
   for (int32_t p = 0; p < w.m; ++p) {
     const double a = alpha[p];
     if (std::fabs(a) <= tolpiv) continue;
     const auto b = static_cast<size_t>(w.bas[static_cast<size_t>(p)]);
     const double rate = -sigma * a;
-    if (rate < 0.0 && w.lo[b] > -kPrfInf) {
-      trelax = std::min(trelax, std::max(0.0, w.x[b] - w.lo[b] + tolx) / -rate);
-    } else if (rate > 0.0 && w.up[b] < kPrfInf) {
-      trelax = std::min(trelax, std::max(0.0, w.up[b] - w.x[b] + tolx) / rate);
+    if (rate < 0.0 && w.lo[b] > -kPrfInf && w.x[b] - w.lo[b] >= -tolx) {
+      trelax = std::min(trelax, (w.x[b] - w.lo[b] + tolx) / -rate);
+    } else if (rate > 0.0 && w.up[b] < kPrfInf && w.up[b] - w.x[b] >= -tolx) {
+      trelax = std::min(trelax, (w.up[b] - w.x[b] + tolx) / rate);
     }
   }
   *theta = tmax;
@@ -39,9 +45,9 @@ int32_t prf_pstepsize(const Prf& w, const double* alpha, double sigma, double tm
     const auto b = static_cast<size_t>(w.bas[static_cast<size_t>(p)]);
     const double rate = -sigma * a;
     double r = kPrfInf;
-    if (rate < 0.0 && w.lo[b] > -kPrfInf) {
+    if (rate < 0.0 && w.lo[b] > -kPrfInf && w.x[b] - w.lo[b] >= -tolx) {
       r = std::max(0.0, (w.x[b] - w.lo[b]) / -rate);
-    } else if (rate > 0.0 && w.up[b] < kPrfInf) {
+    } else if (rate > 0.0 && w.up[b] < kPrfInf && w.up[b] - w.x[b] >= -tolx) {
       r = std::max(0.0, (w.up[b] - w.x[b]) / rate);
     }
     if (r <= trelax && std::fabs(a) > bestpiv) {

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "fixture.h"
+#include "pivot/pivot.h"
 
 namespace {
 
@@ -482,6 +483,182 @@ INSTANTIATE_TEST_SUITE_P(LargeIpm, NetlibInfeasible,
                          ::testing::ValuesIn(InteriorCases("netlib-infeas")), CaseName);
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(NetlibOptimize);
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(NetlibInfeasible);
+
+// The default road (presolve, interior point, basis identification, postsolve) on a set.
+std::vector<Case> DefaultCases(const char* sub, bool slow) {
+  std::vector<Case> out;
+  for (const std::string& f : SetFiles(sub, slow))
+    out.push_back({f, VLR_OPTIMIZER_FREE});
+  return out;
+}
+
+std::string DefaultName(const ::testing::TestParamInfo<Case>& info) {
+  std::string s = Stem(info.param.path);
+  for (char& ch : s) {
+    if (!std::isalnum(static_cast<unsigned char>(ch))) ch = '_';
+  }
+  return s;
+}
+
+// The basis of a solution checked from the problem's data alone: its columns (a row's own
+// column is -e(i)) are factored, the non-basic variables put at the bounds their keys name, the
+// basic values and the duals recomputed from the factor and held to the solution's, and then to
+// the bounds and to the signs their keys ask for.
+void ExpectBasisReproduces(const Lp& p, const Sol& s, const std::string& what) {
+  const int32_t m = p.m, n = p.n;
+  std::vector<int32_t> bas;
+  for (int32_t i = 0; i < m; ++i)
+    if (s.skc[size_t(i)] == VLR_SK_BAS) bas.push_back(i);
+  for (int32_t j = 0; j < n; ++j)
+    if (s.skx[size_t(j)] == VLR_SK_BAS) bas.push_back(m + j);
+  ASSERT_EQ(int32_t(bas.size()), m) << what << ": basic variables";
+  if (m == 0) return;
+  std::vector<int64_t> beg(size_t(n) + 1, 0);
+  std::vector<int32_t> idx;
+  std::vector<double> val;
+  for (int32_t j = 0; j < n; ++j) {
+    for (int32_t k = p.ptrb[size_t(j)]; k < p.ptre[size_t(j)]; ++k) {
+      idx.push_back(p.sub[size_t(k)]);
+      val.push_back(p.val[size_t(k)]);
+    }
+    beg[size_t(j) + 1] = int64_t(idx.size());
+  }
+  idx.push_back(0);
+  val.push_back(0.0);
+  vlr::SysEnv* sys = vlr::VLR_sysenv_make(0, 0, nullptr, nullptr, nullptr);
+  ASSERT_NE(sys, nullptr);
+  vlr::LuFactor* lu = nullptr;
+  ASSERT_EQ(vlr::VLR_lu_make(sys, m, m, &lu), vlr::kLuOk);
+  vlr::VLR_lu_puttol(lu, vlr::kLuTolRelPiv, 0.5);
+  ASSERT_EQ(vlr::VLR_pivlp_factor2(sys, lu, m, n, beg.data(), idx.data(), val.data(), bas.data(), 0,
+                                   nullptr, 0, nullptr),
+            vlr::kLuOk);
+  EXPECT_EQ(vlr::VLR_lu_getrank(lu), m) << what << ": the basis is singular";
+  if (vlr::VLR_lu_getrank(lu) == m) {
+    // Non-basic values by their keys; B x_B = -N x_N.
+    auto nbval = [&](int32_t sk, int32_t bk, double bl, double bu, double x) {
+      if (sk == VLR_SK_LOW || (sk == VLR_SK_FIX && HasLow(bk))) return bl;
+      if (sk == VLR_SK_UPR) return bu;
+      return x;  // a free variable off the basis keeps its value (zero)
+    };
+    std::vector<double> rhs(size_t(m), 0.0), xb(size_t(m), 0.0);
+    double big = 1.0;
+    for (int32_t i = 0; i < m; ++i) {
+      const auto ii = size_t(i);
+      if (s.skc[ii] == VLR_SK_BAS) continue;
+      const double v = nbval(s.skc[ii], p.bkc[ii], p.blc[ii], p.buc[ii], s.xc[ii]);
+      EXPECT_LE(std::fabs(v - s.xc[ii]), 1e-9 * (1 + std::fabs(v))) << what << ": row " << i;
+      rhs[ii] += v;
+    }
+    for (int32_t j = 0; j < n; ++j) {
+      const auto jj = size_t(j);
+      if (s.skx[jj] == VLR_SK_BAS) continue;
+      const double v = nbval(s.skx[jj], p.bkx[jj], p.blx[jj], p.bux[jj], s.xx[jj]);
+      EXPECT_LE(std::fabs(v - s.xx[jj]), 1e-9 * (1 + std::fabs(v))) << what << ": column " << j;
+      for (int32_t k = p.ptrb[jj]; k < p.ptre[jj]; ++k)
+        rhs[size_t(p.sub[size_t(k)])] -= p.val[size_t(k)] * v;
+      big = std::max(big, std::fabs(v));
+    }
+    vlr::VLR_lu_ftran(lu, rhs.data(), xb.data());
+    double xerr = 0, bviol = 0;
+    for (int32_t q = 0; q < m; ++q) {
+      const int32_t k = bas[size_t(q)];
+      const double mine = xb[size_t(q)];
+      const double theirs = k < m ? s.xc[size_t(k)] : s.xx[size_t(k - m)];
+      xerr = std::max(xerr, std::fabs(mine - theirs) / (1 + std::fabs(mine) + big * 1e-3));
+      bviol = std::max(
+          bviol, k < m ? BoundViol(p.bkc[size_t(k)], p.blc[size_t(k)], p.buc[size_t(k)], mine)
+                       : BoundViol(p.bkx[size_t(k - m)], p.blx[size_t(k - m)], p.bux[size_t(k - m)],
+                                   mine));
+    }
+    EXPECT_LE(xerr, kPrimalTol) << what << ": basic values differ from the factor's";
+    EXPECT_LE(bviol, kPrimalTol) << what << ": the factor's basic values leave their bounds";
+    // y = B^-T c_B in the minimising sense; the solution's y carries the task's sense.
+    std::vector<double> cb(size_t(m), 0.0), y(size_t(m), 0.0);
+    double cmax = 0;
+    for (int32_t j = 0; j < n; ++j)
+      cmax = std::max(cmax, std::fabs(p.c[size_t(j)]));
+    for (int32_t q = 0; q < m; ++q) {
+      const int32_t k = bas[size_t(q)];
+      cb[size_t(q)] = k < m ? 0.0 : p.sgn * p.c[size_t(k - m)];
+    }
+    vlr::VLR_lu_btran(lu, cb.data(), y.data());
+    double yerr = 0, dsign = 0;
+    for (int32_t i = 0; i < m; ++i)
+      yerr = std::max(yerr, std::fabs(p.sgn * y[size_t(i)] - s.y[size_t(i)]) / (1 + cmax));
+    EXPECT_LE(yerr, kDualTol) << what << ": duals differ from the factor's";
+    // Reduced costs of the non-basic variables against their keys; complementarity holds by
+    // construction (each one sits at the bound its key names, checked above).
+    auto sign = [&](int32_t sk, int32_t bk, double d) {
+      if (sk == VLR_SK_BAS || sk == VLR_SK_FIX || bk == VLR_BK_FX) return 0.0;
+      if (sk == VLR_SK_LOW) return std::max(0.0, -d);
+      if (sk == VLR_SK_UPR) return std::max(0.0, d);
+      return std::fabs(d);
+    };
+    for (int32_t i = 0; i < m; ++i)
+      dsign = std::max(dsign, sign(s.skc[size_t(i)], p.bkc[size_t(i)], y[size_t(i)]));
+    const std::vector<double> aty = Aty(p, y);
+    for (int32_t j = 0; j < n; ++j) {
+      const double d = p.sgn * p.c[size_t(j)] - aty[size_t(j)];
+      dsign = std::max(dsign, sign(s.skx[size_t(j)], p.bkx[size_t(j)], d));
+    }
+    EXPECT_LE(dsign / (1 + cmax), kDualTol) << what << ": a reduced cost of the wrong sign";
+  }
+  vlr::VLR_lu_delete(&lu);
+  vlr::VLR_sysenv_delete(&sys);
+}
+
+class NetlibDefault : public ::testing::TestWithParam<Case> {};
+
+TEST_P(NetlibDefault, EndsInAnOptimalBasisThatTheDataReproduce) {
+  const fs::path path(GetParam().path);
+  auto env = vlrtest::MakeEnv();
+  auto task = ReadTask(env.get(), path.string(), VLR_OPTIMIZER_FREE);
+  ASSERT_NO_FATAL_FAILURE(Optimize(task.get()));
+  const Lp p = TakeLp(task.get());
+  const Sol s = TakeSol(task.get(), p, VLR_SOL_BAS);
+  ASSERT_EQ(s.solsta, VLR_SOL_STA_OPTIMAL);
+  EXPECT_EQ(s.prosta, VLR_PRO_STA_PRIM_AND_DUAL_FEAS);
+  ExpectOptimal(p, s, path.filename().string(), true);
+  ExpectBasisReproduces(p, s, path.filename().string());
+  const auto known = ReadOptima(path.parent_path() / "OPTIMA.csv");
+  const auto it = known.find(Stem(path));
+  ASSERT_TRUE(it != known.end() && it->second.hasref) << "no reference for " << Stem(path);
+  const double ref = it->second.ref, obj = Check(p, s).pobj;
+  EXPECT_LE(std::fabs(obj - ref), kObjTol * std::max(1.0, std::fabs(ref)))
+      << "objective " << obj << " reference " << ref;
+  // The interior solution stays readable beside the basic one.
+  const Sol itr = TakeSol(task.get(), p, VLR_SOL_ITR);
+  EXPECT_EQ(itr.solsta, VLR_SOL_STA_OPTIMAL);
+}
+
+class NetlibDefaultInfeasible : public ::testing::TestWithParam<Case> {};
+
+// No basis is sought for an infeasible problem: the interior point's certificate is the answer.
+TEST_P(NetlibDefaultInfeasible, EndsInTheInteriorPointsCertificate) {
+  const fs::path path(GetParam().path);
+  auto env = vlrtest::MakeEnv();
+  auto task = ReadTask(env.get(), path.string(), VLR_OPTIMIZER_FREE);
+  ASSERT_NO_FATAL_FAILURE(Optimize(task.get()));
+  const Lp p = TakeLp(task.get());
+  const Sol s = TakeSol(task.get(), p, VLR_SOL_ITR);
+  ASSERT_EQ(s.solsta, VLR_SOL_STA_PRIM_INFEAS_CER);
+  ExpectCertificate(p, s, path.filename().string());
+  double bitime = -1;
+  ASSERT_EQ(VLR_getdouinf(task.get(), VLR_DINF_BI_TIME, &bitime), VLR_RES_OK);
+  EXPECT_EQ(bitime, 0.0) << "no basis identification on a certificate";
+}
+
+INSTANTIATE_TEST_SUITE_P(Opt, NetlibDefault, ::testing::ValuesIn(DefaultCases("netlib", false)),
+                         DefaultName);
+INSTANTIATE_TEST_SUITE_P(Large, NetlibDefault, ::testing::ValuesIn(DefaultCases("netlib", true)),
+                         DefaultName);
+INSTANTIATE_TEST_SUITE_P(Large, NetlibDefaultInfeasible,
+                         ::testing::ValuesIn(DefaultCases("netlib-infeas", false)), DefaultName);
+INSTANTIATE_TEST_SUITE_P(LargeIpm, NetlibDefaultInfeasible,
+                         ::testing::ValuesIn(DefaultCases("netlib-infeas", true)), DefaultName);
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(NetlibDefault);
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(NetlibDefaultInfeasible);
 
 // Named mid-size problems of the feasible set; none without the instance run.
 std::vector<std::string> Named(std::initializer_list<const char*> names) {
