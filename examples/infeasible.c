@@ -48,8 +48,13 @@ int main(void) {
   int32_t prosta = 0, solsta = 0;
   double y[M], slc[M], suc[M], slx[N], sux[N];
   char text[VLR_MAX_STR_LEN];
-  VLR_getsolution(task, VLR_SOL_BAS, &prosta, &solsta, NULL, NULL, NULL, NULL, NULL, y, slc, suc,
-                  slx, sux, NULL);
+  /* The default optimiser leaves its certificate in the interior solution; the simplex would
+     leave it in the basic one. Read the one that is there. */
+  int32_t hasbas = 0;
+  VLR_solutiondef(task, VLR_SOL_BAS, &hasbas);
+  const int32_t whichsol = hasbas ? VLR_SOL_BAS : VLR_SOL_ITR;
+  VLR_getsolution(task, whichsol, &prosta, &solsta, NULL, NULL, NULL, NULL, NULL, y, slc, suc, slx,
+                  sux, NULL);
   VLR_prostatostr(task, prosta, text);
   printf("problem status: %s\n", text);
   VLR_solstatostr(task, solsta, text);

@@ -103,7 +103,7 @@ class TestLog:
             task.set_log(lines.append)
             task.read(example)
             assert task.optimize() == "VLR_RES_OK"
-            assert any("simplex optimizer" in s for s in lines)
+            assert any("optimizer started" in s for s in lines)
             assert all(s.endswith("\n") for s in lines)
             task.set_log(None)
             count = len(lines)
@@ -166,5 +166,5 @@ class TestProblemAndSolution:
                     back.read_solution(tmp_path / "bad.sol")
                 assert err.value.code == velor.const("VLR_RES_ERR_END_OF_FILE")
                 assert back.solution().solsta == "OPTIMAL"
-            with pytest.raises(velor.VelorError):
-                task.solution("itr")  # the simplex leaves no interior solution
+            # The default road leaves the interior solution beside the basic one.
+            assert task.solution("itr").solsta == "OPTIMAL"

@@ -96,6 +96,7 @@ def _apply_options(task, method, options):
     for key, value in (options or {}).items():
         if key == "maxiter":
             task.set_param("VLR_IPAR_SIM_MAX_ITERATIONS", int(value))
+            task.set_param("VLR_IPAR_INTPNT_MAX_ITERATIONS", int(value))
         elif key == "time_limit":
             task.set_param("VLR_DPAR_OPTIMIZER_MAX_TIME", float(value))
         elif key == "presolve":

@@ -259,13 +259,14 @@ int32_t velorint_run(Task* task) {
   const int32_t r = velorint_response(task, info.resp);
   const int32_t rr = VLR_putsimsol(task, VLR_SOL_ITR, lp, sol, info.prosta, info.solsta, tl.sense);
   if (rr != VLR_RES_OK) return rr;
-  if (wantbasis) {
-    // Without a basis (none asked for on a certificate, or identification failed) the basic
-    // solution says unknown.
-    const int32_t rb = VLR_putsimsol(task, VLR_SOL_BAS, lp, bsol,
-                                     info.biused ? info.basprosta : VLR_PRO_STA_UNKNOWN,
-                                     info.biused ? info.bassolsta : VLR_SOL_STA_UNKNOWN, tl.sense);
+  if (wantbasis && info.biused != 0) {
+    const int32_t rb =
+        VLR_putsimsol(task, VLR_SOL_BAS, lp, bsol, info.basprosta, info.bassolsta, tl.sense);
     if (rb != VLR_RES_OK) return rb;
+  } else if (wantbasis) {
+    // No basis came out (none is sought beside a certificate): no basic solution is defined,
+    // so that the interior one is the answer.
+    task->sols->sol[VLR_SOL_BAS].defined = 0;
   }
   velorint_report(task, info, tl.sense, par.loglevel, time);
   return r;

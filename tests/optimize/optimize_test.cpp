@@ -21,10 +21,13 @@ OptChoice Choice(int32_t optimizer, int32_t probtype) {
 }
 
 TEST(OptRoad, EveryChoiceGoesWhereTheTableSays) {
-  for (int32_t opt : {VLR_OPTIMIZER_PRIMAL_SIMPLEX, VLR_OPTIMIZER_DUAL_SIMPLEX,
-                      VLR_OPTIMIZER_FREE_SIMPLEX, VLR_OPTIMIZER_FREE}) {
+  for (int32_t opt :
+       {VLR_OPTIMIZER_PRIMAL_SIMPLEX, VLR_OPTIMIZER_DUAL_SIMPLEX, VLR_OPTIMIZER_FREE_SIMPLEX}) {
     EXPECT_EQ(vlr::VLR_opt_chooseroad(Choice(opt, VLR_PROBTYPE_LO)), vlr::kOptRoadSimplex) << opt;
   }
+  // The free choice of a linear problem takes the interior point, which ends in a basis.
+  EXPECT_EQ(vlr::VLR_opt_chooseroad(Choice(VLR_OPTIMIZER_FREE, VLR_PROBTYPE_LO)),
+            vlr::kOptRoadIntpnt);
   // The simplex takes linear problems only; the free choice of a conic one has no road yet.
   EXPECT_EQ(vlr::VLR_opt_chooseroad(Choice(VLR_OPTIMIZER_DUAL_SIMPLEX, VLR_PROBTYPE_QO)),
             vlr::kOptRoadInvalid);
@@ -49,7 +52,7 @@ TEST(OptRoad, EveryChoiceGoesWhereTheTableSays) {
   ints.miomode = 1;
   EXPECT_EQ(vlr::VLR_opt_chooseroad(ints), vlr::kOptRoadMixedInteger);
   ints.miomode = 0;
-  EXPECT_EQ(vlr::VLR_opt_chooseroad(ints), vlr::kOptRoadSimplex);
+  EXPECT_EQ(vlr::VLR_opt_chooseroad(ints), vlr::kOptRoadIntpnt);
   OptChoice sep = Choice(VLR_OPTIMIZER_FREE, VLR_PROBTYPE_QO);
   sep.qoseparate = 1;
   EXPECT_EQ(vlr::VLR_opt_chooseroad(sep), vlr::kOptRoadInvalid);

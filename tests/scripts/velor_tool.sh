@@ -79,7 +79,9 @@ expect 0 -q --threads 4 --time-limit 0.5 "$example"
 # The log file gets the log and the summary line, also under -q.
 rm -f "$tmp/run.log"
 expect 0 -q --log "$tmp/run.log" "$example"
-says "$tmp/run.log" '^Dual simplex optimizer started'
+says "$tmp/run.log" '^Interior-point optimizer started'
+says "$tmp/run.log" '^Basis identification started'
+says "$tmp/run.log" '^  Basis identification time'
 says "$tmp/run.log" "$optimal"
 expect 1 -q --log "$tmp/no/such/dir/run.log" "$example"
 
@@ -136,14 +138,14 @@ expect 1 -q --no-such-option "$afiro"
 expect 1 -q
 expect 1 -q -p VLR_IPAR_NO_SUCH_PARAMETER=1 "$afiro"
 expect 1 -q -p VLR_IPAR_LOG=notanumber "$afiro"
-expect 2 -q -p VLR_IPAR_SIM_MAX_ITERATIONS=1 -p VLR_IPAR_PRESOLVE_USE=VLR_PRESOLVE_MODE_OFF "$afiro"
+expect 2 -q --optimizer dual -p VLR_IPAR_SIM_MAX_ITERATIONS=1 -p VLR_IPAR_PRESOLVE_USE=VLR_PRESOLVE_MODE_OFF "$afiro"
 expect 1 -q -w "$tmp/no/such/dir/out.mps" "$afiro"
 # A time limit that every run passes stops it with status 2.
 expect 2 -q --time-limit 0 "$data/netlib/25fv47.mps.gz"
 says "$tmp/out" '^velor: status [A-Z_]+ objective [^ ]+ time [0-9.]+ response VLR_RES_TRM_MAX_TIME$'
 # Progress on a long run: with a log frequency no run reaches, the log still gets an iteration
 # line every 2 seconds of wall clock, besides the last one; the run is stopped after 5.
-expect 2 --time-limit 5 -p VLR_IPAR_LOG_SIM_FREQ=1000000000 "$data/netlib/dfl001.mps.gz"
+expect 2 --time-limit 5 --optimizer dual -p VLR_IPAR_LOG_SIM_FREQ=1000000000 "$data/netlib/dfl001.mps.gz"
 lines=$(grep -Ec '^[0-9]+ +[12] +[-+0-9.e]+ +[0-9]+ ' "$tmp/out")
 if [ "$lines" -lt 2 ]; then
   echo "velor: $lines iteration lines in a 5-second run with no lines by count"

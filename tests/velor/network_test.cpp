@@ -193,6 +193,8 @@ TEST(Network, ExtractionFindsThePartAndTheOptimiserRefusesIt) {
       EXPECT_EQ(std::fabs(scal[size_t(k)]), 1.0);
   }
   // The network start on the part: the simplex finishes from it.
+  ASSERT_EQ(VLR_putintparam(task.get(), VLR_IPAR_OPTIMIZER, VLR_OPTIMIZER_FREE_SIMPLEX),
+            VLR_RES_OK);
   ASSERT_EQ(VLR_putintparam(task.get(), VLR_IPAR_SIM_NETWORK_DETECT, 50), VLR_RES_OK);
   ASSERT_EQ(VLR_optimize(task.get()), VLR_RES_OK);
   int32_t solsta = 0;

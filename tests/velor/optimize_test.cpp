@@ -837,6 +837,7 @@ TEST_F(OptimizeTest, CallbacksCannotChangeTheTaskTheyAreCalledFrom) {
     ASSERT_EQ(VLR_getsolutionslice(t(), VLR_SOL_BAS, VLR_SOL_ITEM_XX, 0, 1, &x), VLR_RES_OK);
     EXPECT_EQ(x, 0.0);  // min x0 s.t. x0 <= 4, x0 >= 0
     ASSERT_EQ(VLR_deletesolution(t(), VLR_SOL_BAS), VLR_RES_OK);
+    ASSERT_EQ(VLR_deletesolution(t(), VLR_SOL_ITR), VLR_RES_OK);  // the default road's
     EXPECT_EQ(vlrtest::Dump(t()), before) << "how " << how;
   }
   // Once the optimiser has returned, changes go through again.
