@@ -45,7 +45,11 @@ Prf::Prf(SysEnv* s)
       w2(MemAllocator<double>(s)),
       w3(MemAllocator<double>(s)),
       list(MemAllocator<int32_t>(s)),
-      map(MemAllocator<int32_t>(s)) {}
+      map(MemAllocator<int32_t>(s)),
+      sin(MemAllocator<double>(s)),
+      sw(MemAllocator<double>(s)),
+      ipattern(MemAllocator<int32_t>(s)),
+      opattern(MemAllocator<int32_t>(s)) {}
 
 Prf::~Prf() {
   VLR_lu_delete(&lu);
@@ -165,6 +169,42 @@ void prf_ftrancol(Prf* w, int32_t k, double* out) {
   VLR_lu_ftran(w->lu, rhs, out);
 }
 
+int32_t prf_ftrancols(Prf* w, int32_t k, double* out, int32_t* pat) {
+  double* in = w->sin.data();
+  int32_t* ip = w->ipattern.data();
+  int32_t nz = 0;
+  if (k < w->m) {
+    in[k] = -1.0;
+    ip[nz++] = k;
+  } else {
+    const auto j = static_cast<size_t>(k - w->m);
+    for (int64_t q = w->cbeg[j]; q < w->cbeg[j + 1]; ++q) {
+      const int32_t i = w->cidx[static_cast<size_t>(q)];
+      in[i] = w->cval[static_cast<size_t>(q)];
+      ip[nz++] = i;
+    }
+  }
+  int32_t onz = 0;
+  VLR_lu_putsolveslot(w->lu, 0);
+  VLR_lu_ftrans(w->lu, nz, in, ip, &onz, out, pat, static_cast<int32_t>(w->iwork.size()),
+                w->iwork.data(), static_cast<int32_t>(w->marker.size()), w->marker.data(),
+                kPrfDropTol, kPrfDropTol);
+  return onz;
+}
+
+int32_t prf_btranrow(Prf* w, int32_t p, double* out, int32_t* pat) {
+  double* in = w->sin.data();
+  int32_t* ip = w->ipattern.data();
+  in[p] = 1.0;
+  ip[0] = p;
+  int32_t onz = 0;
+  VLR_lu_putsolveslot(w->lu, 1);
+  VLR_lu_btrans(w->lu, 1, in, ip, &onz, out, pat, w->marker.data(),
+                static_cast<int32_t>(w->iwork.size()), w->iwork.data(), kPrfDropTol, kPrfDropTol);
+  in[p] = 0.0;
+  return onz;
+}
+
 void prf_formxb(Prf* w) {
   const int32_t m = w->m;
   double* rhs = w->w1.data();
@@ -281,6 +321,10 @@ bool prf_setup(Prf* w, const SimLp& lp, const SimSol& itr) {
   w->rwork.assign(static_cast<size_t>(std::max({fr, sr, 2 * m + 2})), 0.0);
   w->marker.assign(sm + 1, 0);
   w->map.assign(sm + 1, 0);
+  w->sin.assign(sm + 1, 0.0);
+  w->sw.assign(sm + 1, 0.0);
+  w->ipattern.assign(sm + 1, 0);
+  w->opattern.assign(sm + 1, 0);
   w->pattern.assign(sm + 1, 0);
   w->spike.assign(sm + 1, 0.0);
   w->w1.assign(sm + 1, 0.0);

@@ -19,6 +19,8 @@ using PrfVec = std::vector<T, MemAllocator<T>>;
 constexpr double kPrfInf = std::numeric_limits<double>::infinity();
 // A ratio test takes no pivot below this part of the largest entry of its column or row.
 constexpr double kPrfRelPiv = 1e-7;
+// Values of the sparse solves at or below this are dropped.
+constexpr double kPrfDropTol = 1e-14;
 // Smallest pivot of the factors (on the scaled problem).
 constexpr double kPrfAbsPiv = 1e-7;
 
@@ -49,7 +51,9 @@ struct Prf {
   PrfVec<double> w1, w2, w3;  // dense work of m (two) and nt (w3)
   PrfVec<int32_t> list;       // work of nt
   PrfVec<int32_t> map;        // [m] the positions a repaired factor gave to slacks
-  int64_t sinceupd = 0;       // updates since the last factor
+  PrfVec<double> sin, sw;     // [m] sparse solves: their input and their result, zero between
+  PrfVec<int32_t> ipattern, opattern;
+  int64_t sinceupd = 0;  // updates since the last factor
   int64_t stuck = 0;
   int64_t wsze = 0;  // work area of the factor to ask for          // dual pushes that could
                      // neither finish nor exchange
@@ -69,6 +73,10 @@ void prf_formxb(Prf* w);
 void prf_formyb(Prf* w);
 // out (column space, positions) = B^-1 col(k).
 void prf_ftrancol(Prf* w, int32_t k, double* out);
+// The same by the sparse solve: out zero on entry, its pattern in pat; returns the count.
+int32_t prf_ftrancols(Prf* w, int32_t k, double* out, int32_t* pat);
+// out (row space) = B^-T e(p) by the sparse solve: out zero on entry; returns the count.
+int32_t prf_btranrow(Prf* w, int32_t p, double* out, int32_t* pat);
 // Adds s col(k) to the row-space vector v.
 void prf_addcol(const Prf& w, int32_t k, double s, double* v);
 // col(k)' v for a row-space v.

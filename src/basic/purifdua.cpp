@@ -44,7 +44,7 @@ bool VLR_prf_duallp(Prf* w, PrfInfo* info) {
   }
   double* alpha = w->w3.data();  // [nt], zero outside the touched list
   int32_t* touched = w->list.data();
-  double* rho = w->w2.data();
+  double* rho = w->sw.data();  // zero outside each solve's pattern
   for (int32_t p = 0; p < m; ++p) {
     const int32_t k = w->bas[static_cast<size_t>(p)];
     const auto sk = static_cast<size_t>(k);
@@ -61,12 +61,11 @@ bool VLR_prf_duallp(Prf* w, PrfInfo* info) {
       continue;
     }
     // rho = B^-T e(p); alpha(j) = col(j)' rho over the non-basic variables.
-    double* e = w->w1.data();
-    std::fill(e, e + m, 0.0);
-    e[p] = 1.0;
-    VLR_lu_btran(w->lu, e, rho);
+    int32_t* rpat = w->opattern.data();
+    const int32_t rnz = prf_btranrow(w, p, rho, rpat);
     int32_t ntch = 0;
-    for (int32_t i = 0; i < m; ++i) {
+    for (int32_t ti = 0; ti < rnz; ++ti) {
+      const int32_t i = rpat[ti];
       const double r = rho[i];
       if (r == 0.0) continue;
       if (w->pos[static_cast<size_t>(i)] < 0) {
@@ -115,8 +114,11 @@ bool VLR_prf_duallp(Prf* w, PrfInfo* info) {
       }
     }
     const double t = enter >= 0 ? step : tmax;
-    for (int32_t i = 0; i < m; ++i)
+    for (int32_t ti = 0; ti < rnz; ++ti) {
+      const int32_t i = rpat[ti];
       w->y[static_cast<size_t>(i)] += sigma * t * rho[i];
+      rho[i] = 0.0;
+    }
     for (int32_t q = 0; q < ntch; ++q) {
       const auto sj = static_cast<size_t>(touched[q]);
       w->d[sj] -= sigma * t * alpha[sj];

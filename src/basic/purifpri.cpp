@@ -17,14 +17,16 @@ namespace {
 // largest pivot. A basic variable already beyond the bound it moves to does not block: snapping
 // it would move the point off A x = xc, which the basis then spreads; the clean-up mends it.
 // Returns the blocking position or -1, and the step in *theta.
-int32_t prf_pstepsize(const Prf& w, const double* alpha, double sigma, double tmax, double* theta) {
+int32_t prf_pstepsize(const Prf& w, const double* alpha, const int32_t* pat, int32_t nz,
+                      double sigma, double tmax, double* theta) {
   // A pivot small against the column's largest entry would leave a basis near singular.
   double amax = 0.0;
-  for (int32_t p = 0; p < w.m; ++p)
-    amax = std::max(amax, std::fabs(alpha[p]));
+  for (int32_t t = 0; t < nz; ++t)
+    amax = std::max(amax, std::fabs(alpha[pat[t]]));
   const double tolx = w.par->tolx, tolpiv = std::max(w.par->tolapiv, kPrfRelPiv * amax);
   double trelax = tmax;
-  for (int32_t p = 0; p < w.m; ++p) {
+  for (int32_t t = 0; t < nz; ++t) {
+    const int32_t p = pat[t];
     const double a = alpha[p];
     if (std::fabs(a) <= tolpiv) continue;
     const auto b = static_cast<size_t>(w.bas[static_cast<size_t>(p)]);
@@ -39,7 +41,8 @@ int32_t prf_pstepsize(const Prf& w, const double* alpha, double sigma, double tm
   if (trelax >= tmax) return -1;
   int32_t best = -1;
   double bestpiv = 0.0, bestratio = 0.0;
-  for (int32_t p = 0; p < w.m; ++p) {
+  for (int32_t t = 0; t < nz; ++t) {
+    const int32_t p = pat[t];
     const double a = alpha[p];
     if (std::fabs(a) <= tolpiv) continue;
     const auto b = static_cast<size_t>(w.bas[static_cast<size_t>(p)]);
@@ -96,7 +99,7 @@ bool VLR_prf_primallp(Prf* w, PrfInfo* info) {
     return dist[static_cast<size_t>(a)] > dist[static_cast<size_t>(b)];
   });
   if (ns > 0) prf_formxb(w);
-  double* alpha = w->w2.data();
+  double* alpha = w->sw.data();  // zero outside each solve's pattern
   for (int32_t t = 0; t < ns; ++t) {
     const int32_t k = list[t];
     const auto s = static_cast<size_t>(k);
@@ -113,14 +116,18 @@ bool VLR_prf_primallp(Prf* w, PrfInfo* info) {
     const double delta = target - v;
     if (delta == 0.0) continue;
     const double sigma = delta > 0.0 ? 1.0 : -1.0;
-    prf_ftrancol(w, k, alpha);
+    int32_t* pat = w->opattern.data();
+    const int32_t nz = prf_ftrancols(w, k, alpha, pat);
     double theta = 0.0;
-    const int32_t p = prf_pstepsize(*w, alpha, sigma, std::fabs(delta), &theta);
+    const int32_t p = prf_pstepsize(*w, alpha, pat, nz, sigma, std::fabs(delta), &theta);
     ++info->priiter;
-    for (int32_t q = 0; q < w->m; ++q) {
-      if (alpha[q] != 0.0)
-        w->x[static_cast<size_t>(w->bas[static_cast<size_t>(q)])] -= sigma * theta * alpha[q];
+    for (int32_t t2 = 0; t2 < nz; ++t2) {
+      const int32_t q = pat[t2];
+      w->x[static_cast<size_t>(w->bas[static_cast<size_t>(q)])] -= sigma * theta * alpha[q];
     }
+    const double rate = p >= 0 ? -sigma * alpha[p] : 0.0;
+    for (int32_t t2 = 0; t2 < nz; ++t2)
+      alpha[pat[t2]] = 0.0;
     if (p < 0) {
       w->x[s] = target;
       continue;
@@ -128,7 +135,6 @@ bool VLR_prf_primallp(Prf* w, PrfInfo* info) {
     // The blocking variable leaves at the bound it reached; the moving one enters.
     w->x[s] = v + sigma * theta;
     const auto b = static_cast<size_t>(w->bas[static_cast<size_t>(p)]);
-    const double rate = -sigma * alpha[p];
     w->x[b] = rate < 0.0 ? w->lo[b] : w->up[b];
     ++info->primoves;
     if (!prf_exchange(w, p, k)) return false;
