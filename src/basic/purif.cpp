@@ -489,8 +489,10 @@ void VLR_prf_prista(const PrfCallbacks& cb, const PrfInfo& info) {
   if (cb.text == nullptr) return;
   prf_out(cb, "%s\n", "Basis identification terminated.");
   prf_out(cb, "%-12s\n", "Summary");
-  prf_out(cb, "  %-20s: %d\n", "Problem status", info.prosta);
-  prf_out(cb, "  %-20s: %d\n", "Solution status", info.solsta);
+  prf_out(cb, "  %-20s: %s\n", "Problem status",
+          info.prosta == VLR_PRO_STA_PRIM_AND_DUAL_FEAS ? "PRIMAL_AND_DUAL_FEASIBLE" : "UNKNOWN");
+  prf_out(cb, "  %-20s: %s\n", "Solution status",
+          info.solsta == VLR_SOL_STA_OPTIMAL ? "OPTIMAL" : "UNKNOWN");
   prf_out(cb, "  %-8s %-8s %-10s %-10s %-8s\n", "Step", "Time", "Iter.", "Moves", "Infeas.");
   prf_out(cb, "  %-8s %-8.2f %-10lld %-10lld %-8s\n", "Primal", info.pritime,
           static_cast<long long>(info.priiter), static_cast<long long>(info.primoves), "-");

@@ -63,12 +63,9 @@ int32_t prf_pstepsize(const Prf& w, const double* alpha, const int32_t* pat, int
   return best;
 }
 
-}  // namespace
-
-bool VLR_prf_primallp(Prf* w, PrfInfo* info) {
+// One pass over the superbasic variables, most interior first. False when out of space.
+bool prf_primalpass(Prf* w, PrfInfo* info, double tolx, bool first) {
   const int32_t nt = w->nt;
-  const double tolx = w->par->tolx;
-  // The superbasic variables, most interior first.
   int32_t* list = w->list.data();
   double* dist = w->w3.data();
   int32_t ns = 0;
@@ -94,7 +91,8 @@ bool VLR_prf_primallp(Prf* w, PrfInfo* info) {
     dist[s] = dk;
     list[ns++] = k;
   }
-  info->nsuper = ns;
+  if (first) info->nsuper = ns;
+  if (ns == 0) return true;
   std::stable_sort(list, list + ns, [dist](int32_t a, int32_t b) {
     return dist[static_cast<size_t>(a)] > dist[static_cast<size_t>(b)];
   });
@@ -139,6 +137,19 @@ bool VLR_prf_primallp(Prf* w, PrfInfo* info) {
     ++info->primoves;
     if (!prf_exchange(w, p, k)) return false;
     if (w->pos[s] < 0) prf_formxb(w);  // the factor replaced it by a slack
+  }
+  return true;
+}
+
+}  // namespace
+
+bool VLR_prf_primallp(Prf* w, PrfInfo* info) {
+  const int32_t nt = w->nt;
+  const double tolx = w->par->tolx;
+  // A variable that entered the basis can be put out again when a new factor finds it
+  // dependent; it is pushed in the next pass.
+  for (int32_t pass = 0; pass < 3; ++pass) {
+    if (!prf_primalpass(w, info, tolx, pass == 0)) return false;
   }
   std::fill(w->w3.begin(), w->w3.end(), 0.0);
   prf_formxb(w);

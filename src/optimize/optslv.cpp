@@ -353,7 +353,17 @@ bool opt_postsolvebasis(SysEnv* sys, const PrslvParam& pp, const SimLp& lp, cons
   if (ok) {
     SimLp r2;
     VLR_prslv_getreduced(p, &r2);
-    ok = r2.m == rl.m && r2.n == rl.n && stat.prosta == VLR_PRO_STA_UNKNOWN;
+    // The same reductions give the same reduced problem, entry for entry; anything else and
+    // the basis does not belong to it.
+    ok = r2.m == rl.m && r2.n == rl.n && stat.prosta == VLR_PRO_STA_UNKNOWN &&
+         r2.abeg[r2.n] == rl.abeg[rl.n];
+    for (int32_t j = 0; ok && j < r2.n; ++j)
+      ok = r2.c[j] == rl.c[j] && r2.abeg[j] == rl.abeg[j];
+    for (int64_t q = 0; ok && q < r2.abeg[r2.n]; ++q)
+      ok = r2.aidx[q] == rl.aidx[q] && r2.aval[q] == rl.aval[q];
+    for (int32_t k = 0; ok && k < r2.m + r2.n; ++k)
+      ok = r2.bk[k] == rl.bk[k] && VLR_opt_lower(r2, k) == VLR_opt_lower(rl, k) &&
+           VLR_opt_upper(r2, k) == VLR_opt_upper(rl, k);
   }
   ok = ok && VLR_prslv_postsolve(quiet, p, rb, bas) == kPrslvOk &&
        VLR_prslv_postsolvebasis(quiet, p, rb, bas) == kPrslvOk;
@@ -436,8 +446,14 @@ void VLR_opt_ipmslv(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIp
     if (dobi && bsk && bdb) {
       biresp = rt > 0 ? opt_basind(sys, par, cb, rl, rs, &rb, info) : 0;
     }
-    const SimLp rlcopy = rl;
+    // The basis first, while the reduced problem is still there to compare the second
+    // reduction with; then the interior solution.
     const double tpost = VLR_sysenv_getwctime(sys);
+    bool basok = false;
+    if (dobi) {
+      info->biresp = biresp;
+      basok = opt_keepbasis(par, biresp) && opt_postsolvebasis(sys, pp, lp, rl, rb, bas);
+    }
     if (!again) {
       if (VLR_prslv_postsolve(pp, p, rs, itr) != kPrslvOk) info->resp = 1;
       if (info->resp != 0) {
@@ -447,19 +463,12 @@ void VLR_opt_ipmslv(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIp
     }
     VLR_prslv_unreduce(pp, p);
     VLR_prslv_delete(&p);
-    if (dobi) {
-      info->biresp = biresp;
-      if (opt_keepbasis(par, biresp) && opt_postsolvebasis(sys, pp, lp, rlcopy, rb, bas)) {
-        info->postsolvetime = VLR_sysenv_getwctime(sys) - tpost;
-        info->biresp = opt_confirmbasis(sys, par, cb, lp, bas, info);
-        info->biused = opt_keepbasis(par, info->biresp) ? 1 : 0;
-      } else {
-        info->postsolvetime = VLR_sysenv_getwctime(sys) - tpost;
-      }
-      if (info->biused == 0) opt_clearbas(lp.m, lp.n, bas);
-    } else {
-      info->postsolvetime = VLR_sysenv_getwctime(sys) - tpost;
+    info->postsolvetime = VLR_sysenv_getwctime(sys) - tpost;
+    if (basok) {
+      info->biresp = opt_confirmbasis(sys, par, cb, lp, bas, info);
+      info->biused = opt_keepbasis(par, info->biresp) ? 1 : 0;
     }
+    if (dobi && info->biused == 0) opt_clearbas(lp.m, lp.n, bas);
     if (!again || info->resp == 1) {
       if (info->resp == 0 || info->resp == 4 || info->resp == 8) {
         double po, dobj;
