@@ -120,6 +120,7 @@ int32_t SimEngine::setup(const SimLp& lp) {
   n = lp.n;
   nt = m + n;
   abeg = lp.abeg;
+  mkeyset = false;
   aidx = lp.aidx;
   aval = lp.aval;
   const auto snt = static_cast<size_t>(nt);
@@ -355,7 +356,8 @@ void VLR_simplex_freesavedlu(SysEnv* sys, SimSavedLu** saved) {
   *saved = nullptr;
 }
 
-uint64_t SimEngine::matrixkey() const {
+uint64_t SimEngine::matrixkey() {
+  if (mkeyset) return mkey;
   uint64_t h = 0xcbf29ce484222325ULL;
   auto mix = [&h](uint64_t v) { h = (h ^ v) * 0x100000001b3ULL; };
   mix(static_cast<uint64_t>(m));
@@ -367,6 +369,8 @@ uint64_t SimEngine::matrixkey() const {
     std::memcpy(&bits, &aval[t], sizeof(bits));
     mix(bits ^ (static_cast<uint64_t>(aidx[t]) << 1));
   }
+  mkey = h;
+  mkeyset = true;
   return h;
 }
 

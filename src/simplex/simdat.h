@@ -234,7 +234,10 @@ struct SimEngine {
   // takes its order, and the weights), and left for the next run.
   bool adoptsavedlu(SimSavedLu* saved);
   void keepsavedlu(SimSavedLu** saved);
-  uint64_t matrixkey() const;
+  // A hash of the working matrix, which no iteration changes: taken once per run.
+  uint64_t matrixkey();
+  uint64_t mkey = 0;
+  bool mkeyset = false;
   // Column k (a structural one; slacks are not in the copy) moves to the basic part of its
   // rows (entering) or to the non-basic part (leaving).
   void rowcopymove(int32_t k, bool entering);
