@@ -197,10 +197,16 @@ Outcome Compare(vlr::SysEnv* sys, Lp* prob, const std::string& what, double rel 
   EXPECT_EQ(out.reduced.solsta == VLR_SOL_STA_OPTIMAL, out.plain.solsta == VLR_SOL_STA_OPTIMAL)
       << what;
   if (out.plain.solsta == VLR_SOL_STA_OPTIMAL && out.reduced.solsta == VLR_SOL_STA_OPTIMAL) {
+    // Kept for a second walk, which must give exactly what the first gave.
+    EXPECT_EQ(vlr::VLR_prslv_keepreduced(p), vlr::kPrslvOk);
+    Sol first(lp.m, lp.n);
+    vlr::SimSol fs1 = first.View();
+    EXPECT_EQ(vlr::VLR_prslv_postsolve(param, p, rsol.View(), &fs1), vlr::kPrslvOk);
     Sol full(lp.m, lp.n);
     vlr::SimSol fs = full.View();
     EXPECT_EQ(vlr::VLR_prslv_postsolve(param, p, rsol.View(), &fs), vlr::kPrslvOk);
     EXPECT_EQ(vlr::VLR_prslv_postsolvebasis(param, p, rsol.View(), &fs), vlr::kPrslvOk);
+    EXPECT_TRUE(first.sk == full.sk && first.x == full.x && first.y == full.y) << what;
     CheckOptimal(lp, full, out.plain.pobj, what, rel);
     const vlr::SimInfo again = Solve(sys, lp, &full, 1);
     EXPECT_EQ(again.solsta, VLR_SOL_STA_OPTIMAL) << what << " response " << again.response;
@@ -586,7 +592,8 @@ TEST(PrslvMemfail, EveryFailureIsCleanAndChangesNothing) {
         vlr::VLR_prslv_getreduced(p, &red);
         Sol rsol(red.m, red.n), full(lp.m, lp.n);
         vlr::SimSol fs = full.View();
-        r = vlr::VLR_prslv_postsolve(param, p, rsol.View(), &fs);
+        r = vlr::VLR_prslv_keepreduced(p);
+        if (r == vlr::kPrslvOk) r = vlr::VLR_prslv_postsolve(param, p, rsol.View(), &fs);
       }
       fa.failat = -1;
       if (r != vlr::kPrslvOk) {
