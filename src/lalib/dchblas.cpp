@@ -5,6 +5,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cstring>
 
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
+
 #include "lalib/lalib.h"
 
 namespace vlr {
@@ -27,9 +31,11 @@ constexpr int32_t kNr = 4;
 #define VLR_LALIB_DISPATCH 1
 namespace avx2 {
 #define VLR_KERN_ATTR __attribute__((target("avx2,fma")))
+#define VLR_KERN_BROADCAST(p) reinterpret_cast<vreg>(_mm256_broadcast_sd(p))
 constexpr int32_t kLanes = 4;
 constexpr int32_t kNr = 6;
 #include "lalib/dchblaskern.h"
+#undef VLR_KERN_BROADCAST
 #undef VLR_KERN_ATTR
 }  // namespace avx2
 

@@ -35,6 +35,19 @@ VLR_KERN_ATTR inline vreg loadv(const double* p) {
 VLR_KERN_ATTR inline void storev(double* p, vreg v) {
   std::memcpy(p, &v, sizeof v);
 }
+// *p in every lane. The instruction set may give a load that broadcasts (VLR_KERN_BROADCAST):
+// left to itself the compiler loads neighbouring values as one vector and shuffles them apart,
+// which keeps the shuffle unit busier than the multiply-adds.
+VLR_KERN_ATTR inline vreg broadcastv(const double* p) {
+#ifdef VLR_KERN_BROADCAST
+  return VLR_KERN_BROADCAST(p);
+#else
+  vreg v;
+  for (int32_t l = 0; l < kLanes; ++l)
+    v[l] = *p;
+  return v;
+#endif
+}
 
 // C(0:mr, 0:nr) -= Ap Bp' over kc, with Ap kMr-strided and Bp kNr-strided packed panels;
 // only the entries with i - j >= lo are written (lo of a tile off the diagonal: -kNr).
@@ -46,10 +59,7 @@ VLR_KERN_ATTR void dchblas_core(int32_t kc, const double* ap, const double* bp, 
     for (int32_t r = 0; r < kVr; ++r)
       a[r] = loadv(ap + p * kMr + kLanes * r);
     for (int32_t j = 0; j < kNr; ++j) {
-      const double bj = bp[p * kNr + j];
-      vreg b;
-      for (int32_t l = 0; l < kLanes; ++l)
-        b[l] = bj;
+      const vreg b = broadcastv(bp + p * kNr + j);
       for (int32_t r = 0; r < kVr; ++r)
         acc[r][j] += a[r] * b;
     }
