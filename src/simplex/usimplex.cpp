@@ -118,16 +118,18 @@ int32_t VLR_simplex_crash(SimEngine& e, int32_t percent, bool widen) {
   const int32_t m = e.m;
   int32_t placed = VLR_simplex_triangulize(e, percent);
   if (widen && m > 0) {
-    // The free columns the triangular pass left out join the structurals of the basis when a
-    // maximum transversal of the two together matches them to rows; each row left unmatched
-    // keeps its slack. The factor that follows repairs a numerically short rank.
+    // Up to the same share of the rows, the free columns the triangular pass left out join the
+    // structurals of the basis when a maximum transversal of the two together matches them to
+    // rows; each row left unmatched keeps its slack. The factor that follows repairs a
+    // numerically short rank.
     SimVec<int32_t> cols{MemAllocator<int32_t>(e.sys)};
     for (int32_t p = 0; p < m; ++p) {
       const int32_t k = e.head[static_cast<size_t>(p)];
       if (k >= m) cols.push_back(k - m);
     }
     const auto basic = static_cast<int32_t>(cols.size());
-    for (int32_t j = 0; j < e.n && static_cast<int32_t>(cols.size()) < m; ++j) {
+    const int64_t limit = static_cast<int64_t>(m) * std::min(percent, 100) / 100;
+    for (int32_t j = 0; j < e.n && static_cast<int64_t>(cols.size()) < limit; ++j) {
       const auto sk = static_cast<size_t>(m + j);
       if (e.pos[sk] < 0 && e.lb[sk] == -kInf && e.ub[sk] == kInf) cols.push_back(j);
     }
