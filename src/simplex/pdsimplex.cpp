@@ -156,7 +156,9 @@ int32_t VLR_simplex_primaldualoptimizer(SimEngine& e, bool perturb) {
   pdsimplex_subproblemsize(e.m, e.n, &count, &minshare);
   e.log("Primal-dual subproblem: %d of %d columns, at least %d released a round.\n", count, e.n,
         minshare);
-  // The start: the dual on the columns whose costs are the most attractive.
+  // The start: the dual on the columns whose costs are the most attractive. A subproblem found
+  // dual infeasible loses its costs in the dual road's test for a ray; they come back from here.
+  const SimVec<double> costs(e.costorg);
   e.computedual();
   pdsimplex_choosesubproblem(&st, count, e.tols);
   int32_t end = VLR_simplex_dualroad(e, true);
@@ -183,6 +185,10 @@ int32_t VLR_simplex_primaldualoptimizer(SimEngine& e, bool perturb) {
     end = e.primalloop();
   }
   pdsimplex_releaseall(&st);
+  if (end == kLoopInfeasible) {
+    e.cost = costs;
+    e.costorg = costs;
+  }
   if (end == kLoopInfeasible || end == kLoopOptimal) {
     // The whole problem from the subproblem's basis: its values are primal feasible after an
     // optimum; after an infeasible subproblem the dual road takes over.
