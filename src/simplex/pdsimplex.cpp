@@ -44,8 +44,7 @@ struct PdState {
   SimVec<int8_t> home;   // the status a held column returns to
   SimVec<double> lsave;  // the problem's bounds of a held column
   SimVec<double> usave;
-  SimVec<int32_t> rank;  // work of the ranking
-  SimVec<double> key;
+  SimVec<int32_t> rank;  // the rank of each column in the last choice
   int32_t numheld = 0;
   explicit PdState(SimEngine* eng)
       : e(eng),
@@ -53,8 +52,7 @@ struct PdState {
         home(MemAllocator<int8_t>(eng->sys)),
         lsave(MemAllocator<double>(eng->sys)),
         usave(MemAllocator<double>(eng->sys)),
-        rank(MemAllocator<int32_t>(eng->sys)),
-        key(MemAllocator<double>(eng->sys)) {}
+        rank(MemAllocator<int32_t>(eng->sys)) {}
 };
 
 // How far the reduced cost of structural k lies on the wrong side for the status it has (or,
@@ -99,29 +97,61 @@ void pdsimplex_release(PdState* st, int32_t k) {
 }
 
 // The subproblem: the basic columns, and of the others the count that rank first by the
-// violation of their reduced costs (the most attractive first); the rest is held. Returns the
-// number of held columns released that price out by more than the tolerance.
-int32_t pdsimplex_choosesubproblem(PdState* st, int32_t count, double tol) {
+// violation of their reduced costs (the most attractive first); the rest is held. With cover
+// set, each row that is not free also keeps at least two of its columns, its best ranked ones,
+// so that the first subproblem is seldom infeasible for want of columns. Returns the number of
+// held columns released that price out by more than the tolerance.
+int32_t pdsimplex_choosesubproblem(PdState* st, int32_t count, double tol, bool cover) {
   SimEngine& e = *st->e;
+  const int32_t m = e.m;
   int32_t nr = 0;
-  for (int32_t k = e.m; k < e.nt; ++k) {
+  SimVec<std::pair<double, int32_t>> order(MemAllocator<std::pair<double, int32_t>>(e.sys));
+  order.reserve(static_cast<size_t>(e.n));
+  for (int32_t k = m; k < e.nt; ++k) {
     const auto s = static_cast<size_t>(k);
     if (e.pos[s] >= 0) continue;
     const bool fixed = st->held[s] != 0 ? st->lsave[s] == st->usave[s] : e.nstat[s] == kNbFixed;
     if (fixed) continue;
-    st->rank[static_cast<size_t>(nr)] = k;
-    st->key[static_cast<size_t>(nr++)] = -pdsimplex_violation(*st, k);
+    order.emplace_back(-pdsimplex_violation(*st, k), k);
+    ++nr;
   }
-  SimVec<std::pair<double, int32_t>> order(MemAllocator<std::pair<double, int32_t>>(e.sys));
-  order.reserve(static_cast<size_t>(nr));
-  for (int32_t t = 0; t < nr; ++t)
-    order.emplace_back(st->key[static_cast<size_t>(t)], st->rank[static_cast<size_t>(t)]);
   std::sort(order.begin(), order.end());
+  // want[k]: 1 for a column the subproblem takes; key[j] the rank of column j (-1: basic or
+  // fixed, never held).
+  SimVec<int8_t> want(static_cast<size_t>(e.nt), 0, MemAllocator<int8_t>(e.sys));
+  SimVec<int32_t>& rankof = st->rank;
+  std::fill(rankof.begin(), rankof.end(), -1);
+  for (int32_t t = 0; t < nr; ++t) {
+    const int32_t k = order[static_cast<size_t>(t)].second;
+    rankof[static_cast<size_t>(k - m)] = t;
+    if (t < count) want[static_cast<size_t>(k)] = 1;
+  }
+  if (cover) {
+    for (int32_t i = 0; i < m; ++i) {
+      const auto si = static_cast<size_t>(i);
+      if (e.lborg[si] == -kInf && e.uborg[si] == kInf) continue;
+      const int64_t beg = e.arbeg[si], end = e.arbeg[si + 1];
+      for (int32_t need = 2; need > 0;) {
+        int32_t have = 0, best = -1;
+        for (int64_t t = beg; t < end; ++t) {
+          const int32_t j = e.aridx[static_cast<size_t>(t)];
+          const int32_t r = rankof[static_cast<size_t>(j)];
+          if (r < 0 || want[static_cast<size_t>(m + j)] != 0) {
+            ++have;  // basic, fixed or already taken
+          } else if (best < 0 || r < rankof[static_cast<size_t>(best)]) {
+            best = j;
+          }
+        }
+        if (have >= need || best < 0) break;
+        want[static_cast<size_t>(m + best)] = 1;
+      }
+    }
+  }
   int32_t released = 0;
   for (int32_t t = 0; t < nr; ++t) {
     const int32_t k = order[static_cast<size_t>(t)].second;
     const auto s = static_cast<size_t>(k);
-    if (t < count) {
+    if (want[s] != 0) {
       if (st->held[s] != 0) {
         if (-order[static_cast<size_t>(t)].first > tol) ++released;
         pdsimplex_release(st, k);
@@ -151,7 +181,6 @@ int32_t VLR_simplex_primaldualoptimizer(SimEngine& e, bool perturb) {
   st.lsave.assign(snt, 0.0);
   st.usave.assign(snt, 0.0);
   st.rank.assign(static_cast<size_t>(e.n), 0);
-  st.key.assign(static_cast<size_t>(e.n), 0.0);
   int32_t count = 0, minshare = 0;
   pdsimplex_subproblemsize(e.m, e.n, &count, &minshare);
   e.log("Primal-dual subproblem: %d of %d columns, at least %d released a round.\n", count, e.n,
@@ -160,8 +189,9 @@ int32_t VLR_simplex_primaldualoptimizer(SimEngine& e, bool perturb) {
   // dual infeasible loses its costs in the dual road's test for a ray; they come back from here.
   const SimVec<double> costs(e.costorg);
   e.computedual();
-  pdsimplex_choosesubproblem(&st, count, e.tols);
+  pdsimplex_choosesubproblem(&st, count, e.tols, true);
   int32_t end = VLR_simplex_dualroad(e, true);
+  if (end == kLoopInfeasible) e.log("Primal-dual start: the first subproblem is infeasible.\n");
   e.primalchoosepricing(true);
   // A subproblem that is infeasible says nothing of the whole; one that is unbounded is so with
   // the held columns at their values too.
@@ -178,7 +208,7 @@ int32_t VLR_simplex_primaldualoptimizer(SimEngine& e, bool perturb) {
       if (e.pos[s] < 0 && st.held[s] == 0) ++nonbasicin;
     }
     const int32_t size = std::max(count, nonbasicin + std::max(minshare, violated));
-    const int32_t released = pdsimplex_choosesubproblem(&st, std::min(size, e.n), e.tols);
+    const int32_t released = pdsimplex_choosesubproblem(&st, std::min(size, e.n), e.tols, false);
     e.log("Primal-dual round %d: %d columns price out, %d released, %d held.\n", round + 1,
           violated, released, st.numheld);
     e.computexb();
