@@ -124,6 +124,15 @@ std::vector<Case> Cases(const char* sub, bool slow) {
   return out;
 }
 
+// The primal-dual simplex and the concurrent optimiser on a set.
+std::vector<Case> MoreCases(const char* sub, bool slow) {
+  std::vector<Case> out;
+  for (const std::string& f : SetFiles(sub, slow))
+    for (int32_t opt : {VLR_OPTIMIZER_PRIMAL_DUAL_SIMPLEX, VLR_OPTIMIZER_CONCURRENT})
+      out.push_back({f, opt});
+  return out;
+}
+
 // The interior-point optimiser on the whole of a set. Its certificates of infeasibility are
 // held to the same checks as the simplex's; they run with the slow set until all pass.
 std::vector<Case> InteriorCases(const char* sub) {
@@ -136,10 +145,12 @@ std::vector<Case> InteriorCases(const char* sub) {
 
 std::string CaseName(const ::testing::TestParamInfo<Case>& info) {
   const int32_t opt = info.param.optimizer;
-  std::string s = Stem(info.param.path) + (opt == VLR_OPTIMIZER_DUAL_SIMPLEX     ? "_dual"
-                                           : opt == VLR_OPTIMIZER_PRIMAL_SIMPLEX ? "_primal"
-                                           : opt == VLR_OPTIMIZER_INTPNT         ? "_intpnt"
-                                                                                 : "_free");
+  std::string s = Stem(info.param.path) + (opt == VLR_OPTIMIZER_DUAL_SIMPLEX          ? "_dual"
+                                           : opt == VLR_OPTIMIZER_PRIMAL_SIMPLEX      ? "_primal"
+                                           : opt == VLR_OPTIMIZER_INTPNT              ? "_intpnt"
+                                           : opt == VLR_OPTIMIZER_PRIMAL_DUAL_SIMPLEX ? "_pd"
+                                           : opt == VLR_OPTIMIZER_CONCURRENT          ? "_conc"
+                                                                                      : "_free");
   for (char& ch : s) {
     if (!std::isalnum(static_cast<unsigned char>(ch))) ch = '_';
   }
@@ -205,7 +216,11 @@ struct Sol {
 };
 
 // The solution a road writes: the interior one for the interior-point optimiser, else the basic.
-int32_t WhichSol(int32_t optimizer) {
+// The concurrent optimiser's is that of its winner.
+int32_t WhichSol(int32_t optimizer, VLRtask_t task = nullptr) {
+  if (optimizer == VLR_OPTIMIZER_CONCURRENT && task != nullptr) {
+    EXPECT_EQ(VLR_getintinf(task, VLR_IINF_CONCURRENT_FASTEST_OPTIMIZER, &optimizer), VLR_RES_OK);
+  }
   return optimizer == VLR_OPTIMIZER_INTPNT ? VLR_SOL_ITR : VLR_SOL_BAS;
 }
 
@@ -456,7 +471,7 @@ TEST_P(NetlibOptimize, OptimalAtTheReferenceWithAFeasibleBasicSolution) {
   auto task = ReadTask(env.get(), path.string(), GetParam().optimizer);
   ASSERT_NO_FATAL_FAILURE(Optimize(task.get()));
   const Lp p = TakeLp(task.get());
-  const int32_t whichsol = WhichSol(GetParam().optimizer);
+  const int32_t whichsol = WhichSol(GetParam().optimizer, task.get());
   const Sol s = TakeSol(task.get(), p, whichsol);
   ASSERT_EQ(s.solsta, VLR_SOL_STA_OPTIMAL);
   EXPECT_EQ(s.prosta, VLR_PRO_STA_PRIM_AND_DUAL_FEAS);
@@ -479,7 +494,7 @@ TEST_P(NetlibInfeasible, EndsInACertificateThatProvesIt) {
   auto task = ReadTask(env.get(), path.string(), GetParam().optimizer);
   ASSERT_NO_FATAL_FAILURE(Optimize(task.get()));
   const Lp p = TakeLp(task.get());
-  const Sol s = TakeSol(task.get(), p, WhichSol(GetParam().optimizer));
+  const Sol s = TakeSol(task.get(), p, WhichSol(GetParam().optimizer, task.get()));
   ASSERT_EQ(s.solsta, VLR_SOL_STA_PRIM_INFEAS_CER);
   EXPECT_EQ(s.prosta, VLR_PRO_STA_PRIM_INFEAS);
   ExpectCertificate(p, s, path.filename().string());
@@ -495,6 +510,14 @@ INSTANTIATE_TEST_SUITE_P(Large, NetlibInfeasible, ::testing::ValuesIn(Cases("net
                          CaseName);
 INSTANTIATE_TEST_SUITE_P(LargeIpm, NetlibInfeasible,
                          ::testing::ValuesIn(InteriorCases("netlib-infeas")), CaseName);
+INSTANTIATE_TEST_SUITE_P(More, NetlibOptimize, ::testing::ValuesIn(MoreCases("netlib", false)),
+                         CaseName);
+INSTANTIATE_TEST_SUITE_P(More, NetlibInfeasible,
+                         ::testing::ValuesIn(MoreCases("netlib-infeas", false)), CaseName);
+INSTANTIATE_TEST_SUITE_P(LargeMore, NetlibOptimize, ::testing::ValuesIn(MoreCases("netlib", true)),
+                         CaseName);
+INSTANTIATE_TEST_SUITE_P(LargeMore, NetlibInfeasible,
+                         ::testing::ValuesIn(MoreCases("netlib-infeas", true)), CaseName);
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(NetlibOptimize);
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(NetlibInfeasible);
 
