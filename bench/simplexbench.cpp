@@ -48,7 +48,9 @@ constexpr Road kRoads[] = {{"dual", VLR_OPTIMIZER_DUAL_SIMPLEX, VLR_PRESOLVE_MOD
                            {"primal", VLR_OPTIMIZER_PRIMAL_SIMPLEX, VLR_PRESOLVE_MODE_FREE},
                            {"dual-np", VLR_OPTIMIZER_DUAL_SIMPLEX, VLR_PRESOLVE_MODE_OFF},
                            {"primal-np", VLR_OPTIMIZER_PRIMAL_SIMPLEX, VLR_PRESOLVE_MODE_OFF},
-                           {"intpnt", VLR_OPTIMIZER_INTPNT, VLR_PRESOLVE_MODE_FREE}};
+                           {"intpnt", VLR_OPTIMIZER_INTPNT, VLR_PRESOLVE_MODE_FREE},
+                           {"pd", VLR_OPTIMIZER_PRIMAL_DUAL_SIMPLEX, VLR_PRESOLVE_MODE_FREE},
+                           {"concurrent", VLR_OPTIMIZER_CONCURRENT, VLR_PRESOLVE_MODE_FREE}};
 
 struct Options {
   std::vector<Road> roads;
@@ -68,6 +70,7 @@ struct Run {
   double objerr = -1.0;  // relative; -1 when not comparable
   int64_t iters = 0;
   double seconds = 0;
+  double wall = 0;  // wall seconds: the concurrent road's CPU time counts every racer
   bool done = false;
   int32_t prows = -1, pcols = -1;  // size of the problem the simplex solved, after presolve
   double ptime = 0.0;              // presolve's share of the time
@@ -235,6 +238,12 @@ double CpuSeconds() {
   return static_cast<double>(ts.tv_sec) + 1e-9 * static_cast<double>(ts.tv_nsec);
 }
 
+double WallSeconds() {
+  timespec ts{};
+  clock_gettime(CLOCK_MONOTONIC, &ts);
+  return static_cast<double>(ts.tv_sec) + 1e-9 * static_cast<double>(ts.tv_nsec);
+}
+
 // Solves a fresh copy of the read problem, timing VLR_optimize alone.
 Run Solve(VLRtask_t base, const Road& road, const Options& opt, bool hasref, double ref) {
   Run out;
@@ -249,11 +258,16 @@ Run Solve(VLRtask_t base, const Road& road, const Options& opt, bool hasref, dou
   VLR_putintparam(task, VLR_IPAR_PRESOLVE_USE, road.presolve);
   if (opt.timeout > 0) VLR_putdouparam(task, VLR_DPAR_OPTIMIZER_MAX_TIME, opt.timeout);
   int32_t trm = 0;
-  const double t0 = CpuSeconds();
+  const double t0 = CpuSeconds(), w0 = WallSeconds();
   const int32_t r = VLR_optimizetrm(task, &trm);
   out.seconds = CpuSeconds() - t0;
+  out.wall = WallSeconds() - w0;
   int32_t prosta = 0, solsta = VLR_SOL_STA_UNKNOWN, def = 0;
-  const int32_t whichsol = road.optimizer == VLR_OPTIMIZER_INTPNT ? VLR_SOL_ITR : VLR_SOL_BAS;
+  int32_t winner = road.optimizer;  // the concurrent road's solution is its winner's
+  if (road.optimizer == VLR_OPTIMIZER_CONCURRENT) {
+    VLR_getintinf(task, VLR_IINF_CONCURRENT_FASTEST_OPTIMIZER, &winner);
+  }
+  const int32_t whichsol = winner == VLR_OPTIMIZER_INTPNT ? VLR_SOL_ITR : VLR_SOL_BAS;
   VLR_solutiondef(task, whichsol, &def);
   if (def != 0) VLR_getsolutionstatus(task, whichsol, &prosta, &solsta);
   out.status = ShortStatus(r, trm, solsta);
@@ -429,7 +443,7 @@ struct CsvOut {
 
 struct Summary {
   int optimal = 0, total = 0, wrong = 0;
-  double logsum = 0, sum = 0;
+  double logsum = 0, sum = 0, logwall = 0, sumwall = 0;
   int timed = 0;
   void Add(const Run& r) {
     ++total;
@@ -438,9 +452,12 @@ struct Summary {
     if (r.objerr > kObjTol) ++wrong;
     logsum += std::log(r.seconds + kShift);
     sum += r.seconds;
+    logwall += std::log(r.wall + kShift);
+    sumwall += r.wall;
     ++timed;
   }
   double Geo() const { return timed > 0 ? std::exp(logsum / timed) - kShift : 0.0; }
+  double GeoWall() const { return timed > 0 ? std::exp(logwall / timed) - kShift : 0.0; }
 };
 
 int ParseArgs(int argc, char** argv, Options* opt) {
@@ -489,7 +506,8 @@ int main(int argc, char** argv) {
   if (ParseArgs(argc, argv, &opt) != 0) {
     std::fprintf(
         stderr,
-        "usage: vlr_bench_simplex [--optimizer dual|free|primal|intpnt|all] [--clp|--no-clp]\n"
+        "usage: vlr_bench_simplex [--optimizer dual|free|primal|intpnt|pd|concurrent|all] "
+        "[--clp|--no-clp]\n"
         "                         [--timeout SEC] [--log] [--csv FILE] [--mcf LEVELS]\n"
         "                         [--mcf-dir DIR] [--mcf-keep] [NAME|FILE|DIR ...]\n"
         "Without names (and without --mcf): every problem of %s/netlib.\n"
@@ -665,10 +683,12 @@ int main(int argc, char** argv) {
     if (!opt.mcfkeep) std::remove(f.c_str());
   }
 
-  std::printf("\n%-8s %9s %6s %12s %10s\n", "solver", "optimal", "wrong", "geomean s", "sum s");
+  std::printf("\n%-8s %9s %6s %12s %10s %12s %10s\n", "solver", "optimal", "wrong", "geomean s",
+              "sum s", "geomean wall", "sum wall");
   for (size_t k = 0; k < sums.size(); ++k) {
-    std::printf("%-8s %4d/%-4d %6d %12.4f %10.3f\n", opt.roads[k].label, sums[k].optimal,
-                sums[k].total, sums[k].wrong, sums[k].Geo(), sums[k].sum);
+    std::printf("%-8s %4d/%-4d %6d %12.4f %10.3f %12.4f %10.3f\n", opt.roads[k].label,
+                sums[k].optimal, sums[k].total, sums[k].wrong, sums[k].Geo(), sums[k].sum,
+                sums[k].GeoWall(), sums[k].sumwall);
   }
   for (int p = 0; p < kPeers; ++p) {
     if (!peer[p]) continue;

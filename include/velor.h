@@ -2167,6 +2167,16 @@ VLR_API int32_t VLR_optimize(VLRtask_t task);
 /// VLR_optimize that returns 0 for a termination and gives its code in trmcode.
 /// @param task the task. @param trmcode out: the termination code, or 0 (may be null).
 VLR_API int32_t VLR_optimizetrm(VLRtask_t task, int32_t* trmcode);
+/// Races optimisers on the task's problem, each on a thread with a copy of it: the task with its
+/// own VLR_IPAR_OPTIMIZER, and one racer per task of taskarray with that task's parameters. The
+/// first racer (in that order) that ends optimal or with a certificate stops the others; all are
+/// joined before the return, and its solutions and information items go to the task, with
+/// VLR_IINF_CONCURRENT_FASTEST_OPTIMIZER. The tasks of taskarray lend their parameters only and
+/// are left as they were. Optimisers of linear problems only: any other, or integer variables,
+/// gives VLR_RES_ERR_CONCURRENT_OPTIMIZER.
+/// @param task the task. @param taskarray num tasks (borrows); may be null when num is 0.
+/// @param num the number of tasks in taskarray, at most 4.
+VLR_API int32_t VLR_optimizeconcurrent(VLRtask_t task, VLRtask_t* taskarray, int32_t num);
 /// Optimises the task's linear problem with the network simplex alone. The problem must be a pure
 /// network: every column that is not fixed has, in the rows that are not free, one entry of +1 or
 /// -1, or two that differ in sign once some rows are multiplied by -1; otherwise the call ends in

@@ -72,7 +72,7 @@ class TestErrors:
                 task.optimize()
             assert e.value.name == "VLR_RES_ERR_INV_OPTIMIZER"
         with pytest.raises(velor.VelorError) as e:
-            velor.linprog([1, 1], A_ub=[[-1, -1]], b_ub=[-1], method="primal-dual")
+            velor.linprog([1, 1], A_ub=[[-1, -1]], b_ub=[-1], method="conic")
         assert e.value.name == "VLR_RES_ERR_INV_OPTIMIZER"
 
 

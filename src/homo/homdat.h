@@ -49,6 +49,7 @@ struct hom {
   double regu;
   // Measures of the iterate.
   double pfeasf, dfeasf, gfeasf, meritfeas, cgapf, mu, pobj, dobj, relgap;
+  double objerr;  // the residuals' weight in the objectives, relative as relgap
   double pfeasinff, dfeasinff, cx, by;
   double xnrm, ynrm;  // sizes of the primal (x, xu) and dual (y, s, su) parts
   double nrma, nrmb, nrmc, anorm;

@@ -40,7 +40,7 @@ struct HomParam {
   double scalefix = 0.1;
   int32_t diffstep = 1;
   int32_t regularize = 1;
-  int32_t startpoint = 0;  // 0 free, 1 guess, 2 constant, 3 satisfy bounds
+  int32_t startpoint = 0;  // 1 guess: computed from the data; others the constant start
   int32_t wantbasis = 0;
   int32_t ordermethod = 0;  // VLR_ORDER_METHOD_ value of the factor's ordering
   int32_t offcoltrh = 40;   // dense column threshold; 0 none

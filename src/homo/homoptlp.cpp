@@ -18,6 +18,16 @@ namespace {
 constexpr double GLOBAL_CUTBACKS[12] = {1.0, 0.9999, 0.999, 0.99, 0.9, 0.8,
                                         0.7, 0.5,    0.4,   0.3,  0.2, 0.1};
 
+// xn := A' ym, by columns.
+void hom_atxcol(const HomLp& lp, const double* ym, double* xn) {
+  for (int32_t j = 0; j < lp.ncol; ++j) {
+    double t = 0.0;
+    for (int64_t p = lp.abeg[j]; p < lp.abeg[j + 1]; ++p)
+      t += lp.aval[p] * ym[lp.asub[p]];
+    xn[j] = t;
+  }
+}
+
 double hom_infnorm(const double* v, int32_t n) {
   double r = 0.0;
   for (int32_t i = 0; i < n; ++i)
@@ -39,6 +49,86 @@ void hom_copy(const hom* h, const HomVec& from, HomVec* to) {
   std::copy(from.y, from.y + h->m, to->y);
   to->tau = from.tau;
   to->kappa = from.kappa;
+}
+
+// A start from the data: x the shortest solution of A x = b, y and s the least-squares duals of
+// c, each part then pushed inside its cone by what its most negative entry lacks and centred by
+// half the mean product. One factor of A A'. False (the iterate untouched) when the factor fails
+// or the point is not finite. It is the start of VLR_STARTING_POINT_GUESS: measured on Netlib it
+// takes 4 % fewer iterations in geometric mean than the constant start, but up to twice as many on
+// some problems (bnl1, pilot, stair), so the free choice keeps the constant one.
+constexpr double kStartFloor = 0.1;  // no entry below this share of its part's mean
+
+bool hom_computedstart(hom* h) {
+  const HomLp& lp = *h->lp;
+  const int32_t n = h->n, m = h->m, nlo = h->nlo, nup = h->nup;
+  if (m == 0 || n == 0) return false;
+  std::fill(h->theta, h->theta + n, 1.0);
+  if (VLR_kktfac_numfac(h->kkt, h->theta, 0.0) != kKktOk) return false;
+  HomVec& w = h->dd;  // the trial point
+  // x = A' (A A')^-1 b; an upper-bounded column's slack is what its bound leaves.
+  std::copy(lp.b, lp.b + m, h->tm);
+  VLR_kktfac_solve(h->kkt, h->tm);
+  hom_atxcol(lp, h->tm, w.x);
+  for (int32_t u = 0; u < nup; ++u)
+    w.xu[u] = lp.ub[u] - w.x[nlo + u];
+  // y = (A A')^-1 A c, s = c - A'y; on an upper-bounded column a negative s goes to su.
+  std::fill(h->tm, h->tm + m, 0.0);
+  for (int32_t j = 0; j < n; ++j)
+    for (int64_t p = lp.abeg[j]; p < lp.abeg[j + 1]; ++p)
+      h->tm[lp.asub[p]] += lp.aval[p] * lp.c[j];
+  VLR_kktfac_solve(h->kkt, h->tm);
+  std::copy(h->tm, h->tm + m, w.y);
+  hom_atxcol(lp, w.y, w.s);
+  for (int32_t j = 0; j < n; ++j)
+    w.s[j] = lp.c[j] - w.s[j];
+  for (int32_t u = 0; u < nup; ++u) {
+    const int32_t j = nlo + u;
+    w.su[u] = std::max(-w.s[j], 0.0);
+    w.s[j] = std::max(w.s[j], 0.0);
+  }
+  double xmin = 0.0, smin = 0.0;
+  for (int32_t j = 0; j < n; ++j) {
+    xmin = std::min(xmin, w.x[j]);
+    smin = std::min(smin, w.s[j]);
+  }
+  for (int32_t u = 0; u < nup; ++u) {
+    xmin = std::min(xmin, w.xu[u]);
+    smin = std::min(smin, w.su[u]);
+  }
+  // Never closer to the boundary than a tenth of the constant start's values.
+  const double dx = std::max(-1.5 * xmin, 0.1 * h->par.psafe);
+  const double ds = std::max(-1.5 * smin, 0.1 * h->par.dsafe);
+  double xs = 0.0, xsum = 0.0, ssum = 0.0;
+  for (int32_t j = 0; j < n; ++j) {
+    xs += (w.x[j] + dx) * (w.s[j] + ds);
+    xsum += w.x[j] + dx;
+    ssum += w.s[j] + ds;
+  }
+  for (int32_t u = 0; u < nup; ++u) {
+    xs += (w.xu[u] + dx) * (w.su[u] + ds);
+    xsum += w.xu[u] + dx;
+    ssum += w.su[u] + ds;
+  }
+  const double px = dx + 0.5 * xs / ssum, ps = ds + 0.5 * xs / xsum;
+  if (!std::isfinite(px) || !std::isfinite(ps) || !std::isfinite(xs)) return false;
+  // No entry far below the mean of its part: a pair near the boundary shortens every early step.
+  const double k = n + nup;
+  const double xfloor = kStartFloor * (xsum / k + px - dx),
+               sfloor = kStartFloor * (ssum / k + ps - ds);
+  HomVec& v = h->v;
+  for (int32_t j = 0; j < n; ++j) {
+    v.x[j] = std::max(w.x[j] + px, xfloor);
+    v.s[j] = std::max(w.s[j] + ps, sfloor);
+  }
+  for (int32_t u = 0; u < nup; ++u) {
+    v.xu[u] = std::max(w.xu[u] + px, xfloor);
+    v.su[u] = std::max(w.su[u] + ps, sfloor);
+  }
+  std::copy(w.y, w.y + m, v.y);
+  v.tau = 1.0;
+  v.kappa = xs / h->k;
+  return true;
 }
 
 // Norms of the data, the starting point and the correctors' count.
@@ -87,7 +177,8 @@ void hom_start(hom* h) {
   std::fill(v.y, v.y + m, 0.0);
   v.tau = 1.0;
   v.kappa = psafe * dsafe;
-  hom_printf(h, "useconst: %d psafe: %e dsafe: %e\n", 1, psafe, dsafe);
+  const bool useconst = par.startpoint != 1 || !hom_computedstart(h);
+  hom_printf(h, "useconst: %d psafe: %e dsafe: %e\n", useconst ? 1 : 0, psafe, dsafe);
   // Correctors by their cost against a factor: each costs a solve.
   KktInfo ki;
   VLR_kktfac_getinfo(h->kkt, &ki);
@@ -295,6 +386,17 @@ void hom_inititer(hom* h) {
   h->dobj = by / v.tau + lp.cfix;
   h->relgap = std::min(gap / (v.tau * v.tau), std::fabs(cx - by) / v.tau) /
               (std::max(1.0, std::fabs(by / v.tau)) + 1.0 / std::fabs(lp.objscale));
+  // What the residuals may move the objectives by: a dual residual of many columns, each small
+  // against the costs, can still add up to a large error in the objective.
+  double objerr = 0.0;
+  for (int32_t j = 0; j < n; ++j)
+    objerr += std::fabs(h->rd[j]) * v.x[j];
+  for (int32_t i = 0; i < m; ++i)
+    objerr += std::fabs(h->rp[i] * v.y[i]);
+  for (int32_t u = 0; u < h->nup; ++u)
+    objerr += std::fabs(h->rpu[u]) * v.su[u];
+  h->objerr = objerr / (v.tau * v.tau) /
+              (std::max(1.0, std::fabs(by / v.tau)) + 1.0 / std::fabs(lp.objscale));
   h->pfeasinff = pinf;
   h->dfeasinff = dinf;
   h->xnrm = std::max(hom_infnorm(v.x, n), hom_infnorm(v.xu, h->nup));
@@ -307,10 +409,14 @@ bool hom_terminatelo(hom* h, int32_t relaxrelgap, int32_t relaxing) {
   const double g = relaxrelgap < 0 ? 0.01 : relaxrelgap > 0 ? 100.0 : 1.0;
   const double f = relaxing < 0 ? 0.01 : relaxing > 0 ? 100.0 : 1.0;
   const HomVec& v = h->v;
-  // Deliberately, the dual residual is held to the primal's limit.
+  // Each residual against the data it answers to: the primal's against the right-hand side and
+  // the bounds, the dual's against the costs (held to the primal's limit, a problem with a large
+  // right-hand side and small costs ended with duals of the wrong sign far beyond the costs' size).
   const double limit = std::max((1.0 + h->anorm) * h->par.tolpfeas * v.tau, 1e-12) * f;
-  if (h->pfeasf <= limit && h->dfeasf < limit &&
-      (h->relgap <= g * h->par.tolrelgap || h->mu <= 1e-16)) {
+  const double limitd = std::max((1.0 + h->nrmc) * h->par.toldfeas * v.tau, 1e-12) * f;
+  if (h->pfeasf <= limit && h->dfeasf < limitd &&
+      (h->relgap <= g * h->par.tolrelgap || h->mu <= 1e-16) &&
+      (h->objerr <= 10.0 * g * h->par.tolrelgap || h->mu <= 1e-16)) {
     h->prosta = VLR_PRO_STA_PRIM_AND_DUAL_FEAS;
     h->solsta = VLR_SOL_STA_OPTIMAL;
     return true;

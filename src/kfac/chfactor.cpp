@@ -185,6 +185,9 @@ int32_t VLR_ch_calfac(sfk* obj) {
 void VLR_sfk_solve(sfk* obj, double* x) {
   const int32_t n = obj->n, ns = obj->nsuper;
   double* y = obj->xbuf;
+  // The dense kernels' work is free between factors: it holds the rows below a block.
+  double* t = obj->work;
+  const int64_t tmax = VLR_lalib_worksize();
   for (int32_t k = 0; k < n; ++k)
     y[k] = x[obj->perm[k]];
   for (int32_t s = 0; s < ns; ++s) {
@@ -193,6 +196,15 @@ void VLR_sfk_solve(sfk* obj, double* x) {
     const double* l = obj->lx + obj->lpx[s];
     const int32_t* rs = obj->ls + obj->lpi[s];
     VLR_lalib_lsolve(k, l, m, y + f);
+    const int32_t r = m - k;
+    if (r <= tmax) {
+      // The rows below the block as one dense product, scattered once.
+      std::fill(t, t + r, 0.0);
+      VLR_lalib_gemvsub(r, k, l + k, m, y + f, t);
+      for (int32_t i = 0; i < r; ++i)
+        y[rs[k + i]] += t[i];
+      continue;
+    }
     for (int32_t j = 0; j < k; ++j) {
       const double yj = y[f + j];
       if (yj == 0.0) continue;
@@ -208,12 +220,20 @@ void VLR_sfk_solve(sfk* obj, double* x) {
     const int32_t m = static_cast<int32_t>(obj->lpi[s + 1] - obj->lpi[s]);
     const double* l = obj->lx + obj->lpx[s];
     const int32_t* rs = obj->ls + obj->lpi[s];
-    for (int32_t j = 0; j < k; ++j) {
-      const double* lj = l + int64_t{j} * m;
-      double sum = 0.0;
-      for (int32_t i = k; i < m; ++i)
-        sum += lj[i] * y[rs[i]];
-      y[f + j] -= sum;
+    const int32_t r = m - k;
+    if (r <= tmax) {
+      // The rows below the block gathered once, then dense products.
+      for (int32_t i = 0; i < r; ++i)
+        t[i] = y[rs[k + i]];
+      VLR_lalib_gemvtsub(r, k, l + k, m, t, y + f);
+    } else {
+      for (int32_t j = 0; j < k; ++j) {
+        const double* lj = l + int64_t{j} * m;
+        double sum = 0.0;
+        for (int32_t i = k; i < m; ++i)
+          sum += lj[i] * y[rs[i]];
+        y[f + j] -= sum;
+      }
     }
     VLR_lalib_ltsolve(k, l, m, y + f);
   }

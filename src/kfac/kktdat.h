@@ -32,12 +32,14 @@ struct kktfac {
   void* cbhandle;
   OrderCallback callback;
   int32_t state;  // 0 made, 1 set up, 2 factored
-  // A by columns, borrowed; each column's entries in row order through cidx.
+  // A by columns, borrowed; each column's entries in row order in the copy csub, cval (the
+  // values taken again at each factor).
   const int64_t* abeg;
   const int32_t* asub;
   const double* aval;
   int32_t* csub;  // [nnz(A)] rows of each column in ascending order
   int64_t* cidx;  // [nnz(A)] where that entry sits in asub / aval
+  double* cval;   // [nnz(A)] its value
   // The sparse columns by rows: entry p of row i is column rcol[p] whose rows from rpos[p] on
   // (in the ordered copy) are at or below i.
   int64_t* rbeg;  // [numrow + 1]

@@ -26,6 +26,7 @@ void kkt_freesetup(kktfac* obj) {
   VLR_sc_destroy(obj);
   kkt_free(sys, obj->csub);
   kkt_free(sys, obj->cidx);
+  kkt_free(sys, obj->cval);
   kkt_free(sys, obj->rbeg);
   kkt_free(sys, obj->rcol);
   kkt_free(sys, obj->rpos);
@@ -105,14 +106,18 @@ int32_t kkt_pattern(kktfac* obj, int32_t* mark) {
   SysBuf<int64_t> cidx(sys, VLR_HERE, std::max<int64_t>(nnz, 1));
   SysBuf<int64_t> rbeg(sys, VLR_HERE, int64_t{m} + 1);
   if (!csub || !cidx || !rbeg) return kKktNoSpace;
+  SysBuf<double> cval(sys, VLR_HERE, std::max<int64_t>(nnz, 1));
+  if (!cval) return kKktNoSpace;
   for (int32_t j = 0; j < n; ++j) {
     const int64_t b = obj->abeg[j], e = obj->abeg[j + 1];
     for (int64_t p = b; p < e; ++p)
       cidx[p - obj->abeg[0]] = p;
     std::sort(cidx.get() + (b - obj->abeg[0]), cidx.get() + (e - obj->abeg[0]),
               [&](int64_t x, int64_t y) { return obj->asub[x] < obj->asub[y]; });
-    for (int64_t p = b; p < e; ++p)
+    for (int64_t p = b; p < e; ++p) {
       csub[p - obj->abeg[0]] = obj->asub[cidx[p - obj->abeg[0]]];
+      cval[p - obj->abeg[0]] = obj->aval[cidx[p - obj->abeg[0]]];
+    }
   }
   int64_t nsp = 0;
   for (int32_t j = 0; j < n; ++j) {
@@ -171,6 +176,7 @@ int32_t kkt_pattern(kktfac* obj, int32_t* mark) {
   }
   obj->csub = csub.release();
   obj->cidx = cidx.release();
+  obj->cval = cval.release();
   obj->rbeg = rbeg.release();
   obj->rcol = rcol.release();
   obj->rpos = rpos.release();
@@ -205,6 +211,7 @@ void kkt_freepattern(kktfac* obj) {
   SysEnv* sys = obj->sys;
   kkt_free(sys, obj->csub);
   kkt_free(sys, obj->cidx);
+  kkt_free(sys, obj->cval);
   kkt_free(sys, obj->rbeg);
   kkt_free(sys, obj->rcol);
   kkt_free(sys, obj->rpos);
@@ -390,6 +397,10 @@ int32_t VLR_kktfac_numfac(kktfac* obj, const double* d, double regu) {
   const int64_t a0 = obj->abeg[0];
   std::copy(d, d + n, obj->d);
   obj->regu = regu;
+  // The values in the ordered copy (they may have changed since the last factor).
+  const int64_t nnz = obj->abeg[n] - a0;
+  for (int64_t p = 0; p < nnz; ++p)
+    obj->cval[p] = obj->aval[obj->cidx[p]];
   // The diagonal of the whole matrix gives the symmetric scaling, so that the pivot test is
   // relative to each row's own size.
   double* sc = obj->scale;
@@ -406,10 +417,12 @@ int32_t VLR_kktfac_numfac(kktfac* obj, const double* d, double regu) {
     for (int64_t q = obj->rbeg[i]; q < obj->rbeg[i + 1]; ++q) {
       const int32_t j = obj->rcol[q];
       const int64_t p0 = obj->rpos[q];
-      const double f = obj->aval[obj->cidx[p0]] * d[j];
+      const double f = obj->cval[p0] * d[j];
       const int64_t end = obj->abeg[j + 1] - a0;
+      const int32_t* csub = obj->csub;
+      const double* cval = obj->cval;
       for (int64_t p = p0; p < end; ++p)
-        w[obj->csub[p]] += f * obj->aval[obj->cidx[p]];
+        w[csub[p]] += f * cval[p];
     }
     w[i] += regu;
     const double si = sc[i];

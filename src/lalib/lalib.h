@@ -8,9 +8,10 @@
 namespace vlr {
 
 // The kernels never allocate: the callers size one work block with VLR_lalib_worksize and hand
-// it in. They are plain double precision (no fused multiply-add unless the compiler is told so),
-// and a run repeats bit for bit. A tuned BLAS can be put under the same three calls later: the
-// update is a dgemm/dsyrk with a diagonal scaling of B, the panel a dsytrf without pivoting.
+// it in. They are plain double precision; the update uses fused multiply-adds on a processor with
+// AVX2 (chosen once per process), so a run repeats bit for bit on one machine. A tuned BLAS can be
+// put under the same three calls later: the update is a dgemm/dsyrk with a diagonal scaling of B,
+// the panel a dsytrf without pivoting.
 
 // Doubles of work the update needs for any shape (the packed panels of A and B).
 int64_t VLR_lalib_worksize();

@@ -338,42 +338,6 @@ void opt_clearbas(int32_t m, int32_t n, SimSol* bas) {
   std::fill(bas->y, bas->y + m, 0.0);
 }
 
-// The basis of the reduced problem rl (of the presolve that produced it) brought to the problem
-// as given: postsolve runs once per reduction, and the interior solution took the first one, so
-// presolve runs again; its reduced problem is the same.
-bool opt_postsolvebasis(SysEnv* sys, const PrslvParam& pp, const SimLp& lp, const SimLp& rl,
-                        const SimSol& rb, SimSol* bas) {
-  prslv* p = nullptr;
-  PrslvStat stat;
-  PrslvParam quiet = pp;
-  quiet.log = nullptr;
-  quiet.loglevel = 0;
-  bool ok =
-      VLR_prslv_make(sys, lp, &p) == kPrslvOk && VLR_prslv_reduce(quiet, p, &stat) == kPrslvOk;
-  if (ok) {
-    SimLp r2;
-    VLR_prslv_getreduced(p, &r2);
-    // The same reductions give the same reduced problem, entry for entry; anything else and
-    // the basis does not belong to it.
-    ok = r2.m == rl.m && r2.n == rl.n && stat.prosta == VLR_PRO_STA_UNKNOWN &&
-         r2.abeg[r2.n] == rl.abeg[rl.n];
-    for (int32_t j = 0; ok && j < r2.n; ++j)
-      ok = r2.c[j] == rl.c[j] && r2.abeg[j] == rl.abeg[j];
-    for (int64_t q = 0; ok && q < r2.abeg[r2.n]; ++q)
-      ok = r2.aidx[q] == rl.aidx[q] && r2.aval[q] == rl.aval[q];
-    for (int32_t k = 0; ok && k < r2.m + r2.n; ++k)
-      ok = r2.bk[k] == rl.bk[k] && VLR_opt_lower(r2, k) == VLR_opt_lower(rl, k) &&
-           VLR_opt_upper(r2, k) == VLR_opt_upper(rl, k);
-  }
-  ok = ok && VLR_prslv_postsolve(quiet, p, rb, bas) == kPrslvOk &&
-       VLR_prslv_postsolvebasis(quiet, p, rb, bas) == kPrslvOk;
-  if (p != nullptr) {
-    VLR_prslv_unreduce(quiet, p);
-    VLR_prslv_delete(&p);
-  }
-  return ok;
-}
-
 }  // namespace
 
 void VLR_opt_ipmslv(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIpmCallbacks& cb,
@@ -391,6 +355,7 @@ void VLR_opt_ipmslv(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIp
   PrslvParam pp;
   opt_prslvparam(par, &cb, &pp);
   PrslvStat stat;
+  bool keep = false;
   if (par.presolve != 0) {
     if (VLR_prslv_make(sys, lp, &p) != kPrslvOk || VLR_prslv_reduce(pp, p, &stat) != kPrslvOk) {
       VLR_prslv_delete(&p);
@@ -403,6 +368,9 @@ void VLR_opt_ipmslv(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIp
     // Infeasibility that presolve proves is a status only: the certificate comes from the
     // problem as given.
     if (stat.prosta != VLR_PRO_STA_UNKNOWN) VLR_prslv_delete(&p);
+    // A basis may follow the interior solution: both are postsolved from the reduced problem.
+    keep = p != nullptr && bas != nullptr && par.basismode != VLR_BI_NEVER &&
+           VLR_prslv_keepreduced(p) == kPrslvOk;
   }
   if (p != nullptr) {
     SimLp rl;
@@ -446,13 +414,14 @@ void VLR_opt_ipmslv(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIp
     if (dobi && bsk && bdb) {
       biresp = rt > 0 ? opt_basind(sys, par, cb, rl, rs, &rb, info) : 0;
     }
-    // The basis first, while the reduced problem is still there to compare the second
-    // reduction with; then the interior solution.
+    // The basis, then the interior solution, each from the kept reduced problem.
     const double tpost = VLR_sysenv_getwctime(sys);
     bool basok = false;
     if (dobi) {
       info->biresp = biresp;
-      basok = opt_keepbasis(par, biresp) && opt_postsolvebasis(sys, pp, lp, rl, rb, bas);
+      basok = keep && opt_keepbasis(par, biresp) &&
+              VLR_prslv_postsolve(pp, p, rb, bas) == kPrslvOk &&
+              VLR_prslv_postsolvebasis(pp, p, rb, bas) == kPrslvOk;
     }
     if (!again) {
       if (VLR_prslv_postsolve(pp, p, rs, itr) != kPrslvOk) info->resp = 1;

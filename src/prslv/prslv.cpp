@@ -231,6 +231,7 @@ void VLR_prslv_delete(prslv** pp) {
   prslv* p = *pp;
   if (p == nullptr) return;
   prslv_freereduced(p);
+  VLR_prslv_dropkept(p);
   SysEnv* sys = p->sys;
   VLR_prslv_freelines(sys, &p->col);
   VLR_prslv_freelines(sys, &p->row);

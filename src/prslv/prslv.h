@@ -94,9 +94,14 @@ void VLR_prslv_getreduced(const prslv* p, SimLp* reduced);
 // values, duals and reduced costs; a problem that presolve removed entirely takes an empty
 // one). sol is sized for the problem as given: its keys, x (rows first), y and d are filled;
 // row activities and reduced costs are recomputed from the data. The walk brings the object's
-// own problem back as it goes, so it runs once: a second call gives kPrslvOrder.
+// own problem back as it goes, so it runs once (a second call gives kPrslvOrder) unless the
+// reduced problem was kept for more walks by VLR_prslv_keepreduced.
 int32_t VLR_prslv_postsolve(const PrslvParam& param, prslv* p, const SimSol& reducedsol,
                             SimSol* sol);
+// Keeps what the walk of postsolve changes, after VLR_prslv_reduce and before the first
+// postsolve, so that each later postsolve (of an interior solution and of a basis, say) starts
+// from the reduced problem again. kPrslvOk, or kPrslvNoSpace with nothing kept.
+int32_t VLR_prslv_keepreduced(prslv* p);
 // Status keys of the problem as given, from the reduced problem's basis: m basic keys when the
 // reduced basis has m' of its own. Run after VLR_prslv_postsolve on the same sol.
 int32_t VLR_prslv_postsolvebasis(const PrslvParam& param, prslv* p, const SimSol& reducedsol,

@@ -106,6 +106,13 @@ struct prslv {
   int8_t* inlist;      // [numcon]
   int64_t* rowmark;    // [numcon] scratch of one reduction, -1 between reductions
   int32_t postsolved;  // the walk of postsolve has brought the problem back
+  // What the walk changes, kept for further walks (VLR_prslv_keepreduced): the lines, the costs
+  // and the alive marks of the reduced problem.
+  int32_t kept;
+  PrslvLines keepcol, keeprow;
+  double* keepc;
+  int8_t* keeprowalive;
+  int8_t* keepcolalive;
 
   // The reduced problem, made by the final pass.
   int32_t redm, redn;
@@ -124,6 +131,11 @@ struct prslv {
 // that follow cannot fail.
 bool VLR_prslv_makelines(SysEnv* sys, PrslvLines* l, int32_t num, const int32_t* len);
 void VLR_prslv_freelines(SysEnv* sys, PrslvLines* l);
+// A copy of lines, and the copy put back into lines of the same shape (false when they differ).
+bool VLR_prslv_copylines(SysEnv* sys, const PrslvLines& from, PrslvLines* to);
+bool VLR_prslv_restorelines(const PrslvLines& from, PrslvLines* to);
+// Frees what VLR_prslv_keepreduced kept.
+void VLR_prslv_dropkept(prslv* p);
 // Room for `extra` more entries in line q; false when out of space (nothing changed but slots).
 bool VLR_prslv_makeroom(SysEnv* sys, PrslvLines* l, int32_t q, int32_t extra);
 int64_t VLR_prslv_findentry(const PrslvLines& l, int32_t q, int32_t other);

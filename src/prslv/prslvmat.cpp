@@ -80,6 +80,36 @@ void VLR_prslv_freelines(SysEnv* sys, PrslvLines* l) {
   *l = PrslvLines();
 }
 
+bool VLR_prslv_copylines(SysEnv* sys, const PrslvLines& from, PrslvLines* to) {
+  *to = PrslvLines();
+  to->num = from.num;
+  to->used = from.used;
+  to->capacity = from.capacity;
+  to->beg = prslvmat_alloc<int64_t>(sys, from.num);
+  to->len = prslvmat_alloc<int32_t>(sys, from.num);
+  to->cap = prslvmat_alloc<int32_t>(sys, from.num);
+  to->idx = prslvmat_alloc<int32_t>(sys, from.capacity);
+  to->val = prslvmat_alloc<double>(sys, from.capacity);
+  if (to->beg == nullptr || to->len == nullptr || to->cap == nullptr || to->idx == nullptr ||
+      to->val == nullptr) {
+    return false;
+  }
+  return VLR_prslv_restorelines(from, to);
+}
+
+bool VLR_prslv_restorelines(const PrslvLines& from, PrslvLines* to) {
+  if (from.num != to->num || from.capacity != to->capacity) return false;
+  const auto num = static_cast<size_t>(from.num);
+  const auto used = static_cast<size_t>(from.used);
+  std::memcpy(to->beg, from.beg, num * sizeof(int64_t));
+  std::memcpy(to->len, from.len, num * sizeof(int32_t));
+  std::memcpy(to->cap, from.cap, num * sizeof(int32_t));
+  std::memcpy(to->idx, from.idx, used * sizeof(int32_t));
+  std::memcpy(to->val, from.val, used * sizeof(double));
+  to->used = from.used;
+  return true;
+}
+
 bool VLR_prslv_makeroom(SysEnv* sys, PrslvLines* l, int32_t q, int32_t extra) {
   const int32_t need = l->len[q] + extra;
   if (need <= l->cap[q]) return true;

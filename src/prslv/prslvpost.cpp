@@ -1,6 +1,7 @@
 // src/prslv/prslvpost.cpp: postsolve: the undo stack read from the top brings values, duals and
 // status keys of the reduced problem back to the problem as given.
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -306,8 +307,50 @@ int32_t prslvpost_key(int32_t sk, int32_t bk, double l, double u, double x, doub
 
 }  // namespace
 
+int32_t VLR_prslv_keepreduced(prslv* p) {
+  if (p->postsolved || p->kept) return p->kept ? kPrslvOk : kPrslvOrder;
+  SysEnv* sys = p->sys;
+  const int32_t m = p->numcon, n = p->numvar;
+  p->keepc = static_cast<double*>(VLR_sysenv_callocdbg(sys, VLR_HERE, std::max(n, 1), 8));
+  p->keeprowalive = static_cast<int8_t*>(VLR_sysenv_callocdbg(sys, VLR_HERE, std::max(m, 1), 1));
+  p->keepcolalive = static_cast<int8_t*>(VLR_sysenv_callocdbg(sys, VLR_HERE, std::max(n, 1), 1));
+  if (p->keepc == nullptr || p->keeprowalive == nullptr || p->keepcolalive == nullptr ||
+      !VLR_prslv_copylines(sys, p->col, &p->keepcol) ||
+      !VLR_prslv_copylines(sys, p->row, &p->keeprow)) {
+    VLR_prslv_dropkept(p);
+    return kPrslvNoSpace;
+  }
+  std::copy(p->c, p->c + n, p->keepc);
+  std::copy(p->rowalive, p->rowalive + m, p->keeprowalive);
+  std::copy(p->colalive, p->colalive + n, p->keepcolalive);
+  p->kept = 1;
+  return kPrslvOk;
+}
+
+void VLR_prslv_dropkept(prslv* p) {
+  SysEnv* sys = p->sys;
+  VLR_prslv_freelines(sys, &p->keepcol);
+  VLR_prslv_freelines(sys, &p->keeprow);
+  VLR_sysenv_freedbg(sys, VLR_HERE, p->keepc);
+  VLR_sysenv_freedbg(sys, VLR_HERE, p->keeprowalive);
+  VLR_sysenv_freedbg(sys, VLR_HERE, p->keepcolalive);
+  p->keepc = nullptr;
+  p->keeprowalive = nullptr;
+  p->keepcolalive = nullptr;
+  p->kept = 0;
+}
+
 int32_t VLR_prslv_postsolve(const PrslvParam&, prslv* p, const SimSol& reducedsol, SimSol* sol) {
-  if (p->postsolved) return kPrslvOrder;
+  if (p->postsolved) {
+    // A further walk starts from the kept reduced problem.
+    if (p->kept == 0 || !VLR_prslv_restorelines(p->keepcol, &p->col) ||
+        !VLR_prslv_restorelines(p->keeprow, &p->row)) {
+      return kPrslvOrder;
+    }
+    std::copy(p->keepc, p->keepc + p->numvar, p->c);
+    std::copy(p->keeprowalive, p->keeprowalive + p->numcon, p->rowalive);
+    std::copy(p->keepcolalive, p->keepcolalive + p->numvar, p->colalive);
+  }
   p->postsolved = 1;
   const SimLp& lp = *p->lp;
   const int32_t m = p->numcon, n = p->numvar, rm = p->redm;

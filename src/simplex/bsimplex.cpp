@@ -120,6 +120,7 @@ int32_t SimEngine::setup(const SimLp& lp) {
   n = lp.n;
   nt = m + n;
   abeg = lp.abeg;
+  mkeyset = false;
   aidx = lp.aidx;
   aval = lp.aval;
   const auto snt = static_cast<size_t>(nt);
@@ -251,59 +252,6 @@ void SimEngine::slackbasis() {
   std::fill(w.begin(), w.end(), 1.0);
 }
 
-// A triangular start for the dual: structural columns replace slacks, free columns first (a
-// free variable out of the basis is dual feasible only at a zero reduced cost) and then columns
-// without a cost into the equations (whose slacks, fixed at zero, would leave at once; a column
-// with a cost would move the duals and spoil the signs of other reduced costs). Each pivots on
-// the largest entry it has in a row still open, and only when that entry is close to the
-// largest of its column; the other rows of the column then close, so that the basis stays
-// triangular. At most percent of the rows take a structural.
-int32_t SimEngine::dualcrash(int32_t percent) {
-  const int64_t limit = static_cast<int64_t>(m) * std::min(percent, 100) / 100;
-  if (limit <= 0) return 0;
-  SimVec<int8_t> closed{static_cast<size_t>(m), int8_t{0}, MemAllocator<int8_t>(sys)};
-  SimVec<std::pair<int64_t, int32_t>> order{MemAllocator<std::pair<int64_t, int32_t>>(sys)};
-  for (int32_t i = 0; i < m; ++i) {
-    const auto si = static_cast<size_t>(i);
-    if (lb[si] == -kInf && ub[si] == kInf) closed[si] = 1;  // a free row keeps its slack
-  }
-  // Free columns first, then the others that are not fixed; sparser ones first in each class.
-  for (int32_t j = 0; j < n; ++j) {
-    const auto sk = static_cast<size_t>(m + j);
-    if (lb[sk] == ub[sk]) continue;
-    const bool free = lb[sk] == -kInf && ub[sk] == kInf;
-    if (!free && cost[sk] != 0.0) continue;
-    order.emplace_back((free ? 0 : int64_t{1} << 40) + (abeg[j + 1] - abeg[j]), j);
-  }
-  std::sort(order.begin(), order.end());
-  int32_t placed = 0;
-  for (const auto& [key, j] : order) {
-    if (placed >= limit) break;
-    const bool free = key < (int64_t{1} << 40);
-    double amax = 0.0, best = 0.0;
-    int32_t row = -1;
-    for (int64_t t = abeg[j]; t < abeg[j + 1]; ++t) {
-      const int32_t i = aidx[t];
-      const double a = std::fabs(aval[t]);
-      amax = std::max(amax, a);
-      const auto si = static_cast<size_t>(i);
-      if (closed[si] != 0) continue;
-      if (!free && lb[si] != ub[si]) continue;  // beyond the free columns, equations only
-      if (a > best) best = a, row = i;
-    }
-    if (row < 0 || best < 0.9 * amax) continue;
-    for (int64_t t = abeg[j]; t < abeg[j + 1]; ++t)
-      closed[static_cast<size_t>(aidx[t])] = 1;
-    const int32_t k = m + j;
-    head[static_cast<size_t>(row)] = k;
-    pos[static_cast<size_t>(k)] = row;
-    nstat[static_cast<size_t>(k)] = kNbBasic;
-    setnonbasic(row, boundstatus(row, cost[static_cast<size_t>(row)]));
-    ++placed;
-  }
-  return placed;
-}
-
 void SimEngine::keybasis(const int32_t* sk) {
   int32_t nb = 0;
   for (int32_t k = 0; k < nt; ++k) {
@@ -355,7 +303,8 @@ void VLR_simplex_freesavedlu(SysEnv* sys, SimSavedLu** saved) {
   *saved = nullptr;
 }
 
-uint64_t SimEngine::matrixkey() const {
+uint64_t SimEngine::matrixkey() {
+  if (mkeyset) return mkey;
   uint64_t h = 0xcbf29ce484222325ULL;
   auto mix = [&h](uint64_t v) { h = (h ^ v) * 0x100000001b3ULL; };
   mix(static_cast<uint64_t>(m));
@@ -367,6 +316,8 @@ uint64_t SimEngine::matrixkey() const {
     std::memcpy(&bits, &aval[t], sizeof(bits));
     mix(bits ^ (static_cast<uint64_t>(aidx[t]) << 1));
   }
+  mkey = h;
+  mkeyset = true;
   return h;
 }
 

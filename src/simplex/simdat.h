@@ -211,9 +211,6 @@ struct SimEngine {
   void computedual();
   // The slack basis with every column at the bound its status wants.
   void slackbasis();
-  // Puts structural columns in place of slacks in a triangular pattern, on at most percent of
-  // the rows; returns how many (bsimplex.cpp).
-  int32_t dualcrash(int32_t percent);
   // A basis from status keys (VLR_SK_*), repaired to m basic variables.
   void keybasis(const int32_t* sk);
   // Places a non-basic variable at the bound its status names.
@@ -234,7 +231,10 @@ struct SimEngine {
   // takes its order, and the weights), and left for the next run.
   bool adoptsavedlu(SimSavedLu* saved);
   void keepsavedlu(SimSavedLu** saved);
-  uint64_t matrixkey() const;
+  // A hash of the working matrix, which no iteration changes: taken once per run.
+  uint64_t matrixkey();
+  uint64_t mkey = 0;
+  bool mkeyset = false;
   // Column k (a structural one; slacks are not in the copy) moves to the basic part of its
   // rows (entering) or to the non-basic part (leaving).
   void rowcopymove(int32_t k, bool entering);
@@ -329,5 +329,25 @@ struct SimEngine {
   // the smallest pivot taken grows. The caller refactors.
   bool badevent(int32_t* count, bool tighten);
 };
+
+// The kernels of the start (usimplex.cpp).
+// Puts structural columns in place of the slacks of a slack basis in a triangular pattern, free
+// columns first and then columns without a cost into equations, on at most percent of the rows.
+// Returns how many.
+int32_t VLR_simplex_triangulize(SimEngine& e, int32_t percent);
+// The non-basic status of variable k when it leaves: a ranged one at the side nearer zero.
+int8_t VLR_simplex_chooseranged(const SimEngine& e, int32_t k);
+// The crash of a cold start: the triangular placement and, when widen is set, the free columns
+// it left out that a maximum transversal matches to rows. The factor that follows inserts
+// artificials where the basis is numerically short. Returns the columns placed.
+int32_t VLR_simplex_crash(SimEngine& e, int32_t percent, bool widen);
+// The dual road from the engine's basis (simplex.cpp): the first phase and the dual loop, on
+// perturbed costs when perturb is set, with the true costs put back at the end. A kSimLoopEnd;
+// kLoopUnbounded leaves the ray in e.ray, kLoopInfeasible the certificate in e.rho or e.y.
+int32_t VLR_simplex_dualroad(SimEngine& e, bool perturb);
+// The primal-dual road (pdsimplex.cpp): from a cold start, restricted subproblems of the
+// columns, the first solved by the dual road and each larger one by the primal loop; from a
+// given basis, the dual road. Ends as the dual road does.
+int32_t VLR_simplex_primaldualoptimizer(SimEngine& e, bool perturb);
 
 }  // namespace vlr

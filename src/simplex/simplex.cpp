@@ -203,62 +203,19 @@ void simplex_getsolution(const SimEngine& e, const double* r, const double* s, S
     sol->y[i] = sol->d[i];
 }
 
-// The body of simplex_run on an engine made for it.
-int32_t simplex_runengine(SimEngine& e, const SimParam& par, const SimLp& lp,
-                          const int32_t* startsk, bool perturb, const double* r, const double* s,
-                          SimSol* sol, SimInfo* info) {
-  int32_t rr = e.setup(lp);
-  if (rr != kSimOk) {
-    info->response = rr;
-    return kLoopStopped;
-  }
-  bool adopted = false;
-  if (startsk != nullptr) {
-    e.keybasis(startsk);
-    if (par.savelu != 0 && e.cb->savedlu != nullptr) adopted = e.adoptsavedlu(*e.cb->savedlu);
-  } else {
-    e.slackbasis();
-  }
-  if (startsk == nullptr && par.slot == kSimSlotDual && par.dualcrash > 0) {
-    const int32_t placed = e.dualcrash(par.dualcrash);
-    info->numcrashed += placed;
-    if (placed > 0) e.log("Dual crash placed %d columns in the basis.\n", placed);
-  }
-  if (adopted) {
-    info->hotstartlu = 1;
-    e.rowcopysplit();
-  } else {
-    rr = e.factor();
-  }
-  if (rr != kSimOk) {
-    info->response = rr;
-    return kLoopStopped;
-  }
+}  // namespace
+
+// The dual road from the engine's basis: the first phase, then rounds of the dual loop on
+// perturbed costs (a cold start) with the true costs put back after each. On a dual infeasible
+// problem the costs go to zero and the dual loop decides between a Farkas vector and a ray.
+int32_t VLR_simplex_dualroad(SimEngine& e, bool perturb) {
+  const SimParam& par = *e.par;
+  SimInfo* info = e.info;
   int32_t end = kLoopStopped;
   bool perturbed = false;
-  bool primal = par.slot == kSimSlotPrimal;
-  if (!primal && startsk != nullptr) {
-    // A given basis that is primal feasible but not dual feasible (a postsolved basis, one
-    // the true costs spoiled) is closer to the end by the primal road than by a dual first
-    // phase that throws its primal feasibility away.
-    e.computexb();
-    e.computedual();
-    int32_t pinf = 0, dinf = 0;
-    e.primalinf(&pinf);
-    for (int32_t k = 0; k < e.nt; ++k) {
-      const auto sk = static_cast<size_t>(k);
-      const bool boxed = e.lb[sk] > -kInf && e.ub[sk] < kInf;
-      if (!boxed && e.dualviolation(k) > e.tols) ++dinf;
-    }
-    primal = pinf == 0 && dinf > 0;
-  }
-  if (primal) end = e.primalsimplex(startsk != nullptr);
-  for (int32_t round = 0; round < 4 && !primal; ++round) {
+  for (int32_t round = 0; round < 4; ++round) {
     const int32_t ph = e.dualphaseone();
-    if (ph == kPhaseOneStopped) {
-      simplex_getsolution(e, r, s, sol);
-      return kLoopStopped;
-    }
+    if (ph == kPhaseOneStopped) return kLoopStopped;
     if (ph == kPhaseOneInfeasible) {
       // Dual infeasible. With the costs set to zero every basis is dual feasible, and the dual
       // loop decides primal feasibility: infeasible gives a Farkas vector, feasible makes the
@@ -269,14 +226,7 @@ int32_t simplex_runengine(SimEngine& e, const SimParam& par, const SimLp& lp,
       e.computexb();
       info->response = kSimOk;
       end = e.dualloop(2);
-      if (end == kLoopInfeasible) break;
-      if (end == kLoopStopped) return end;
-      simplex_getsolution(e, r, s, sol);
-      for (int32_t k = 0; k < e.nt; ++k) {
-        const double v = e.ray[static_cast<size_t>(k)];
-        sol->x[k] = r == nullptr ? v : (k < e.m ? v / r[k] : v * s[k - e.m]);
-      }
-      return kLoopUnbounded;
+      return end == kLoopOptimal ? kLoopUnbounded : end;
     }
     // A cold start perturbs the costs once; a hot start keeps the true costs and is kicked
     // only where it stalls. (Kicks on top of the start's perturbation left Netlib's iterations
@@ -302,6 +252,67 @@ int32_t simplex_runengine(SimEngine& e, const SimParam& par, const SimLp& lp,
     e.log("Costs restored: %d reduced costs with the wrong sign.\n", bad);
     end = e.primalloop();
     break;
+  }
+  return end;
+}
+
+namespace {
+
+// The body of simplex_run on an engine made for it.
+int32_t simplex_runengine(SimEngine& e, const SimParam& par, const SimLp& lp,
+                          const int32_t* startsk, bool perturb, const double* r, const double* s,
+                          SimSol* sol, SimInfo* info) {
+  int32_t rr = e.setup(lp);
+  if (rr != kSimOk) {
+    info->response = rr;
+    return kLoopStopped;
+  }
+  bool adopted = false;
+  if (startsk != nullptr) {
+    e.keybasis(startsk);
+    if (par.savelu != 0 && e.cb->savedlu != nullptr) adopted = e.adoptsavedlu(*e.cb->savedlu);
+  } else {
+    e.slackbasis();
+  }
+  if (startsk == nullptr && par.slot != kSimSlotPrimal && par.dualcrash > 0) {
+    // The primal-dual's start also takes in the free columns a transversal can match.
+    const int32_t placed = VLR_simplex_crash(e, par.dualcrash, par.slot == kSimSlotPd);
+    info->numcrashed += placed;
+    if (placed > 0) e.log("Dual crash placed %d columns in the basis.\n", placed);
+  }
+  if (adopted) {
+    info->hotstartlu = 1;
+    e.rowcopysplit();
+  } else {
+    rr = e.factor();
+  }
+  if (rr != kSimOk) {
+    info->response = rr;
+    return kLoopStopped;
+  }
+  int32_t end = kLoopStopped;
+  bool primal = par.slot == kSimSlotPrimal;
+  if (!primal && startsk != nullptr) {
+    // A given basis that is primal feasible but not dual feasible (a postsolved basis, one
+    // the true costs spoiled) is closer to the end by the primal road than by a dual first
+    // phase that throws its primal feasibility away.
+    e.computexb();
+    e.computedual();
+    int32_t pinf = 0, dinf = 0;
+    e.primalinf(&pinf);
+    for (int32_t k = 0; k < e.nt; ++k) {
+      const auto sk = static_cast<size_t>(k);
+      const bool boxed = e.lb[sk] > -kInf && e.ub[sk] < kInf;
+      if (!boxed && e.dualviolation(k) > e.tols) ++dinf;
+    }
+    primal = pinf == 0 && dinf > 0;
+  }
+  if (primal) {
+    end = e.primalsimplex(startsk != nullptr);
+  } else if (par.slot == kSimSlotPd) {
+    end = VLR_simplex_primaldualoptimizer(e, perturb);
+  } else {
+    end = VLR_simplex_dualroad(e, perturb);
   }
   e.logline(2, true);
   if (end == kLoopOptimal) {

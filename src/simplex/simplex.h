@@ -184,6 +184,12 @@ void VLR_simplex_initinfo(SimInfo* info);
 int32_t VLR_simplex_optimize(SysEnv* sys, const SimParam& par, const SimCallbacks& cb,
                              const SimLp& lp, int32_t starthot, SimSol* sol, SimInfo* info);
 
+// A maximum transversal of the ncol columns cols (at most m) of the m-row pattern (beg, idx):
+// rmatch[i] the place in cols of the column matched to row i, -1 for none. Returns the
+// structural rank. May throw std::bad_alloc (usimplex.cpp).
+int32_t VLR_simplex_maxtransversal(SysEnv* sys, int32_t m, const int64_t* beg, const int32_t* idx,
+                                   int32_t ncol, const int32_t* cols, int32_t* rmatch);
+
 // 1 when every column that is not fixed has, in the rows that are not free, one entry of +-1 or
 // two that differ in sign once each row is multiplied by sign[i] (+1 or -1; 0 for free rows);
 // colin[j] = 1 marks those columns, and the counts of rows and columns in the network are given.

@@ -36,6 +36,8 @@ int32_t VLR_globaloptimizer(Task* task) {
   return VLR_RAISE(task, VLR_RES_ERR_MIO_NOT_LOADED);
 }
 
+}  // namespace
+
 int32_t VLR_startoptimizer(Task* task, int32_t code) {
   task->opt_start = VLR_sysenv_getwctime(task->sys);
   ++task->num_optimize;
@@ -49,8 +51,6 @@ void VLR_stopoptimizer(Task* task, int32_t* response, int32_t code) {
   VLRP_putintinf(task, VLR_IINF_OPTIMIZE_RESPONSE, *response);
   task->opt_start = -1.0;
 }
-
-}  // namespace
 
 int32_t VLR_optimizetask(Task* task) {
   const double start = VLR_sysenv_getwctime(task->sys);
@@ -87,8 +87,9 @@ int32_t VLR_optimizetask(Task* task) {
         r = VLR_globaloptimizer(task);
         break;
       case kOptRoadConcurrent:
-        VLR_checkcallbacks(task, VLR_CALLBACK_BEGIN_CONCURRENT);
-        r = VLR_RAISE(task, VLR_RES_ERR_INV_OPTIMIZER, choice.optimizer);
+        r = VLR_checkcallbacks(task, VLR_CALLBACK_BEGIN_CONCURRENT) != 0
+                ? VLR_RES_TRM_USER_CALLBACK
+                : VLR_simple_optimize_concurrent(task);
         VLR_checkcallbacks(task, VLR_CALLBACK_END_CONCURRENT);
         break;
       case kOptRoadMixedProblem:

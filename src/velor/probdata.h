@@ -184,6 +184,9 @@ int32_t VLR_makesolution(Task* task, int32_t whichsol);
 void VLR_deletesolutions(Task* task);
 int32_t VLR_resizesolution(Task* task, int32_t maxnumcon, int32_t maxnumvar, int32_t maxnumcone);
 int32_t VLR_solutiondefrec(const Task* task, int32_t whichsol);
+// Makes the solutions of c those of s, a task with the same problem: each defined one copied
+// with its statuses, the others left undefined (taskclone.cpp).
+int32_t VLR_copysolutions(Task* s, Task* c);
 void VLR_makestatusunknown(Task* task);
 void VLR_updsolstafterbndchg(Task* task, int32_t accmode, int32_t i, int32_t oldbk, double oldbl,
                              double oldbu);

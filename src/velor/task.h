@@ -198,6 +198,18 @@ int32_t VLR_simplexnetextract(Task* task, int32_t* numcon, int32_t* numvar, int3
                               int32_t* netvar, double* scalcon);
 // The interior-point road (velorint.cpp): writes VLR_SOL_ITR.
 int32_t VLR_intpntoptimizer(Task* task);
+// The frame of an optimise: the start time and the callback of code (VLR_RES_TRM_USER_CALLBACK
+// when it asks to stop), and at the end the callback, the response item and the idle mark.
+int32_t VLR_startoptimizer(Task* task, int32_t code);
+void VLR_stopoptimizer(Task* task, int32_t* response, int32_t code);
+// The concurrent road (concurrent.cpp): the optimisers of the priority parameters race on copies
+// of the task, at most VLR_IPAR_CONCURRENT_NUM_OPTIMIZERS of them; VLR_IPAR_OPTIMIZER reads
+// VLR_OPTIMIZER_CONCURRENT again afterwards.
+int32_t VLR_simple_optimize_concurrent(Task* task);
+// The race of task against the num tasks of taskarray, each with the problem and its own
+// optimiser: all joined before the return; the first in table order that settles the problem
+// gives task its solutions and information items.
+int32_t VLR_optimizeconcurrent_core(Task* task, Task** taskarray, int32_t num);
 
 // Two-way map between VLR_cputype values and the system layer's processor numbers.
 int32_t VLR_tocpuid(int32_t cputype);

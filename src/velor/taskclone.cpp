@@ -80,11 +80,16 @@ int32_t clone_extras(Task* s, Task* c) {
   return r;
 }
 
+}  // namespace
+
 // Solutions last: the data puts above have made any solution of the clone unknown.
-int32_t clone_solutions(Task* s, Task* c) {
+int32_t VLR_copysolutions(Task* s, Task* c) {
   const TaskData* sd = s->data;
   for (int32_t w = 0; w < 3; ++w) {
-    if (!VLR_solutiondefrec(s, w)) continue;
+    if (!VLR_solutiondefrec(s, w)) {
+      if (c->sols != nullptr) c->sols->sol[w].defined = 0;
+      continue;
+    }
     const int32_t r = VLR_makesolution(c, w);
     if (r != VLR_RES_OK) return r;
     const int32_t nitems = w == VLR_SOL_ITR ? 8 : w == VLR_SOL_BAS ? 7 : 2;
@@ -105,8 +110,6 @@ int32_t clone_solutions(Task* s, Task* c) {
   }
   return VLR_RES_OK;
 }
-
-}  // namespace
 
 }  // namespace vlr
 
@@ -133,7 +136,7 @@ int32_t VLR_clonetask(VLRtask_t task, VLRtask_t* clonedtask) {
     if (r == VLR_RES_OK && d->maxnumqnz > c->data->maxnumqnz) {
       r = vlr::VLR_chgqnz(c, 0, d->maxnumqnz);
     }
-    if (r == VLR_RES_OK) r = vlr::clone_solutions(t, c);
+    if (r == VLR_RES_OK) r = vlr::VLR_copysolutions(t, c);
     if (r != VLR_RES_OK) {
       VLR_deletetask(&clone);
       return VLR_RAISE(t, r);

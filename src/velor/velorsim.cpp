@@ -85,8 +85,25 @@ void velorsim_setparam(const Task* task, SimParam* par) {
 struct VelorSimHandle {
   Task* task;
   int32_t stop;  // a VelorSimStop
-  bool primal;   // the primal optimiser runs: its items and callback codes
+  int32_t slot;  // the optimiser that runs: its items and callback codes
 };
+
+// The iteration item and the callback codes of a slot's optimiser.
+int32_t velorsim_iteritem(int32_t slot) {
+  return slot == kSimSlotPrimal
+             ? VLR_IINF_SIM_PRIMAL_ITER
+             : (slot == kSimSlotPd ? VLR_IINF_SIM_PRIMAL_DUAL_ITER : VLR_IINF_SIM_DUAL_ITER);
+}
+int32_t velorsim_callbackcode(int32_t slot, int32_t which) {
+  static constexpr int32_t kCodes[3][3] = {
+      {VLR_CALLBACK_BEGIN_PRIMAL_SIMPLEX, VLR_CALLBACK_UPDATE_PRIMAL_SIMPLEX,
+       VLR_CALLBACK_END_PRIMAL_SIMPLEX},
+      {VLR_CALLBACK_BEGIN_DUAL_SIMPLEX, VLR_CALLBACK_UPDATE_DUAL_SIMPLEX,
+       VLR_CALLBACK_END_DUAL_SIMPLEX},
+      {VLR_CALLBACK_BEGIN_PRIMAL_DUAL_SIMPLEX, VLR_CALLBACK_UPDATE_PRIMAL_DUAL_SIMPLEX,
+       VLR_CALLBACK_END_PRIMAL_DUAL_SIMPLEX}};
+  return kCodes[slot == kSimSlotPrimal ? 0 : (slot == kSimSlotPd ? 2 : 1)][which];
+}
 
 void velorsim_log(void* handle, const char* text) {
   auto* h = static_cast<VelorSimHandle*>(handle);
@@ -96,15 +113,13 @@ void velorsim_log(void* handle, const char* text) {
 int32_t velorsim_progress(void* handle, int64_t iterations, double pobj, double /*dobj*/) {
   auto* h = static_cast<VelorSimHandle*>(handle);
   Task* task = h->task;
-  VLRP_putintinf(task, h->primal ? VLR_IINF_SIM_PRIMAL_ITER : VLR_IINF_SIM_DUAL_ITER,
-                 static_cast<int32_t>(iterations));
+  VLRP_putintinf(task, velorsim_iteritem(h->slot), static_cast<int32_t>(iterations));
   VLRP_putdouinf(task, VLR_DINF_SIM_OBJ, pobj);
   if (VLR_checkoptimizermaxtime(task) != 0) {
     h->stop = kVelorSimTimeLimit;
     return 1;
   }
-  if (VLR_checkcallbacks(task, h->primal ? VLR_CALLBACK_UPDATE_PRIMAL_SIMPLEX
-                                         : VLR_CALLBACK_UPDATE_DUAL_SIMPLEX) != 0) {
+  if (VLR_checkcallbacks(task, velorsim_callbackcode(h->slot, 1)) != 0) {
     h->stop = kVelorSimCallback;
     return 1;
   }
@@ -156,9 +171,11 @@ void velorsim_printtiming(Task* task, const SimInfo& info) {
                 info.denstau / c);
 }
 
-void velorsim_report(Task* task, const SimInfo& info, double sense, bool primal, int32_t loglevel) {
+void velorsim_report(Task* task, const SimInfo& info, double sense, int32_t slot,
+                     int32_t loglevel) {
   const int32_t m = task->data->numcon, n = task->data->numvar;
-  const char* name = primal ? "Primal" : "Dual";
+  const bool primal = slot == kSimSlotPrimal;
+  const char* name = primal ? "Primal" : (slot == kSimSlotPd ? "Primal-dual" : "Dual");
   const int64_t iters = info.iter[0] + info.iter[1] + info.iter[2] + info.iter[3];
   VLRP_putintinf(task, VLR_IINF_SIM_DUAL_ITER, static_cast<int32_t>(info.iter[kSimSlotDual]));
   VLRP_putintinf(task, VLR_IINF_SIM_PRIMAL_ITER, static_cast<int32_t>(info.iter[kSimSlotPrimal]));
@@ -177,6 +194,16 @@ void velorsim_report(Task* task, const SimInfo& info, double sense, bool primal,
   VLRP_putintinf(task, VLR_IINF_SIM_NUMVAR, info.presolved ? info.prslvnumvar : n);
   VLRP_putdouinf(task, VLR_DINF_SIM_TIME, info.time);
   VLRP_putdouinf(task, primal ? VLR_DINF_SIM_PRIMAL_TIME : VLR_DINF_SIM_DUAL_TIME, info.time);
+  if (slot == kSimSlotPd) {
+    // The primal-dual counts its iterations, of both loops, in a slot of its own.
+    VLRP_putintinf(task, VLR_IINF_SIM_PRIMAL_DUAL_ITER,
+                   static_cast<int32_t>(info.iter[kSimSlotPd]));
+    VLRP_putintinf(task, VLR_IINF_SIM_PRIMAL_DUAL_DEG_ITER, static_cast<int32_t>(info.degiter));
+    VLRP_putintinf(task, VLR_IINF_SIM_PRIMAL_DUAL_INF_ITER, static_cast<int32_t>(info.infiter));
+    VLRP_putintinf(task, VLR_IINF_SIM_PRIMAL_DUAL_HOTSTART, info.hotstart);
+    VLRP_putintinf(task, VLR_IINF_SIM_PRIMAL_DUAL_HOTSTART_LU, info.hotstartlu);
+    VLRP_putdouinf(task, VLR_DINF_SIM_PRIMAL_DUAL_TIME, info.time);
+  }
   VLRP_putdouinf(task, VLR_DINF_SIM_OBJ, sense * info.pobj);
   if (info.nettried != 0) {
     VLRP_putintinf(task, VLR_IINF_SIM_NETWORK_PRIMAL_ITER,
@@ -257,7 +284,7 @@ int32_t velorsim_run(Task* task, int32_t optimizer) {
   velorsim_setparam(task, &par);
   par.slot = velorsim_slot(optimizer);
   const bool primal = par.slot == kSimSlotPrimal;
-  VelorSimHandle handle{task, kVelorSimRunning, primal};
+  VelorSimHandle handle{task, kVelorSimRunning, par.slot};
   SimCallbacks cb;
   cb.handle = &handle;
   cb.log = velorsim_log;
@@ -266,23 +293,21 @@ int32_t velorsim_run(Task* task, int32_t optimizer) {
   if (par.savelu == 0) VLR_simplex_freesavedlu(sys, &task->savedlu);
   cb.savedlu = &task->savedlu;
   task->savedlufree = VLR_simplex_freesavedlu;
-  const char* name = primal ? "Primal" : "Dual";
+  const char* name = primal ? "Primal" : (par.slot == kSimSlotPd ? "Primal-dual" : "Dual");
   if (par.loglevel > 0) {
     VLRP_echotask(task, VLR_STREAM_LOG, "%s simplex optimizer started.\n", name);
   }
-  VLR_checkcallbacks(task,
-                     primal ? VLR_CALLBACK_BEGIN_PRIMAL_SIMPLEX : VLR_CALLBACK_BEGIN_DUAL_SIMPLEX);
+  VLR_checkcallbacks(task, velorsim_callbackcode(par.slot, 0));
   SimInfo info;
   VLR_simplex_optimize(sys, par, cb, lp, starthot, &sol, &info);
-  VLR_checkcallbacks(task,
-                     primal ? VLR_CALLBACK_END_PRIMAL_SIMPLEX : VLR_CALLBACK_END_DUAL_SIMPLEX);
+  VLR_checkcallbacks(task, velorsim_callbackcode(par.slot, 2));
 
   int32_t r = velorsim_response(task, info.response, handle.stop);
   if (info.response == kSimNoSpace) return r;
 
   const int32_t rr = VLR_putsimsol(task, VLR_SOL_BAS, lp, sol, info.prosta, info.solsta, sense);
   if (rr != VLR_RES_OK) return rr;
-  velorsim_report(task, info, sense, primal, par.loglevel);
+  velorsim_report(task, info, sense, par.slot, par.loglevel);
   return r;
 }
 
@@ -404,9 +429,6 @@ int32_t VLR_simplexoptimizer(Task* task, int32_t optimizer) {
           : VLR_OPTIMIZER_FREE_SIMPLEX;
   if (VLRP_getprobtype(task) != VLR_PROBTYPE_LO) {
     return VLR_RAISE(task, VLR_RES_ERR_INV_OPTIMIZER, sel);
-  }
-  if (sel == VLR_OPTIMIZER_PRIMAL_DUAL_SIMPLEX) {
-    return VLR_RAISE(task, VLR_RES_ERR_INV_OPTIMIZER, sel);  // not in this build yet
   }
   VLRP_putprivateintinf(task, kPiinfCurrentOptimizer, sel);
   try {

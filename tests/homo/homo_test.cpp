@@ -44,7 +44,7 @@ int32_t StopAt(void* handle, const vlr::HomIter& it) {
   return it.iter >= *static_cast<int32_t*>(handle) ? 7 : 0;
 }
 
-Out Solve(const Std& p, int32_t stopat = -1, int32_t maxiter = 200) {
+Out Solve(const Std& p, int32_t stopat = -1, int32_t maxiter = 200, int32_t start = 0) {
   vlr::SysEnv* sys = vlr::VLR_sysenv_make(0, 10, nullptr, nullptr, nullptr);
   Out o;
   o.x.assign(size_t(p.n) + 1, 0.0), o.s.assign(size_t(p.n) + 1, 0.0);
@@ -52,6 +52,7 @@ Out Solve(const Std& p, int32_t stopat = -1, int32_t maxiter = 200) {
   vlr::HomParam par;
   vlr::VLR_hs_setdefaults(&par);
   par.maxiter = maxiter;
+  par.startpoint = start;
   vlr::HomCallbacks cb;
   if (stopat >= 0) cb.handle = &stopat, cb.iter = StopAt;
   vlr::HomSol sol{o.x.data(), o.s.data(), o.su.data(), o.y.data()};
@@ -75,27 +76,34 @@ Std Small() {
   return p;
 }
 
+// Each start (constant, computed from the data) reaches the same optimum and certificates.
+constexpr int32_t kStarts[] = {VLR_STARTING_POINT_FREE, VLR_STARTING_POINT_GUESS,
+                               VLR_STARTING_POINT_CONSTANT};
+
 TEST(Homo, OptimumWithAnUpperBoundAndItsDuals) {
   const Std p = Small();
-  const Out o = Solve(p);
-  ASSERT_EQ(o.info.resp, 0);
-  ASSERT_EQ(o.info.solsta, VLR_SOL_STA_OPTIMAL);
-  EXPECT_EQ(o.info.prosta, VLR_PRO_STA_PRIM_AND_DUAL_FEAS);
-  EXPECT_NEAR(o.info.pobj, -7.0, 1e-7);
-  EXPECT_NEAR(o.info.dobj, -7.0, 1e-7);
-  EXPECT_NEAR(o.x[0], 1.0, 1e-7);
-  EXPECT_NEAR(o.x[3], 3.0, 1e-7);
-  // The dual equations A'y + s - su = c and the gap, recomputed.
-  for (int32_t j = 0; j < p.n; ++j) {
-    double r = p.c[size_t(j)] - o.s[size_t(j)] + (j == 3 ? o.su[0] : 0.0);
-    for (int64_t k = p.beg[size_t(j)]; k < p.beg[size_t(j) + 1]; ++k)
-      r -= p.val[size_t(k)] * o.y[size_t(p.sub[size_t(k)])];
-    EXPECT_NEAR(r, 0.0, 1e-7) << j;
-    EXPECT_GE(o.s[size_t(j)], 0.0);
+  for (int32_t start : kStarts) {
+    SCOPED_TRACE(start);
+    const Out o = Solve(p, -1, 200, start);
+    ASSERT_EQ(o.info.resp, 0);
+    ASSERT_EQ(o.info.solsta, VLR_SOL_STA_OPTIMAL);
+    EXPECT_EQ(o.info.prosta, VLR_PRO_STA_PRIM_AND_DUAL_FEAS);
+    EXPECT_NEAR(o.info.pobj, -7.0, 1e-7);
+    EXPECT_NEAR(o.info.dobj, -7.0, 1e-7);
+    EXPECT_NEAR(o.x[0], 1.0, 1e-7);
+    EXPECT_NEAR(o.x[3], 3.0, 1e-7);
+    // The dual equations A'y + s - su = c and the gap, recomputed.
+    for (int32_t j = 0; j < p.n; ++j) {
+      double r = p.c[size_t(j)] - o.s[size_t(j)] + (j == 3 ? o.su[0] : 0.0);
+      for (int64_t k = p.beg[size_t(j)]; k < p.beg[size_t(j) + 1]; ++k)
+        r -= p.val[size_t(k)] * o.y[size_t(p.sub[size_t(k)])];
+      EXPECT_NEAR(r, 0.0, 1e-7) << j;
+      EXPECT_GE(o.s[size_t(j)], 0.0);
+    }
+    EXPECT_NEAR(p.b[0] * o.y[0] + p.b[1] * o.y[1] - 3 * o.su[0], -7.0, 1e-7);
+    EXPECT_GT(o.info.iter, 2);
+    EXPECT_LT(o.info.iter, 30);
   }
-  EXPECT_NEAR(p.b[0] * o.y[0] + p.b[1] * o.y[1] - 3 * o.su[0], -7.0, 1e-7);
-  EXPECT_GT(o.info.iter, 2);
-  EXPECT_LT(o.info.iter, 30);
 }
 
 // x0 + x1 = 5 with x1 <= 1 and x0 <= 2 (both upper-bounded): infeasible. The certificate has
@@ -108,13 +116,16 @@ TEST(Homo, PrimalInfeasibilityGivesANormalisedFarkasVector) {
   p.Col({{0, 1}}, 1);
   p.nup = 2;
   p.ub = {2, 1};
-  const Out o = Solve(p);
-  ASSERT_EQ(o.info.solsta, VLR_SOL_STA_PRIM_INFEAS_CER);
-  EXPECT_EQ(o.info.prosta, VLR_PRO_STA_PRIM_INFEAS);
-  EXPECT_NEAR(5 * o.y[0] - 2 * o.su[0] - o.su[1], 1.0, 1e-9);
-  for (size_t j = 0; j < 2; ++j) {
-    EXPECT_NEAR(o.y[0] + o.s[j] - o.su[j], 0.0, 1e-6) << j;
-    EXPECT_GE(o.su[j], 0.0);
+  for (int32_t start : kStarts) {
+    SCOPED_TRACE(start);
+    const Out o = Solve(p, -1, 200, start);
+    ASSERT_EQ(o.info.solsta, VLR_SOL_STA_PRIM_INFEAS_CER);
+    EXPECT_EQ(o.info.prosta, VLR_PRO_STA_PRIM_INFEAS);
+    EXPECT_NEAR(5 * o.y[0] - 2 * o.su[0] - o.su[1], 1.0, 1e-9);
+    for (size_t j = 0; j < 2; ++j) {
+      EXPECT_NEAR(o.y[0] + o.s[j] - o.su[j], 0.0, 1e-6) << j;
+      EXPECT_GE(o.su[j], 0.0);
+    }
   }
 }
 
@@ -125,11 +136,14 @@ TEST(Homo, DualInfeasibilityGivesANormalisedRay) {
   p.b = {1};
   p.Col({{0, 1}}, -1);
   p.Col({{0, -1}}, 0);
-  const Out o = Solve(p);
-  ASSERT_EQ(o.info.solsta, VLR_SOL_STA_DUAL_INFEAS_CER);
-  EXPECT_EQ(o.info.prosta, VLR_PRO_STA_DUAL_INFEAS);
-  EXPECT_NEAR(-o.x[0], -1.0, 1e-9);
-  EXPECT_NEAR(o.x[0] - o.x[1], 0.0, 1e-6);
+  for (int32_t start : kStarts) {
+    SCOPED_TRACE(start);
+    const Out o = Solve(p, -1, 200, start);
+    ASSERT_EQ(o.info.solsta, VLR_SOL_STA_DUAL_INFEAS_CER);
+    EXPECT_EQ(o.info.prosta, VLR_PRO_STA_DUAL_INFEAS);
+    EXPECT_NEAR(-o.x[0], -1.0, 1e-9);
+    EXPECT_NEAR(o.x[0] - o.x[1], 0.0, 1e-6);
+  }
 }
 
 // The logger's stop and the iteration limit end the run with their responses and an unknown

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "cpub/sysenv.h"
+#include "failalloc.h"
 #include "netopt/netgen.h"
 #include "netopt/netopt.h"
 #include "velor.h"
@@ -298,17 +299,6 @@ TEST_F(NetTest, PartOfTheProblemLeavesTheOtherRowsBasic) {
   EXPECT_EQ(r.info.solsta, VLR_SOL_STA_PRIM_INFEAS_CER);
 }
 
-// Allocations left before a pretend failure (-1 never).
-int64_t g_left = -1;
-void* FailingMalloc(void*, size_t size) {
-  if (g_left == 0) return nullptr;
-  if (g_left > 0) --g_left;
-  return std::malloc(size);
-}
-void PlainFree(void*, void* p) {
-  std::free(p);
-}
-
 TEST(NetMemfail, EveryFailureIsNoSpaceWithNothingLeft) {
   netgen::Spec spec;
   spec.nodes = 30;
@@ -322,13 +312,14 @@ TEST(NetMemfail, EveryFailureIsNoSpaceWithNothingLeft) {
   NetParam par;
   par.loglevel = 0;
   for (int64_t k = 0;; ++k) {
-    SysEnv* sys = VLR_sysenv_make(0, 10, nullptr, FailingMalloc, PlainFree);
+    vlrtest::FailAlloc fa;
+    SysEnv* sys = VLR_sysenv_make(0, 10, &fa, vlrtest::FailMalloc, vlrtest::FailFree);
     ASSERT_NE(sys, nullptr);
     NetInfo info;
-    g_left = k;
+    fa.failat = k;
     const int32_t r =
         VLR_net_optimize(sys, par, NetCallbacks(), t.Lp(), sign.data(), colin.data(), &sol, &info);
-    g_left = -1;
+    fa.failat = -1;
     EXPECT_EQ(VLR_sysenv_delete(&sys), 0) << "k = " << k;
     if (r == kNetOk) {
       EXPECT_GT(k, 10);  // the allocations of setup each failed once

@@ -154,7 +154,7 @@ TEST_P(SimplexTest, SmallProblemPinsItsBasisAndIterations) {
   EXPECT_EQ(r.sk[2], VLR_SK_UPR);  // x0 at 3
   EXPECT_EQ(r.sk[3], VLR_SK_BAS);
   // Counts of this build's pricing and ratio tests, one road each.
-  EXPECT_EQ(r.Iters(), GetParam() == vlr::kSimSlotDual ? 2 : 1);
+  EXPECT_EQ(r.Iters(), GetParam() != vlr::kSimSlotPrimal ? 2 : 1);
 }
 
 // Beale's example cycles under the textbook rule; every road must end at -1.25.
@@ -221,7 +221,7 @@ TEST_P(SimplexTest, BoundSwapRatioTestPassesSeveralBreakPoints) {
   EXPECT_EQ(r.x[2], 1.0);
   EXPECT_EQ(r.x[3], 1.0);
   EXPECT_NEAR(r.x[4], 0.5, 1e-12);
-  if (GetParam() == vlr::kSimSlotDual) {
+  if (GetParam() != vlr::kSimSlotPrimal) {
     EXPECT_EQ(r.Iters(), 1);
   }
 }
@@ -309,11 +309,11 @@ TEST_P(SimplexTest, DualCrashStartsFromATriangularBasis) {
     EXPECT_EQ(r.info.numartificial, 0);
   }
   EXPECT_EQ(runs[0].info.numcrashed, 0);
-  if (GetParam() == vlr::kSimSlotDual) {
+  if (GetParam() != vlr::kSimSlotPrimal) {
     EXPECT_EQ(runs[1].info.numcrashed, k);
     EXPECT_EQ(runs[2].info.numcrashed, 1);  // a tenth of 14 rows
   }
-  if (GetParam() == vlr::kSimSlotDual) {
+  if (GetParam() != vlr::kSimSlotPrimal) {
     EXPECT_LT(runs[1].Iters(), runs[0].Iters());
   }
 }
@@ -322,7 +322,7 @@ TEST_P(SimplexTest, DualCrashStartsFromATriangularBasis) {
 // from the slack basis the dual keeps the true costs, stalls, and is kicked; the kicks leave the
 // optimum as it is.
 TEST_P(SimplexTest, AStallingHotStartIsKickedAndEndsAtTheSameOptimum) {
-  if (GetParam() != vlr::kSimSlotDual) GTEST_SKIP() << "kicks move the dual's costs";
+  if (GetParam() == vlr::kSimSlotPrimal) GTEST_SKIP() << "kicks move the dual's costs";
   const int32_t k = 150;
   Lp lp;
   for (int32_t i = 0; i < 2 * k; ++i)
@@ -350,10 +350,99 @@ TEST_P(SimplexTest, AStallingHotStartIsKickedAndEndsAtTheSameOptimum) {
   EXPECT_LT(hot.Iters(), 3000) << hot.info.degiter << " degenerate";
 }
 
+// A wide problem (ten columns a row, a few of them free) from a fixed sequence: the primal-dual
+// road works on subproblems of it, a free column's crash joins the start; every road ends at the
+// same optimum, and an added column that makes it unbounded gives a ray on every road.
+TEST_P(SimplexTest, WideProblemWithFreeColumnsEndsAtTheSameOptimumOnEveryRoad) {
+  Lp lp;
+  const int32_t m = 30, n = 300;
+  uint32_t seed = 7;
+  auto next = [&seed]() {
+    seed = seed * 1103515245u + 12345u;
+    return static_cast<double>((seed >> 8) % 1000) / 1000.0;
+  };
+  for (int32_t i = 0; i < m; ++i)
+    lp.Row(i % 3 == 0 ? VLR_BK_FX : VLR_BK_RA, 1.0 + i % 3, i % 3 == 0 ? 1.0 : 5.0 + i % 3);
+  for (int32_t j = 0; j < n; ++j) {
+    std::vector<std::pair<int32_t, double>> e;
+    for (int32_t i = 0; i < m; ++i)
+      if (next() < 0.15 || i == j % m) e.emplace_back(i, 0.5 + next());
+    const bool free = j % 50 == 7;
+    lp.Col(free ? 0.0 : 1.0 + next(), free ? VLR_BK_FR : VLR_BK_RA, free ? -kInf : 0.0,
+           free ? kInf : 4.0, e);
+  }
+  crash_ = 90;
+  const Outcome r = Solve(lp);
+  ASSERT_EQ(r.info.solsta, VLR_SOL_STA_OPTIMAL);
+  double obj = 0.0;
+  for (int32_t j = 0; j < n; ++j)
+    obj += lp.c[j] * r.x[m + j];
+  ExpectOptimal(lp, r, obj);
+  // The optimum itself, against the dual road's (on the primal and dual roads this restates the
+  // run above).
+  ::testing::Message msg;
+  msg << "slot " << GetParam();
+  static double reference = 0.0;
+  if (GetParam() == vlr::kSimSlotDual) reference = obj;
+  if (reference != 0.0) {
+    EXPECT_NEAR(obj, reference, 1e-7 * std::max(1.0, std::fabs(reference))) << msg;
+  }
+  // A free column with a cost along which every row stays put: unbounded.
+  lp.Col(-1.0, VLR_BK_FR, -kInf, kInf, {});
+  const Outcome u = Solve(lp);
+  EXPECT_EQ(u.info.solsta, VLR_SOL_STA_DUAL_INFEAS_CER) << msg;
+}
+
 INSTANTIATE_TEST_SUITE_P(Roads, SimplexTest,
-                         ::testing::Values(vlr::kSimSlotDual, vlr::kSimSlotPrimal),
+                         ::testing::Values(vlr::kSimSlotDual, vlr::kSimSlotPrimal, vlr::kSimSlotPd),
                          [](const ::testing::TestParamInfo<int32_t>& p) {
-                           return std::string(p.param == vlr::kSimSlotDual ? "dual" : "primal");
+                           return std::string(p.param == vlr::kSimSlotDual     ? "dual"
+                                              : p.param == vlr::kSimSlotPrimal ? "primal"
+                                                                               : "pd");
                          });
+
+// Maximum transversals of small patterns: a permuted diagonal, a set one short of full rank, and
+// one where the first greedy choice must be undone by an augmenting path.
+TEST(SimplexKernels, MaxTransversalMatchesRowsToColumns) {
+  vlr::SysEnv* sys = vlr::VLR_sysenv_make(0, 10, nullptr, nullptr, nullptr);
+  struct Pattern {
+    int32_t m;
+    std::vector<int64_t> beg;
+    std::vector<int32_t> idx;
+    int32_t rank;
+  };
+  const Pattern cases[] = {
+      {3, {0, 1, 2, 3}, {2, 0, 1}, 3},             // columns on rows 2, 0, 1
+      {3, {0, 2, 4, 6}, {0, 1, 0, 1, 0, 1}, 2},    // three columns in two rows
+      {2, {0, 2, 3}, {0, 1, 0}, 2},                // column 0 must give row 0 up
+      {3, {0, 0, 1}, {1}, 1},                      // an empty column
+      {4, {0, 3, 4, 5, 6}, {0, 1, 2, 0, 0, 3}, 3}  // columns 1 and 2 compete for row 0
+  };
+  for (const Pattern& p : cases) {
+    const auto ncol = static_cast<int32_t>(p.beg.size()) - 1;
+    std::vector<int32_t> cols(static_cast<size_t>(ncol)), rmatch(static_cast<size_t>(p.m), -7);
+    for (int32_t c = 0; c < ncol; ++c)
+      cols[static_cast<size_t>(c)] = c;
+    const int32_t rank = vlr::VLR_simplex_maxtransversal(sys, p.m, p.beg.data(), p.idx.data(), ncol,
+                                                         cols.data(), rmatch.data());
+    EXPECT_EQ(rank, p.rank);
+    // Each matched row holds an entry of its column, and no column is matched twice.
+    std::vector<int32_t> used(static_cast<size_t>(ncol), 0);
+    int32_t matched = 0;
+    for (int32_t i = 0; i < p.m; ++i) {
+      const int32_t c = rmatch[static_cast<size_t>(i)];
+      ASSERT_GE(c, -1);
+      if (c < 0) continue;
+      ++matched;
+      EXPECT_EQ(++used[static_cast<size_t>(c)], 1) << "column " << c;
+      bool entry = false;
+      for (int64_t t = p.beg[static_cast<size_t>(c)]; t < p.beg[static_cast<size_t>(c) + 1]; ++t)
+        entry = entry || p.idx[static_cast<size_t>(t)] == i;
+      EXPECT_TRUE(entry) << "row " << i << " column " << c;
+    }
+    EXPECT_EQ(matched, p.rank);
+  }
+  EXPECT_EQ(vlr::VLR_sysenv_delete(&sys), 0);
+}
 
 }  // namespace
