@@ -691,6 +691,8 @@ INSTANTIATE_TEST_SUITE_P(Opt, NetlibDefault, ::testing::ValuesIn(DefaultCases("n
                          DefaultName);
 INSTANTIATE_TEST_SUITE_P(Large, NetlibDefault, ::testing::ValuesIn(DefaultCases("netlib", true)),
                          DefaultName);
+INSTANTIATE_TEST_SUITE_P(LargeDev, NetlibDefault, ::testing::ValuesIn(DefaultCases("lp-dev", true)),
+                         DefaultName);
 INSTANTIATE_TEST_SUITE_P(Large, NetlibDefaultInfeasible,
                          ::testing::ValuesIn(DefaultCases("netlib-infeas", false)), DefaultName);
 INSTANTIATE_TEST_SUITE_P(LargeIpm, NetlibDefaultInfeasible,
