@@ -7,7 +7,10 @@
 
 // The loops here are left to the vectoriser; on x86-64 each is built for AVX2 as well and the
 // processor's best is taken when the library loads (a run repeats bit for bit on one machine).
-#if defined(__x86_64__) && !defined(__AVX2__) && defined(__GNUC__) && !defined(__clang__)
+// Not under a sanitizer: the loader runs the choice before the sanitizer's own start, and the
+// thread sanitizer's instrumented code then fails.
+#if defined(__x86_64__) && !defined(__AVX2__) && defined(__GNUC__) && !defined(__clang__) && \
+    !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__)
 #define VLR_LALIB_CLONES __attribute__((target_clones("arch=x86-64-v3", "default")))
 #else
 #define VLR_LALIB_CLONES
