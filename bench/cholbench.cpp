@@ -130,7 +130,7 @@ Sym RandomNormal(int32_t m, int32_t k, uint32_t seed) {
 }
 
 // Exact fill and flops of a permutation.
-vlr::OrderCount Count(vlr::SysEnv* sys, const Sym& s, const int32_t* perm) {
+[[maybe_unused]] vlr::OrderCount Count(vlr::SysEnv* sys, const Sym& s, const int32_t* perm) {
   std::vector<int32_t> len(s.n);
   for (int32_t j = 0; j < s.n; ++j)
     len[j] = static_cast<int32_t>(s.beg[j + 1] - s.beg[j]);

@@ -188,6 +188,43 @@ bool opt_infeasible(int32_t solsta) {
          solsta == VLR_SOL_STA_NEAR_PRIM_INFEAS_CER || solsta == VLR_SOL_STA_NEAR_DUAL_INFEAS_CER;
 }
 
+// A ray proves the problem unbounded only if it has a feasible point. Before a ray is the answer,
+// the problem is solved once more with the costs set to zero: when that gives a Farkas
+// certificate, the problem is infeasible as well, and the certificate (the stronger statement)
+// replaces the ray.
+void opt_checkray(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIpmCallbacks& cb,
+                  SimSol* sol, slvi* info) {
+  const bool ray = info->solsta == VLR_SOL_STA_DUAL_INFEAS_CER ||
+                   info->solsta == VLR_SOL_STA_NEAR_DUAL_INFEAS_CER;
+  if (info->resp != 0 || !ray || lp.m == 0) return;
+  const int32_t nt = lp.m + lp.n;
+  SysBuf<double> zero(sys, VLR_HERE, std::max(lp.n, 1));
+  SysBuf<int32_t> fsk(sys, VLR_HERE, std::max(nt, 1));
+  SysBuf<double> fdb(sys, VLR_HERE, 2 * int64_t{nt} + lp.m + 1);
+  if (!zero || !fsk || !fdb) return;  // the ray stands; it is a valid answer on its own
+  SimLp fl = lp;
+  fl.c = zero.get();
+  fl.cfix = 0.0;
+  SimSol fs;
+  fs.sk = fsk.get();
+  fs.x = fdb.get();
+  fs.d = fs.x + nt;
+  fs.y = fs.d + nt;
+  slvi fi;
+  opt_text(cb,
+           "A ray was found; the problem is solved with zero costs for a certificate of "
+           "infeasibility.\n");
+  opt_solvestd(sys, par, fl, cb, &fs, &fi);
+  info->iterations += fi.iterations;
+  if (fi.resp != 0 || fi.solsta != VLR_SOL_STA_PRIM_INFEAS_CER) return;
+  std::copy(fs.sk, fs.sk + nt, sol->sk);
+  std::copy(fs.x, fs.x + nt, sol->x);
+  std::copy(fs.d, fs.d + nt, sol->d);
+  std::copy(fs.y, fs.y + lp.m, sol->y);
+  info->prosta = VLR_PRO_STA_PRIM_AND_DUAL_INFEAS;
+  info->solsta = VLR_SOL_STA_PRIM_INFEAS_CER;
+}
+
 // Bounds that no point meets: the variables' keys say so and their duals are the certificate.
 bool opt_checkfeas(const optpar& par, const SimLp& lp, SimSol* sol, slvi* info) {
   const int32_t nt = lp.m + lp.n;
@@ -436,6 +473,8 @@ void VLR_opt_ipmslv(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIp
     if (basok) {
       info->biresp = opt_confirmbasis(sys, par, cb, lp, bas, info);
       info->biused = opt_keepbasis(par, info->biresp) ? 1 : 0;
+      // A basis that the simplex confirmed settles a run whose interior point stalled.
+      if (info->biresp == 0) info->resp = 0;
     }
     if (dobi && info->biused == 0) opt_clearbas(lp.m, lp.n, bas);
     if (!again || info->resp == 1) {
@@ -454,18 +493,20 @@ void VLR_opt_ipmslv(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIp
   }
   const double tipm = VLR_sysenv_getwctime(sys);
   opt_solvestd(sys, par, lp, cb, itr, info);
+  opt_checkray(sys, par, lp, cb, itr, info);
   info->ipmtime += VLR_sysenv_getwctime(sys) - tipm;
+  if (info->resp != 0) {
+    info->prosta = VLR_PRO_STA_UNKNOWN;
+    info->solsta = VLR_SOL_STA_UNKNOWN;
+  }
   if (bas != nullptr && opt_wantbi(par, *info)) {
     info->biresp = opt_basind(sys, par, cb, lp, *itr, bas, info);
     if (opt_keepbasis(par, info->biresp)) {
       info->biresp = opt_confirmbasis(sys, par, cb, lp, bas, info);
       info->biused = opt_keepbasis(par, info->biresp) ? 1 : 0;
+      if (info->biresp == 0) info->resp = 0;
     }
     if (info->biused == 0) opt_clearbas(lp.m, lp.n, bas);
-  }
-  if (info->resp != 0) {
-    info->prosta = VLR_PRO_STA_UNKNOWN;
-    info->solsta = VLR_SOL_STA_UNKNOWN;
   }
   if (!opt_infeasible(info->solsta)) {
     double po, dobj;
