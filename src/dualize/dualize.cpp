@@ -350,6 +350,29 @@ void dualize_ray(const DualizeRec* rec, const SimLp& lp, const SimSol& ds, SimSo
   }
 }
 
+// The primal's values from an interior solution of the dual: x(j) = beta(j) - (dual row's dual)
+// where the column keeps a row. A folded column sits at beta(j), except the member that sets the
+// bound of y(i): the dual's reduced cost of y(i) is what row i's activity exceeds its side by with
+// the group at beta, and when the member's bound is the one y(i) presses, the member takes that
+// excess up and the row sits at its side.
+void dualize_interior(const DualizeRec* rec, const SimLp& lp, const SimSol& ds, SimSol* ps) {
+  const int32_t m = lp.m, n = lp.n, md = rec->mdual;
+  double* x = ps->x;
+  for (int32_t j = 0; j < n; ++j) {
+    const int32_t row = rec->colrow[j];
+    x[m + j] = dualize_ref(lp, m + j) - (row >= 0 ? ds.y[row] : 0.0);
+  }
+  for (int32_t i = 0; i < m; ++i) {
+    const int32_t src = rec->rowsrc[i], kk = rec->rowcol[i];
+    if (src < 0 || kk < 0 || rec->colplan[src] != kPlanFold) continue;
+    x[m + src] -= ds.d[md + kk] / lp.aval[lp.abeg[src]];
+  }
+  dualize_activity(lp, x);
+  for (int32_t i = 0; i < m; ++i)
+    ps->y[i] = dualize_yvalue(rec, lp, ds.x, i);
+  dualize_reduced(lp, ps->y, true, ps->d);
+}
+
 }  // namespace
 
 // The shape of the dual depends on the bound keys and the pattern (and the signs of singleton
@@ -530,6 +553,9 @@ int32_t VLR_dualize_getprimal(DualizeRec* rec, const SimLp& lp, int32_t kind, co
   switch (kind) {
     case kDualizeBasic:
       dualize_basic(rec, lp, dualsol, primalsol);
+      break;
+    case kDualizeInterior:
+      dualize_interior(rec, lp, dualsol, primalsol);
       break;
     case kDualizePrimalRay:  // the dual's ray is a Farkas vector of the primal
       for (int32_t i = 0; i < lp.m; ++i)

@@ -15,6 +15,7 @@ enum DualizeSolKind : int32_t {
   kDualizeBasic = 0,      // a basic solution (optimal or not)
   kDualizePrimalRay = 1,  // the dual problem's primal ray (its dual infeasibility certificate)
   kDualizeDualRay = 2,    // the dual problem's Farkas vector (its primal infeasibility certificate)
+  kDualizeInterior = 3,   // an interior solution: values and duals, no status keys
 };
 
 struct DualizeRec;  // the maps of a formed dual; private to src/dualize
@@ -50,7 +51,9 @@ int32_t VLR_dualize_getdual(DualizeRec* rec, const SimLp& lp, const SimSol& prim
 
 // The primal solution from the dual's: for kind kDualizeBasic a basic solution of the primal
 // (m basic keys) with values, duals and reduced costs; for kDualizePrimalRay the primal's
-// Farkas vector (y, d; status keys untouched); for kDualizeDualRay the primal's ray (x).
+// Farkas vector (y, d; status keys untouched); for kDualizeDualRay the primal's ray (x); for
+// kDualizeInterior the primal's values, duals and reduced costs from the dual's values and duals
+// alone (status keys untouched).
 // Returns 0, or 1 when memory ran out.
 int32_t VLR_dualize_getprimal(DualizeRec* rec, const SimLp& lp, int32_t kind, const SimSol& dualsol,
                               SimSol* primalsol);

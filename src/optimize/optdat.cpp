@@ -269,6 +269,11 @@ void VLR_opt_reverse(const SimLp& lp, const odat& d, const HomSol& hs, int32_t s
     }
     sol->d[m + j] = dj;
   }
+  VLR_opt_interiorkeys(lp, sol);
+}
+
+void VLR_opt_interiorkeys(const SimLp& lp, SimSol* sol) {
+  const int32_t m = lp.m, nt = lp.m + lp.n;
   // Keys of an interior point: at a bound when the distance to it is below its dual's size.
   for (int32_t k = 0; k < nt; ++k) {
     const int32_t key = lp.bk[k];

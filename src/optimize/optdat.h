@@ -42,5 +42,8 @@ void VLR_opt_deldat(SysEnv* sys, odat* d);
 // A solution, certificate or ray of the scaled standard form back on lp, into sol (values,
 // duals, reduced costs and keys; sol->d is filled from y).
 void VLR_opt_reverse(const SimLp& lp, const odat& d, const HomSol& hs, int32_t solsta, SimSol* sol);
+// Status keys of an interior point from its values and reduced costs: a variable is at a bound
+// when its distance to it is below its dual's size.
+void VLR_opt_interiorkeys(const SimLp& lp, SimSol* sol);
 
 }  // namespace vlr

@@ -91,7 +91,7 @@ int32_t VLR_opt_chooseroad(const OptChoice& choice);
 // optimise entry copies the task's parameters over them.
 struct optpar {
   int32_t loglevel = 0;
-  int32_t solveform = 0;  // 0 free, 1 primal, 2 dual (only the primal form is built)
+  int32_t solveform = 0;  // 0 free, 1 primal, 2 dual
   int32_t basismode = 0;
   int32_t maxiter = 200;
   int32_t ordermethod = 0;

@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "basic/basic.h"
+#include "dualize/dualize.h"
 #include "optimize/optdat.h"
 #include "prslv/prslv.h"
 #include "simplex/simplex.h"
@@ -124,8 +125,10 @@ void opt_homparam(const optpar& par, HomParam* hp) {
 }
 
 // Solves lp in its standard form into sol (sized for lp); the statuses and measures go to info.
+// With dual set, lp is the dual of the problem given, and the log shows the objective with the
+// given problem's sign.
 void opt_solvestd(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIpmCallbacks& cb,
-                  SimSol* sol, slvi* info) {
+                  SimSol* sol, slvi* info, bool dual = false) {
   odat d;
   if (!VLR_opt_prepare(sys, lp, &d)) {
     info->resp = 1;
@@ -143,7 +146,7 @@ void opt_solvestd(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIpmC
   hl.c = d.cx;
   hl.ub = d.ub;
   hl.cfix = d.cfix;
-  hl.objscale = d.objscale;
+  hl.objscale = dual ? -d.objscale : d.objscale;
   info->nrow = d.nrow;
   info->ncol = d.ncol;
   SysBuf<double> block(sys, VLR_HERE, 2 * int64_t{d.ncol} + d.nbup + d.nrow + 1);
@@ -183,9 +186,223 @@ void opt_solvestd(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIpmC
   VLR_opt_deldat(sys, &d);
 }
 
+// One form's shape for the choice between the primal and the dual: its rows, the longest
+// column that the dense cut-off leaves sparse and the count of columns over it.
+struct OptShape {
+  int32_t rows = 0, cols = 0, maxden = 0, numden = 0;
+};
+
+// The dense cut-off over a histogram of column lengths (hist[l] columns of length l, l up to
+// maxlen): from the longest length down, the cut-off d whose cost k (0.2 R + k) + d R is least,
+// k the columns over d, the earliest on a tie.
+void opt_cutoff(const optpar& par, const int32_t* hist, int32_t maxlen, OptShape* f) {
+  const double r = f->rows;
+  int32_t best = maxlen;
+  double bestcost = double(maxlen) * r, k = 0.0;
+  for (int32_t d = maxlen - 1; d >= 0; --d) {
+    k += hist[d + 1];
+    const double cost = k * (0.2 * r + k) + double(d) * r;
+    if (cost < bestcost) bestcost = cost, best = d;
+  }
+  const int32_t cut = par.offcoltrh == 0 ? f->rows + 1 : std::max(par.offcoltrh / 2, best);
+  f->maxden = 0;
+  f->numden = 0;
+  for (int32_t l = 0; l <= maxlen; ++l) {
+    if (hist[l] == 0) continue;
+    if (l > cut) {
+      f->numden += hist[l];
+    } else {
+      f->maxden = l;
+    }
+  }
+}
+
+// Whether the interior point solves the dual: by the rows of the two forms first, then by their
+// dense columns, and at the last by a count of long rows against long columns. The free choice
+// takes the dual only when at most one in a hundred of its variables is free: the standard form
+// splits a free variable in two, and on duals of problems with many equality rows (stocfor3,
+// agg) that cost the interior point its accuracy or its convergence.
+bool opt_choosedual(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIpmCallbacks& cb) {
+  if (par.solveform == VLR_SOLVE_PRIMAL || lp.m == 0 || lp.n == 0) return false;
+  const int32_t m = lp.m, n = lp.n;
+  int32_t md = 0, nd = 0, nfree = 0, nfixed = 0;
+  int64_t nzd = 0;
+  VLR_dualize_getdualsize(lp, 0, 0, &md, &nd, &nzd, &nfree, &nfixed);
+  if (md == 0) return false;
+  if (par.solveform == VLR_SOLVE_DUAL) return true;
+  SysBuf<int32_t> rowlen(sys, VLR_HERE, m);
+  SysBuf<int32_t> hist(sys, VLR_HERE, int64_t{std::max(m, n)} + 2);
+  if (!rowlen || !hist) return false;
+  OptShape pf, df;
+  int32_t ranged = 0, dranged = 0, sing = 0, maxcol = 0, maxrow = 0, dfree = 0;
+  for (int32_t i = 0; i < m; ++i) {
+    if (lp.bk[i] != VLR_BK_FR) ++pf.rows;
+    if (lp.bk[i] == VLR_BK_RA) ++ranged;
+    if (lp.bk[i] == VLR_BK_FX) ++dfree;
+  }
+  // The primal's columns: those not fixed, their lengths over rows that are not free.
+  for (int32_t j = 0; j < n; ++j) {
+    const int32_t key = lp.bk[m + j];
+    int32_t len = 0;
+    for (int64_t k = lp.abeg[j]; k < lp.abeg[j + 1]; ++k) {
+      if (lp.bk[lp.aidx[k]] == VLR_BK_FR) continue;
+      ++len;
+      if (key != VLR_BK_FX) ++rowlen[lp.aidx[k]];
+    }
+    if (key == VLR_BK_RA) ++dranged;
+    if (len == 1) ++sing;
+    if (key == VLR_BK_FX) continue;
+    ++pf.cols;
+    ++hist[len];
+    maxcol = std::max(maxcol, len);
+  }
+  opt_cutoff(par, hist.get(), maxcol, &pf);
+  // The dual's columns: a row's dual variables (two for a ranged row) and the slacks of ranged
+  // columns, of length 1.
+  std::fill(hist.get(), hist.get() + std::max(m, n) + 2, 0);
+  df.rows = md;
+  df.cols = nd;
+  for (int32_t i = 0; i < m; ++i) {
+    if (lp.bk[i] == VLR_BK_FR) continue;
+    hist[rowlen[i]] += lp.bk[i] == VLR_BK_RA ? 2 : 1;
+    maxrow = std::max(maxrow, rowlen[i]);
+  }
+  hist[1] += dranged;
+  opt_cutoff(par, hist.get(), std::max(maxrow, 1), &df);
+  if (par.loglevel > 0) {
+    char line[96];
+    auto row = [&](const char* what, int64_t p, int64_t d) {
+      std::snprintf(line, sizeof line, "%-20s  %8lld  %8lld\n", what, static_cast<long long>(p),
+                    static_cast<long long>(d));
+      opt_text(cb, line);
+    };
+    std::snprintf(line, sizeof line, "%-20s  %8s  %8s\n", "", "Primal", "Dual");
+    opt_text(cb, line);
+    row("Rows", pf.rows, df.rows);
+    row("Columns", pf.cols, df.cols);
+    row("Variables", int64_t{pf.rows} + pf.cols, int64_t{df.rows} + df.cols);
+    row("Ranged rows", ranged, dranged);
+    row("Free", nfree, dfree);
+    row("num(sing)", sing, n - nfixed - md);
+    row("nz(A)", lp.abeg[n], nzd);
+    row("max(den) excl.", pf.maxden, df.maxden);
+    row("num(den)", pf.numden, df.numden);
+  }
+  if (100 * int64_t{dfree} > nd) return false;
+  const int64_t rp = pf.rows, rd = df.rows, dp = pf.maxden, dd = df.maxden, np = pf.numden,
+                ndn = df.numden;
+  // 0 primal, 1 dual, 4 and 5 the steps that decide otherwise.
+  int32_t step = 0;
+  if (rd < rp) {
+    if (!(4 * rp < 5 * rd)) return true;
+    if (!(dp < dd || np < ndn)) return true;
+    step = 4;
+  } else {
+    if (rd <= 2 * rp && 3 * dd <= 2 * dp && ndn <= 2 * np) {
+      step = 5;
+    } else if (!(4 * rp < 5 * rd)) {
+      return true;
+    } else if (rd <= rp && !(dp < dd || np < ndn)) {
+      return true;
+    } else {
+      step = 4;
+    }
+  }
+  if (step == 4) {
+    if (rp / 2 < rd || 10 * dd < 8 * rd) {
+      const bool all =
+          4 * rd < 5 * rp && (rd < rp || dd < dp || ndn < np) && (rd / 2 < rp || 10 * dp < 8 * rp);
+      if (!all) return false;
+    } else {
+      return true;
+    }
+  }
+  // The count test: long rows against long columns.
+  const int64_t nz = lp.abeg[n];
+  const int64_t cut = nz * 10 / (int64_t{m} + n) + 2;
+  int32_t pnumden = 0, dnumden = 0;
+  std::fill(rowlen.get(), rowlen.get() + m, 0);
+  for (int32_t j = 0; j < n; ++j) {
+    if (lp.abeg[j + 1] - lp.abeg[j] > cut) ++pnumden;
+    for (int64_t k = lp.abeg[j]; k < lp.abeg[j + 1]; ++k)
+      ++rowlen[lp.aidx[k]];
+  }
+  for (int32_t i = 0; i < m; ++i)
+    if (rowlen[i] > cut) ++dnumden;
+  if (par.loglevel > 4) {
+    char line[96];
+    std::snprintf(line, sizeof line, "cutoff: %lld pnumden: %d dnumden: %d\n",
+                  static_cast<long long>(cut), pnumden, dnumden);
+    opt_text(cb, line);
+  }
+  return dnumden <= pnumden;
+}
+
 bool opt_infeasible(int32_t solsta) {
   return solsta == VLR_SOL_STA_PRIM_INFEAS_CER || solsta == VLR_SOL_STA_DUAL_INFEAS_CER ||
          solsta == VLR_SOL_STA_NEAR_PRIM_INFEAS_CER || solsta == VLR_SOL_STA_NEAR_DUAL_INFEAS_CER;
+}
+
+// Solves lp through its explicit dual: the interior point runs on the dual, and its solution,
+// ray or certificate is read back as the given problem's certificate, solution or ray.
+void opt_solvedual(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIpmCallbacks& cb,
+                   SimSol* sol, slvi* info) {
+  DualizeRec* rec = nullptr;
+  SimLp dl;
+  if (VLR_dualize_formdual(sys, lp, 0, &rec, &dl) != 0) {
+    info->resp = 1;
+    return;
+  }
+  const int32_t dt = dl.m + dl.n, nt = lp.m + lp.n;
+  SysBuf<int32_t> dsk(sys, VLR_HERE, std::max(dt, 1));
+  SysBuf<double> ddb(sys, VLR_HERE, 2 * int64_t{dt} + dl.m + 1);
+  if (!dsk || !ddb) {
+    VLR_dualize_delete(&rec);
+    info->resp = 1;
+    return;
+  }
+  SimSol ds;
+  ds.sk = dsk.get();
+  ds.x = ddb.get();
+  ds.d = ds.x + dt;
+  ds.y = ds.d + dt;
+  opt_text(cb, "The dual is solved in place of the problem given.\n");
+  opt_solvestd(sys, par, dl, cb, &ds, info, true);
+  info->isdual = 1;
+  std::fill(sol->x, sol->x + nt, 0.0);
+  std::fill(sol->d, sol->d + nt, 0.0);
+  std::fill(sol->y, sol->y + lp.m, 0.0);
+  switch (info->solsta) {
+    case VLR_SOL_STA_DUAL_INFEAS_CER:  // the dual's ray certifies the given problem infeasible
+    case VLR_SOL_STA_NEAR_DUAL_INFEAS_CER:
+      VLR_dualize_getprimal(rec, lp, kDualizePrimalRay, ds, sol);
+      info->prosta = VLR_PRO_STA_PRIM_INFEAS;
+      info->solsta = info->solsta == VLR_SOL_STA_DUAL_INFEAS_CER ? VLR_SOL_STA_PRIM_INFEAS_CER
+                                                                 : VLR_SOL_STA_NEAR_PRIM_INFEAS_CER;
+      break;
+    case VLR_SOL_STA_PRIM_INFEAS_CER:  // the dual's certificate is the given problem's ray
+    case VLR_SOL_STA_NEAR_PRIM_INFEAS_CER:
+      VLR_dualize_getprimal(rec, lp, kDualizeDualRay, ds, sol);
+      info->prosta = VLR_PRO_STA_DUAL_INFEAS;
+      info->solsta = info->solsta == VLR_SOL_STA_PRIM_INFEAS_CER ? VLR_SOL_STA_DUAL_INFEAS_CER
+                                                                 : VLR_SOL_STA_NEAR_DUAL_INFEAS_CER;
+      break;
+    default:
+      VLR_dualize_getprimal(rec, lp, kDualizeInterior, ds, sol);
+      break;
+  }
+  VLR_opt_interiorkeys(lp, sol);
+  VLR_dualize_delete(&rec);
+}
+
+// Solves lp in the form the choice gives.
+void opt_solveform(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIpmCallbacks& cb,
+                   SimSol* sol, slvi* info) {
+  if (opt_choosedual(sys, par, lp, cb)) {
+    opt_solvedual(sys, par, lp, cb, sol, info);
+  } else {
+    opt_solvestd(sys, par, lp, cb, sol, info);
+  }
 }
 
 // A ray proves the problem unbounded only if it has a feasible point. Before a ray is the answer,
@@ -214,7 +431,7 @@ void opt_checkray(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIpmC
   opt_text(cb,
            "A ray was found; the problem is solved with zero costs for a certificate of "
            "infeasibility.\n");
-  opt_solvestd(sys, par, fl, cb, &fs, &fi);
+  opt_solveform(sys, par, fl, cb, &fs, &fi);
   info->iterations += fi.iterations;
   if (fi.resp != 0 || fi.solsta != VLR_SOL_STA_PRIM_INFEAS_CER) return;
   std::copy(fs.sk, fs.sk + nt, sol->sk);
@@ -430,7 +647,7 @@ void VLR_opt_ipmslv(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIp
     rs.y = rs.d + rt;
     const double tipm = VLR_sysenv_getwctime(sys);
     if (rt > 0) {
-      opt_solvestd(sys, par, rl, cb, &rs, info);
+      opt_solveform(sys, par, rl, cb, &rs, info);
     } else {
       info->prosta = VLR_PRO_STA_PRIM_AND_DUAL_FEAS;
       info->solsta = VLR_SOL_STA_OPTIMAL;
@@ -473,8 +690,6 @@ void VLR_opt_ipmslv(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIp
     if (basok) {
       info->biresp = opt_confirmbasis(sys, par, cb, lp, bas, info);
       info->biused = opt_keepbasis(par, info->biresp) ? 1 : 0;
-      // A basis that the simplex confirmed settles a run whose interior point stalled.
-      if (info->biresp == 0) info->resp = 0;
     }
     if (dobi && info->biused == 0) opt_clearbas(lp.m, lp.n, bas);
     if (!again || info->resp == 1) {
@@ -492,7 +707,7 @@ void VLR_opt_ipmslv(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIp
              "certificate.\n");
   }
   const double tipm = VLR_sysenv_getwctime(sys);
-  opt_solvestd(sys, par, lp, cb, itr, info);
+  opt_solveform(sys, par, lp, cb, itr, info);
   opt_checkray(sys, par, lp, cb, itr, info);
   info->ipmtime += VLR_sysenv_getwctime(sys) - tipm;
   if (info->resp != 0) {
@@ -504,7 +719,6 @@ void VLR_opt_ipmslv(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIp
     if (opt_keepbasis(par, info->biresp)) {
       info->biresp = opt_confirmbasis(sys, par, cb, lp, bas, info);
       info->biused = opt_keepbasis(par, info->biresp) ? 1 : 0;
-      if (info->biresp == 0) info->resp = 0;
     }
     if (info->biused == 0) opt_clearbas(lp.m, lp.n, bas);
   }

@@ -682,21 +682,24 @@ TEST_P(NetlibDefault, EndsInAnOptimalBasisThatTheDataReproduce) {
 class NetlibDefaultInfeasible : public ::testing::TestWithParam<Case> {};
 
 // No basis is sought for an infeasible problem: the interior point's certificate is the answer.
-// Where the interior point stalls short of one (cplex2, feasible to 1e-9), the basis that follows
-// it is given to the simplex, whose certificate is then the answer.
+// Where the interior point stalls short of one (cplex2, feasible to 1e-9), the run says so, and
+// the basis that follows it is given to the simplex, whose certificate is then the answer.
 TEST_P(NetlibDefaultInfeasible, EndsInTheInteriorPointsCertificate) {
   const fs::path path(GetParam().path);
   auto env = vlrtest::MakeEnv();
   auto task = ReadTask(env.get(), path.string(), VLR_OPTIMIZER_FREE);
-  ASSERT_NO_FATAL_FAILURE(Optimize(task.get()));
+  int32_t trm = -1;
+  ASSERT_EQ(VLR_optimizetrm(task.get(), &trm), VLR_RES_OK) << vlrtest::LastError(task.get());
   const Lp p = TakeLp(task.get());
   const Sol s = TakeSol(task.get(), p, VLR_SOL_ITR);
-  if (s.solsta == VLR_SOL_STA_UNKNOWN) {
+  if (trm == VLR_RES_TRM_STALL) {
+    ASSERT_EQ(s.solsta, VLR_SOL_STA_UNKNOWN);
     const Sol b = TakeSol(task.get(), p, VLR_SOL_BAS);
     ASSERT_EQ(b.solsta, VLR_SOL_STA_PRIM_INFEAS_CER);
     ExpectCertificate(p, b, path.filename().string());
     return;
   }
+  ASSERT_EQ(trm, VLR_RES_OK);
   ASSERT_EQ(s.solsta, VLR_SOL_STA_PRIM_INFEAS_CER);
   ExpectCertificate(p, s, path.filename().string());
   double bitime = -1;

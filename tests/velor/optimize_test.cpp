@@ -126,11 +126,18 @@ struct Result {
   std::vector<double> xc, xx, y, slc, suc, slx, sux;
 };
 
-// A road without presolve is asked for as the optimizer plus kNoPresolve.
+// A road without presolve is asked for as the optimizer plus kNoPresolve; the interior point on
+// the explicit dual as the optimizer plus kDualForm.
 constexpr int32_t kNoPresolve = 100;
+constexpr int32_t kDualForm = 200;
 
 Result Solve(VLRtask_t task, int32_t optimizer) {
   Result out;
+  const bool dualform = optimizer >= kDualForm;
+  if (dualform) optimizer -= kDualForm;
+  EXPECT_EQ(
+      VLR_putintparam(task, VLR_IPAR_INTPNT_SOLVE_FORM, dualform ? VLR_SOLVE_DUAL : VLR_SOLVE_FREE),
+      VLR_RES_OK);
   const bool nopresolve = optimizer >= kNoPresolve;
   if (nopresolve) optimizer -= kNoPresolve;
   EXPECT_EQ(VLR_putintparam(task, VLR_IPAR_PRESOLVE_USE,
@@ -164,6 +171,12 @@ void ExpectValues(const std::vector<double>& got, const std::vector<double>& wan
 
 constexpr int32_t kSimplexRoads[] = {VLR_OPTIMIZER_DUAL_SIMPLEX, VLR_OPTIMIZER_FREE_SIMPLEX,
                                      VLR_OPTIMIZER_PRIMAL_SIMPLEX};
+
+int32_t IntInf(VLRtask_t task, int32_t item) {
+  int32_t v = -1;
+  EXPECT_EQ(VLR_getintinf(task, item, &v), VLR_RES_OK);
+  return v;
+}
 
 class LpSolve : public ::testing::TestWithParam<int32_t> {
  protected:
@@ -511,6 +524,9 @@ TEST_P(IpmSolve, EveryBoundKeyAndBothSenses) {
   ASSERT_EQ(VLR_getdouinf(t(), VLR_DINF_INTPNT_DUAL_OBJ, &dobj), VLR_RES_OK);
   EXPECT_NEAR(pobj, -4.0, 1e-6);
   EXPECT_NEAR(dobj, -4.0, 1e-6);
+  if (GetParam() == VLR_OPTIMIZER_INTPNT + kDualForm + kNoPresolve) {
+    EXPECT_EQ(IntInf(t(), VLR_IINF_INTPNT_SOLVE_DUAL), 1);
+  }
   // Maximised: x4 = 3, x1 = 10 + x4 = 13 (row 4), x2 = 2 - x1 = -11 (row 1), x0 = 1 + x4 = 4;
   // the cost is 4 + 13 + 11 + 3 = 31.
   ASSERT_EQ(VLR_putobjsense(t(), VLR_OBJECTIVE_SENSE_MAXIMIZE), VLR_RES_OK);
@@ -641,18 +657,18 @@ TEST_P(IpmSolve, InfeasibleAndUnboundedEndInCertificates) {
   EXPECT_GT(s.xx[0], 0.5 * size);
 }
 
-constexpr int32_t kIpmRoads[] = {VLR_OPTIMIZER_INTPNT, VLR_OPTIMIZER_INTPNT + kNoPresolve};
+// The explicit dual solves every one of these shapes as well: free, fixed and ranged columns,
+// singleton columns folded into the bounds of their rows' duals, free and ranged rows, and its
+// ray and certificate read back as the problem's certificate and ray.
+constexpr int32_t kIpmRoads[] = {VLR_OPTIMIZER_INTPNT, VLR_OPTIMIZER_INTPNT + kNoPresolve,
+                                 VLR_OPTIMIZER_INTPNT + kDualForm,
+                                 VLR_OPTIMIZER_INTPNT + kDualForm + kNoPresolve};
 INSTANTIATE_TEST_SUITE_P(Intpnt, IpmSolve, ::testing::ValuesIn(kIpmRoads),
                          [](const ::testing::TestParamInfo<int32_t>& road) {
-                           return std::string(road.param >= kNoPresolve ? "nopresolve"
-                                                                        : "presolve");
+                           const int32_t p = road.param % kDualForm;
+                           return std::string(road.param >= kDualForm ? "dual_" : "") +
+                                  (p >= kNoPresolve ? "nopresolve" : "presolve");
                          });
-
-int32_t IntInf(VLRtask_t task, int32_t item) {
-  int32_t v = -1;
-  EXPECT_EQ(VLR_getintinf(task, item, &v), VLR_RES_OK);
-  return v;
-}
 
 // The primal road. Without an objective the first phase decides: it ends at the first
 // feasible point, and every one of its iterations is a first-phase one. x0 + x1 = 4 and
