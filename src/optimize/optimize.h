@@ -47,6 +47,19 @@ struct SimSol {
   double* d = nullptr;    // [m + n] reduced costs
 };
 
+// The presolve settings of a run as the task gives them. Both optimiser roads carry them, and
+// VLR_prslv_takeuser turns them into presolve's own record, so that a task parameter means the
+// same on every road.
+struct PrslvUser {
+  int32_t lindep = 1;         // the dependency check on equations
+  int32_t lindepworklim = 1;  // above 0: the check limits its work
+  int32_t eliminator = 1;     // substitutions of free columns and doubleton equations
+  int32_t elimtries = -1;     // negative: no limit of eliminator runs
+  int32_t elimfill = 1;       // fill a column doubleton's substitution may add
+  double tolx = 1e-8, tols = 1e-8, tolaij = 1e-12;
+  double tollindep = 1e-6;  // floor of the dependency check's tolerance
+};
+
 // Sides of variable k (rows first) by its key: -inf or +inf where the key has no side.
 double VLR_opt_lower(const SimLp& lp, int32_t k);
 double VLR_opt_upper(const SimLp& lp, int32_t k);
@@ -107,8 +120,8 @@ struct optpar {
   double stepfac = 0.9999;
   double tolpsafe = 1.0, toldsafe = 1.0;
   // Presolve.
-  int32_t presolve = 1, lindep = 1, lindepworklim = 0, eliminator = 1, elimtries = -1, elimfill = 1;
-  double prslvtolx = 1e-8, prslvtols = 1e-8, prslvtolaij = 1e-12, prslvtollindep = 1e-6;
+  int32_t presolve = 1;
+  PrslvUser prslv;
   // Basis identification (basismode: the VLR_BI_* value, 0 none).
   int32_t biloglevel = 0, bilogfreq = 1, bicleanopt = 0;
   int32_t biignoremaxiter = 0, biignorenumerr = 0;

@@ -447,10 +447,10 @@ bool opt_checkfeas(const optpar& par, const SimLp& lp, SimSol* sol, slvi* info) 
   const int32_t nt = lp.m + lp.n;
   bool bad = false;
   for (int32_t k = 0; k < nt; ++k)
-    bad = bad || (lp.bk[k] == VLR_BK_RA && lp.bu[k] < lp.bl[k] - par.prslvtolx);
+    bad = bad || (lp.bk[k] == VLR_BK_RA && lp.bu[k] < lp.bl[k] - par.prslv.tolx);
   if (!bad) return false;
   for (int32_t k = 0; k < nt; ++k) {
-    const bool crossed = lp.bk[k] == VLR_BK_RA && lp.bu[k] < lp.bl[k] - par.prslvtolx;
+    const bool crossed = lp.bk[k] == VLR_BK_RA && lp.bu[k] < lp.bl[k] - par.prslv.tolx;
     sol->sk[k] = crossed ? VLR_SK_INF : VLR_SK_UNK;
     sol->x[k] = 0.0;
     sol->d[k] = 0.0;
@@ -464,14 +464,7 @@ bool opt_checkfeas(const optpar& par, const SimLp& lp, SimSol* sol, slvi* info) 
 void opt_prslvparam(const optpar& par, const OptIpmCallbacks* cb, PrslvParam* pp) {
   VLR_prslv_initparam(pp);
   pp->loglevel = par.loglevel;
-  pp->lindep = par.lindep;
-  pp->lindepworklim = par.lindepworklim;
-  pp->eliminatortries = par.eliminator ? par.elimtries : 0;
-  pp->elimfill = par.elimfill;
-  pp->tolx = par.prslvtolx;
-  pp->tols = par.prslvtols;
-  pp->tolaij = par.prslvtolaij;
-  pp->tollindep = par.prslvtollindep;
+  VLR_prslv_takeuser(par.prslv, pp);
   pp->loghandle = const_cast<OptIpmCallbacks*>(cb);
   pp->log = cb->text != nullptr ? opt_prslvlog : nullptr;
 }

@@ -176,6 +176,17 @@ void VLR_prslv_initparam(PrslvParam* param) {
   *param = PrslvParam();
 }
 
+void VLR_prslv_takeuser(const PrslvUser& user, PrslvParam* param) {
+  param->tolx = user.tolx;
+  param->tols = user.tols;
+  param->tolaij = user.tolaij;
+  param->tollindepfloor = user.tollindep;
+  param->lindep = user.lindep;
+  param->lindepworklim = user.lindepworklim;
+  param->eliminatortries = user.eliminator == 0 ? 0 : user.elimtries;
+  param->elimfill = user.elimfill;
+}
+
 int32_t VLR_prslv_make(SysEnv* sys, const SimLp& lp, prslv** pp) {
   *pp = nullptr;
   auto* p = prslv_alloc<prslv>(sys, 1);

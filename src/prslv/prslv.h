@@ -50,6 +50,9 @@ struct PrslvParam {
   void (*log)(void* handle, const char* text) = nullptr;
 };
 
+// Presolve's record from the settings a run carries (the rest keep their defaults).
+void VLR_prslv_takeuser(const PrslvUser& user, PrslvParam* param);
+
 // The statistics record. prosta is VLR_PRO_STA_UNKNOWN while the reduced problem still has to
 // be solved; VLR_PRO_STA_PRIM_INFEAS or VLR_PRO_STA_DUAL_INFEAS when a reduction proved it (the
 // caller then solves the problem as given for its certificate); solved is 1 when presolve

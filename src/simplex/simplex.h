@@ -83,13 +83,7 @@ struct SimParam {
   int32_t slot = kSimSlotDual;  // which optimiser runs
   // Presolve: 0 off, 1 on, 2 when the iteration limit is above 50. Never with a hot start.
   int32_t presolve = 0;
-  double presolvetolx = 1e-8, presolvetols = 1e-8, presolvetolaij = 1e-12;
-  double presolvetollindep = 1e-6;
-  int32_t presolvelindep = 1;      // the dependency check on equations
-  int32_t presolvelindepwork = 1;  // above 0: the check limits its work
-  int32_t presolveeliminator = 1;  // substitutions of free columns and doubleton equations
-  int32_t presolveelimtries = -1;  // negative: no limit of eliminator runs
-  int32_t presolveelimfill = 1;    // fill a column doubleton's substitution may add
+  PrslvUser prslv;
   // The network start: the network simplex runs first on the network part when it holds at least
   // netdetect percent of the rows (netdetecthot with a start basis); 101 is off.
   int32_t netdetect = 101;

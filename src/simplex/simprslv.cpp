@@ -42,14 +42,7 @@ bool VLR_simplex_presolveandsolve(SysEnv* sys, const SimParam& par, const SimCal
   const SimPrslvGuard guard{&p};
   PrslvParam pp;
   VLR_prslv_initparam(&pp);
-  pp.tolx = par.presolvetolx;
-  pp.tols = par.presolvetols;
-  pp.tolaij = par.presolvetolaij;
-  pp.tollindepfloor = par.presolvetollindep;
-  pp.lindep = par.presolvelindep;
-  pp.lindepworklim = par.presolvelindepwork;
-  pp.eliminatortries = par.presolveeliminator == 0 ? 0 : par.presolveelimtries;
-  pp.elimfill = par.presolveelimfill;
+  VLR_prslv_takeuser(par.prslv, &pp);
   if (par.loglevel > 0) {
     pp.log = cb.log;
     pp.loghandle = cb.handle;

@@ -8,6 +8,20 @@
 
 namespace vlr {
 
+void VLR_taskprslvuser(const Task* task, PrslvUser* user) {
+  const int32_t* ip = task->iparam;
+  const double* dp = task->dparam;
+  user->lindep = ip[VLR_IPAR_PRESOLVE_LINDEP_USE];
+  user->lindepworklim = ip[VLR_IPAR_PRESOLVE_LINDEP_WORK_LIM];
+  user->eliminator = ip[VLR_IPAR_PRESOLVE_ELIMINATOR_USE];
+  user->elimtries = ip[VLR_IPAR_PRESOLVE_ELIMINATOR_MAX_NUM_TRIES];
+  user->elimfill = ip[VLR_IPAR_PRESOLVE_ELIM_FILL];
+  user->tolx = dp[VLR_DPAR_PRESOLVE_TOL_X];
+  user->tols = dp[VLR_DPAR_PRESOLVE_TOL_S];
+  user->tolaij = dp[VLR_DPAR_PRESOLVE_TOL_AIJ];
+  user->tollindep = dp[VLR_DPAR_PRESOLVE_TOL_LIN_DEP];
+}
+
 int32_t VLR_tasksimlp(Task* task, TaskSimLp* out) {
   TaskData* data = task->data;
   const int32_t m = data->numcon, n = data->numvar, nt = m + n;

@@ -33,6 +33,9 @@ struct TaskSimLp {
   double sense = 1.0;  // -1 for a maximisation, solved as the minimisation of -c
 };
 
+// The task's presolve parameters, the same for every optimiser road.
+void VLR_taskprslvuser(const Task* task, PrslvUser* user);
+
 // Fills out from the task (A by columns without explicit zeros). A response code; throws
 // std::bad_alloc when out of space.
 int32_t VLR_tasksimlp(Task* task, TaskSimLp* out);

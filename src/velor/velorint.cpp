@@ -61,15 +61,7 @@ void velorint_setparam(const Task* task, optpar* par) {
   par->tolpsafe = dp[VLR_DPAR_INTPNT_TOL_PSAFE];
   par->toldsafe = dp[VLR_DPAR_INTPNT_TOL_DSAFE];
   par->presolve = ip[VLR_IPAR_PRESOLVE_USE];
-  par->lindep = ip[VLR_IPAR_PRESOLVE_LINDEP_USE];
-  par->lindepworklim = ip[VLR_IPAR_PRESOLVE_LINDEP_WORK_LIM];
-  par->eliminator = ip[VLR_IPAR_PRESOLVE_ELIMINATOR_USE];
-  par->elimtries = ip[VLR_IPAR_PRESOLVE_ELIMINATOR_MAX_NUM_TRIES];
-  par->elimfill = ip[VLR_IPAR_PRESOLVE_ELIM_FILL];
-  par->prslvtolx = dp[VLR_DPAR_PRESOLVE_TOL_X];
-  par->prslvtols = dp[VLR_DPAR_PRESOLVE_TOL_S];
-  par->prslvtolaij = dp[VLR_DPAR_PRESOLVE_TOL_AIJ];
-  par->prslvtollindep = dp[VLR_DPAR_PRESOLVE_TOL_LIN_DEP];
+  VLR_taskprslvuser(task, &par->prslv);
 }
 
 struct VelorIntHandle {

@@ -66,15 +66,7 @@ void velorsim_setparam(const Task* task, SimParam* par) {
   par->lurelpiv = dp[VLR_DPAR_SIM_LU_TOL_REL_PIV];
   par->maxtime = dp[VLR_DPAR_OPTIMIZER_MAX_TIME];
   par->presolve = ip[VLR_IPAR_PRESOLVE_USE];
-  par->presolvetolx = dp[VLR_DPAR_PRESOLVE_TOL_X];
-  par->presolvetols = dp[VLR_DPAR_PRESOLVE_TOL_S];
-  par->presolvetolaij = dp[VLR_DPAR_PRESOLVE_TOL_AIJ];
-  par->presolvetollindep = dp[VLR_DPAR_PRESOLVE_TOL_LIN_DEP];
-  par->presolvelindep = ip[VLR_IPAR_PRESOLVE_LINDEP_USE];
-  par->presolvelindepwork = ip[VLR_IPAR_PRESOLVE_LINDEP_WORK_LIM];
-  par->presolveeliminator = ip[VLR_IPAR_PRESOLVE_ELIMINATOR_USE];
-  par->presolveelimtries = ip[VLR_IPAR_PRESOLVE_ELIMINATOR_MAX_NUM_TRIES];
-  par->presolveelimfill = ip[VLR_IPAR_PRESOLVE_ELIM_FILL];
+  VLR_taskprslvuser(task, &par->prslv);
   par->netdetect = ip[VLR_IPAR_SIM_NETWORK_DETECT];
   par->netdetecthot = ip[VLR_IPAR_SIM_NETWORK_DETECT_HOTSTART];
   par->netmethod = ip[VLR_IPAR_SIM_NETWORK_DETECT_METHOD];
