@@ -217,6 +217,51 @@ void opt_cutoff(const optpar& par, const int32_t* hist, int32_t maxlen, OptShape
   }
 }
 
+// The decision of the two forms' shapes: 1 dual, 0 primal, -1 undecided (the count test
+// decides). Integer arithmetic throughout.
+int32_t opt_formrule(const OptShape& pf, const OptShape& df) {
+  const int64_t rp = pf.rows, rd = df.rows, dp = pf.maxden, dd = df.maxden, np = pf.numden,
+                ndn = df.numden;
+  bool counttest = false;
+  if (rd < rp) {
+    if (!(4 * rp < 5 * rd) || !(dp < dd || np < ndn)) return 1;
+  } else if (rd <= 2 * rp && 3 * dd <= 2 * dp && ndn <= 2 * np) {
+    counttest = true;
+  } else if (!(4 * rp < 5 * rd) || (rd <= rp && !(dp < dd || np < ndn))) {
+    return 1;
+  }
+  if (!counttest) {
+    if (!(rp / 2 < rd || 10 * dd < 8 * rd)) return 1;
+    const bool closer =
+        4 * rd < 5 * rp && (rd < rp || dd < dp || ndn < np) && (rd / 2 < rp || 10 * dp < 8 * rp);
+    if (!closer) return 0;
+  }
+  return -1;
+}
+
+// The count test: the dual when it has at most as many long columns (the rows) as the primal.
+bool opt_counttest(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIpmCallbacks& cb) {
+  const int32_t m = lp.m, n = lp.n;
+  const int64_t cut = lp.abeg[n] * 10 / (int64_t{m} + n) + 2;
+  SysBuf<int32_t> rowlen(sys, VLR_HERE, m);
+  if (!rowlen) return false;
+  int32_t pnumden = 0, dnumden = 0;
+  for (int32_t j = 0; j < n; ++j) {
+    if (lp.abeg[j + 1] - lp.abeg[j] > cut) ++pnumden;
+    for (int64_t k = lp.abeg[j]; k < lp.abeg[j + 1]; ++k)
+      ++rowlen[lp.aidx[k]];
+  }
+  for (int32_t i = 0; i < m; ++i)
+    if (rowlen[i] > cut) ++dnumden;
+  if (par.loglevel > 4) {
+    char line[96];
+    std::snprintf(line, sizeof line, "cutoff: %lld pnumden: %d dnumden: %d\n",
+                  static_cast<long long>(cut), pnumden, dnumden);
+    opt_text(cb, line);
+  }
+  return dnumden <= pnumden;
+}
+
 // Whether the interior point solves the dual: by the rows of the two forms first, then by their
 // dense columns, and at the last by a count of long rows against long columns. The free choice
 // takes the dual only when at most one in a hundred of its variables is free: the standard form
@@ -289,53 +334,8 @@ bool opt_choosedual(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIp
     row("num(den)", pf.numden, df.numden);
   }
   if (100 * int64_t{dfree} > nd) return false;
-  const int64_t rp = pf.rows, rd = df.rows, dp = pf.maxden, dd = df.maxden, np = pf.numden,
-                ndn = df.numden;
-  // 0 primal, 1 dual, 4 and 5 the steps that decide otherwise.
-  int32_t step = 0;
-  if (rd < rp) {
-    if (!(4 * rp < 5 * rd)) return true;
-    if (!(dp < dd || np < ndn)) return true;
-    step = 4;
-  } else {
-    if (rd <= 2 * rp && 3 * dd <= 2 * dp && ndn <= 2 * np) {
-      step = 5;
-    } else if (!(4 * rp < 5 * rd)) {
-      return true;
-    } else if (rd <= rp && !(dp < dd || np < ndn)) {
-      return true;
-    } else {
-      step = 4;
-    }
-  }
-  if (step == 4) {
-    if (rp / 2 < rd || 10 * dd < 8 * rd) {
-      const bool all =
-          4 * rd < 5 * rp && (rd < rp || dd < dp || ndn < np) && (rd / 2 < rp || 10 * dp < 8 * rp);
-      if (!all) return false;
-    } else {
-      return true;
-    }
-  }
-  // The count test: long rows against long columns.
-  const int64_t nz = lp.abeg[n];
-  const int64_t cut = nz * 10 / (int64_t{m} + n) + 2;
-  int32_t pnumden = 0, dnumden = 0;
-  std::fill(rowlen.get(), rowlen.get() + m, 0);
-  for (int32_t j = 0; j < n; ++j) {
-    if (lp.abeg[j + 1] - lp.abeg[j] > cut) ++pnumden;
-    for (int64_t k = lp.abeg[j]; k < lp.abeg[j + 1]; ++k)
-      ++rowlen[lp.aidx[k]];
-  }
-  for (int32_t i = 0; i < m; ++i)
-    if (rowlen[i] > cut) ++dnumden;
-  if (par.loglevel > 4) {
-    char line[96];
-    std::snprintf(line, sizeof line, "cutoff: %lld pnumden: %d dnumden: %d\n",
-                  static_cast<long long>(cut), pnumden, dnumden);
-    opt_text(cb, line);
-  }
-  return dnumden <= pnumden;
+  const int32_t rule = opt_formrule(pf, df);
+  return rule >= 0 ? rule == 1 : opt_counttest(sys, par, lp, cb);
 }
 
 bool opt_infeasible(int32_t solsta) {
