@@ -375,7 +375,15 @@ bool VLR_prf_crashbasis(Prf* w, PrfInfo* info) {
   for (int32_t p = 0; p < m; ++p)
     w->bas[static_cast<size_t>(p)] = p < take ? cand[p] : empty;
   int32_t nart = 0;
-  if (!prf_factor(w, &nart)) return false;
+  // The crash basis is factored with a large smallest pivot: a column that is nearly dependent
+  // on those before it gives way to a slack and is pushed to a bound later. Taken in, it leaves
+  // a badly conditioned basis that spreads the interior point's residual over the values (on
+  // pilot87 bound violations up to 1e6 before any push, and a clean-up of thousands of
+  // iterations).
+  VLR_lu_puttol(w->lu, kLuTolAbsPiv, kPrfCrashPiv);
+  const bool ok = prf_factor(w, &nart);
+  VLR_lu_puttol(w->lu, kLuTolAbsPiv, std::max(w->par->tolapiv, kPrfAbsPiv));
+  if (!ok) return false;
   info->nart = nart;
   info->ncrash = take - std::max(0, nart - (m - take));
   prf_log(*w, "Crash basis: %d rows, %d of %d interior variables, %d slacks inserted.\n", m,

@@ -45,7 +45,7 @@ double VLR_prf_duainflp(const Prf& w) {
 
 namespace {
 
-int32_t prf_cleanslot(const PrfParam& par, bool dualfeasible) {
+int32_t prf_cleanslot(const PrfParam& par, bool primalfeasible, bool dualfeasible) {
   switch (par.cleanopt) {
     case 1:
       return kSimSlotPrimal;
@@ -54,9 +54,11 @@ int32_t prf_cleanslot(const PrfParam& par, bool dualfeasible) {
     case 3:
       return kSimSlotPd;
     default:
-      // A basis that keeps its duals feasible goes on with the dual simplex, any other with the
-      // primal one.
-      return dualfeasible ? kSimSlotDual : kSimSlotPrimal;
+      // Only a basis whose values are feasible and whose reduced costs are not goes on with the
+      // primal simplex. The pushes leave the reduced costs of the basis close to feasible even
+      // when the values are not (a badly conditioned basis spreads the interior point's residual
+      // over its values), so a basis that is neither is nearer the end by the dual simplex.
+      return primalfeasible && !dualfeasible ? kSimSlotPrimal : kSimSlotDual;
   }
 }
 
@@ -96,7 +98,7 @@ int32_t VLR_prf_clean(Prf* w, const SimLp& lp, SimSol* bas, PrfInfo* info) {
   SimParam sp;
   VLR_simplex_initparam(&sp);
   sp.loglevel = par.loglevel > 1 ? 1 : 0;
-  sp.slot = prf_cleanslot(par, dualok);
+  sp.slot = prf_cleanslot(par, primalok, dualok);
   sp.maxiter = par.maxiter;
   sp.presolve = 0;
   sp.hotstart = 1;

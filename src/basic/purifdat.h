@@ -23,6 +23,8 @@ constexpr double kPrfRelPiv = 1e-7;
 constexpr double kPrfDropTol = 1e-14;
 // Smallest pivot of the factors (on the scaled problem).
 constexpr double kPrfAbsPiv = 1e-7;
+// Smallest pivot of the crash basis's factor (on the scaled problem, whose entries are near 1).
+constexpr double kPrfCrashPiv = 0.03;
 
 struct Prf {
   explicit Prf(SysEnv* s);
@@ -54,9 +56,8 @@ struct Prf {
   PrfVec<double> sin, sw;     // [m] sparse solves: their input and their result, zero between
   PrfVec<int32_t> ipattern, opattern;
   int64_t sinceupd = 0;  // updates since the last factor
-  int64_t stuck = 0;
-  int64_t wsze = 0;  // work area of the factor to ask for          // dual pushes that could
-                     // neither finish nor exchange
+  int64_t stuck = 0;     // dual pushes that could neither finish nor exchange
+  int64_t wsze = 0;      // work area of the factor to ask for; never shrinks
 };
 
 // Bound of variable k taken as value: true when x(k) lies within tol (relative) of one side;

@@ -247,4 +247,23 @@ TEST(Purif, ScaledValuesComeBackExactly) {
   EXPECT_EQ(r.x[1], 3.0);
 }
 
+// Two interior columns that are nearly parallel: the crash keeps one and gives the row of the
+// other a slack rather than a basis a thousand times worse conditioned; the push then exchanges
+// the slack of the fixed row for the column, and the vertex comes out without the simplex.
+TEST(Purif, ANearlyDependentColumnGivesWayToASlackInTheCrash) {
+  Problem pb(2, {{1, 1}, {1, 1.001}}, {1, 1});
+  pb.Bound(0, 3, 3);
+  pb.Bound(1, 3.002, 3.002);
+  pb.Bound(2, 0, 4);
+  pb.Bound(3, 0, 4);
+  pb.x = {3, 3.002, 1, 2};
+  pb.y = {1, 0};
+  const Result r = Identify(pb);
+  EXPECT_NEAR(ExpectOptimalBasis(pb, r), 3.0, 1e-9);
+  EXPECT_EQ(r.info.nart, 1);
+  EXPECT_EQ(r.info.cleaned, 0);
+  EXPECT_EQ(r.sk[2], VLR_SK_BAS);
+  EXPECT_EQ(r.sk[3], VLR_SK_BAS);
+}
+
 }  // namespace
