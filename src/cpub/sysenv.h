@@ -232,7 +232,9 @@ struct MemAllocator {
   template <class U>
   MemAllocator(const MemAllocator<U>& o) noexcept : sys(o.sys) {}
   T* allocate(size_t n) {
-    void* p = VLR_sysenv_callocdbg(sys, VLR_HERE, static_cast<int64_t>(n), sizeof(T));
+    // Not cleared: a container constructs every element it hands out.
+    if (n > SIZE_MAX / sizeof(T)) throw std::bad_alloc();
+    void* p = VLR_sysenv_mallocdbg(sys, VLR_HERE, n * sizeof(T));
     if (p == nullptr) throw std::bad_alloc();
     return static_cast<T*>(p);
   }

@@ -433,6 +433,8 @@ void opt_checkray(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIpmC
            "infeasibility.\n");
   opt_solveform(sys, par, fl, cb, &fs, &fi);
   info->iterations += fi.iterations;
+  // A stop in the second run stops the whole: the ray is not confirmed.
+  if (fi.resp == 5 || fi.resp == 6 || fi.resp == 7) info->resp = fi.resp;
   if (fi.resp != 0 || fi.solsta != VLR_SOL_STA_PRIM_INFEAS_CER) return;
   std::copy(fs.sk, fs.sk + nt, sol->sk);
   std::copy(fs.x, fs.x + nt, sol->x);
