@@ -43,11 +43,11 @@ void pnet_log(NetRec* r, const char* format, ...) {
 // arc taking a place in the queue or that of its worst; the scan stops at the end of the first
 // block that leaves the queue non-empty, or after a whole turn.
 int32_t pnet_partialprice(NetRec* r) {
-  const NetArc* arcs = r->arc.data();
-  const int8_t* state = r->state.data();
-  const double* pi = r->pi.data();
-  int32_t* cand = r->cand.data();
-  double* cval = r->cval.data();  // the queued arcs' values, as of this call
+  const NetArc* arcs = r->arc;
+  const int8_t* state = r->state;
+  const double* pi = r->pi;
+  int32_t* cand = r->cand;
+  double* cval = r->cval;  // the queued arcs' values, as of this call
   const double tol = -r->tols;
   int32_t keep = 0;
   for (int32_t q = 0; q < r->ncand; ++q) {
@@ -188,12 +188,12 @@ void pnet_updatebasis(NetNode* nd, int32_t* th, int32_t e, int32_t uin, int32_t 
 // direction from the join, which keeps the tree strongly feasible (no cycling on degenerate
 // pivots). Returns false when nothing bounds the step.
 bool pnet_pivot(NetRec* r, int32_t e, int32_t dir, double* step) {
-  NetArc* arcs = r->arc.data();
-  int8_t* state = r->state.data();
-  const double* lo = r->lo.data();
-  const double* up = r->up.data();
-  double* flow = r->flow.data();
-  NetNode* nd = r->node.data();
+  NetArc* arcs = r->arc;
+  int8_t* state = r->state;
+  const double* lo = r->lo;
+  const double* up = r->up;
+  double* flow = r->flow;
+  NetNode* nd = r->node;
   const int32_t first = dir > 0 ? arcs[e].tail : arcs[e].head;
   const int32_t second = dir > 0 ? arcs[e].head : arcs[e].tail;
   const double de = up[e] - lo[e];
@@ -249,10 +249,10 @@ bool pnet_pivot(NetRec* r, int32_t e, int32_t dir, double* step) {
   state[aout] = lo[aout] == up[aout] ? kArcFixed : (down ? kArcLower : kArcUpper);
   const int32_t uin = side == 1 ? first : second;
   const int32_t vin = side == 1 ? second : first;
-  double* pi = r->pi.data();
+  double* pi = r->pi;
   const double d = arcs[e].cost - pi[arcs[e].tail] + pi[arcs[e].head];
   state[e] = kArcFixed;
-  int32_t* th = r->thread.data();
+  int32_t* th = r->thread;
   pnet_updatebasis(nd, th, e, uin, vin, uout, join);
   pnet_updateduals(nd, th, pi, uin, uin == arcs[e].tail ? d : -d);
   return true;
@@ -268,18 +268,18 @@ bool pnet_progress(NetRec* r) {
 double pnet_primalobj(const NetRec& r) {
   double obj = 0.0;
   for (int32_t a = 0; a < r.artbeg; ++a)
-    obj += r.cost[static_cast<size_t>(a)] * r.flow[static_cast<size_t>(a)];
+    obj += net_cost(r, a) * r.flow[a];
   return obj;
 }
 
 void pnet_calcduals(NetRec* r) {
-  NetNode* nd = r->node.data();
-  const NetArc* arcs = r->arc.data();
+  NetNode* nd = r->node;
+  const NetArc* arcs = r->arc;
   const int32_t root = r->root;
-  double* pi = r->pi.data();
+  double* pi = r->pi;
   pi[root] = 0.0;
   // Preorder: a parent's potential is known before its children's.
-  const int32_t* th = r->thread.data();
+  const int32_t* th = r->thread;
   for (int32_t x = th[root]; x != root; x = th[x]) {
     const NetArc& a = arcs[nd[x].pred];
     const double pp = pi[nd[x].parent];
@@ -347,8 +347,8 @@ int32_t pnet_loop(NetRec* r, int32_t phase) {
 
 bool pnet_debugtree(const NetRec& r) {
   const int32_t nn = r.nnode + 1, root = r.root;
-  const NetNode* nd = r.node.data();
-  const int32_t* th = r.thread.data();
+  const NetNode* nd = r.node;
+  const int32_t* th = r.thread;
   const MemAllocator<int32_t> al(r.sys);
   NetVec<int32_t> order(al), at(static_cast<size_t>(nn), -1, al);
   for (int32_t x = root, k = 0; k < nn; ++k, x = th[x]) {
