@@ -80,6 +80,11 @@ void VLR_optdef_optresp2str(int32_t resp, char* buf, size_t size) {
 
 namespace {
 
+int32_t opt_homstop(void* handle) {
+  const auto* cb = static_cast<const OptIpmCallbacks*>(handle);
+  return cb->stop(cb->handle);
+}
+
 void opt_text(const OptIpmCallbacks& cb, const char* line) {
   if (cb.text != nullptr) cb.text(cb.handle, line);
 }
@@ -163,6 +168,7 @@ void opt_solvestd(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIpmC
   hcb.handle = const_cast<OptIpmCallbacks*>(&cb);
   hcb.text = opt_homtext;
   hcb.iter = opt_homiter;
+  hcb.stop = cb.stop != nullptr ? opt_homstop : nullptr;
   HomInfo hi;
   VLR_hs_optlp(sys, hp, hl, hcb, &hs, &hi);
   info->resp = hi.resp;
@@ -220,6 +226,8 @@ void opt_prslvparam(const optpar& par, const OptIpmCallbacks* cb, PrslvParam* pp
   pp->tollindep = par.prslvtollindep;
   pp->loghandle = const_cast<OptIpmCallbacks*>(cb);
   pp->log = cb->text != nullptr ? opt_prslvlog : nullptr;
+  pp->stophandle = cb->handle;
+  pp->stop = cb->stop;
 }
 
 // Whether basis identification runs after the interior point: never on a certificate (the
@@ -357,9 +365,11 @@ void VLR_opt_ipmslv(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIp
   PrslvStat stat;
   bool keep = false;
   if (par.presolve != 0) {
-    if (VLR_prslv_make(sys, lp, &p) != kPrslvOk || VLR_prslv_reduce(pp, p, &stat) != kPrslvOk) {
+    int32_t rp = VLR_prslv_make(sys, lp, &p);
+    if (rp == kPrslvOk) rp = VLR_prslv_reduce(pp, p, &stat);
+    if (rp != kPrslvOk) {
       VLR_prslv_delete(&p);
-      info->resp = 1;
+      info->resp = rp == kPrslvStopped ? 7 : 1;  // a user break, or space
       return;
     }
     info->prslvtime = stat.time;
