@@ -85,6 +85,10 @@ int32_t opt_homstop(void* handle) {
   return cb->stop(cb->handle);
 }
 
+int32_t opt_bistop(void* handle, int32_t /*code*/) {
+  return opt_homstop(handle);
+}
+
 void opt_text(const OptIpmCallbacks& cb, const char* line) {
   if (cb.text != nullptr) cb.text(cb.handle, line);
 }
@@ -265,6 +269,7 @@ int32_t opt_basind(SysEnv* sys, const optpar& par, const OptIpmCallbacks& cb, co
   PrfCallbacks pcb;
   pcb.handle = const_cast<OptIpmCallbacks*>(&cb);
   pcb.text = par.biloglevel > 0 && cb.text != nullptr ? opt_bitext : nullptr;
+  pcb.stop = cb.stop != nullptr ? opt_bistop : nullptr;
   PrfInfo pi;
   VLR_prf_puriflp(sys, pp, pcb, lp, itr, bas, &pi);
   info->bitime += pi.time;
@@ -298,6 +303,7 @@ int32_t opt_confirmbasis(SysEnv* sys, const optpar& par, const OptIpmCallbacks& 
   SimCallbacks scb;
   scb.handle = const_cast<OptIpmCallbacks*>(&cb);
   scb.log = cb.text != nullptr ? opt_bitext : nullptr;
+  scb.stop = cb.stop != nullptr ? opt_homstop : nullptr;
   SimInfo si;
   VLR_simplex_initinfo(&si);
   VLR_simplex_optimize(sys, sp, scb, lp, 1, bas, &si);
