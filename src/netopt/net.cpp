@@ -108,7 +108,7 @@ void net_setuptree(NetRec* r, const NetVec<double>& supply, const int32_t* slack
   NetNode* nd = r->node;
   // The root, then every node as a leaf under it: the thread runs root, 0, 1, ..., nn - 1.
   int32_t* th = r->thread;
-  nd[root] = NetNode{-1, -1, nn > 0 ? nn - 1 : root, nn + 1, nn > 0 ? nn - 1 : root};
+  nd[root] = NetNode{-1, -1, nn > 0 ? nn - 1 : root, nn + 1, nn > 0 ? nn - 1 : root, 0};
   th[root] = nn > 0 ? 0 : root;
   for (int32_t v = nn - 1; v >= 0; --v) {
     const auto sv = static_cast<size_t>(v);
@@ -141,7 +141,7 @@ void net_setuptree(NetRec* r, const NetVec<double>& supply, const int32_t* slack
       r->flow[art] = std::fabs(excess[sv]);
       r->up[art] = kInf;
     }
-    nd[v] = NetNode{root, a, v > 0 ? v - 1 : root, 1, v};
+    nd[v] = NetNode{root, a, v > 0 ? v - 1 : root, 1, v, r->arc[a].tail == v ? 1 : 0};
     th[v] = v + 1 < nn ? v + 1 : root;
   }
 }

@@ -38,6 +38,7 @@ struct NetNode {
   int32_t rthread;       // previous node in preorder (the next is in NetRec::thread)
   int32_t succ;          // nodes in the subtree, itself included
   int32_t last;          // last node of the subtree in preorder
+  int32_t up;            // 1 when the node is the tail of its tree arc (it points to the parent)
 };
 
 // How a loop of pivots ended.
