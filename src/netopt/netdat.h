@@ -48,8 +48,10 @@ enum NetLoopEnd : int32_t {
   kNetLoopStopped = 2,    // a limit or the callback: info->response says which
 };
 
-// The working arrays of a run, cut from one block that is asked for once the sizes are known
-// and is not cleared: setup writes every entry that is read.
+constexpr int32_t kNetArrays = 11;
+
+// The working arrays of a run, asked for once the sizes are known and not cleared: setup writes
+// every entry that is read.
 struct NetRec {
   SysEnv* sys = nullptr;
   const NetParam* par = nullptr;
@@ -64,15 +66,15 @@ struct NetRec {
   int32_t nsearch = 0;  // arcs [0, nsearch) are priced; artificial arcs never come back
   int32_t artbeg = 0;   // first artificial arc; artificial arc of node v is artbeg + v
 
-  void* mem = nullptr;        // owns every array below
-  NetArc* arc = nullptr;      // [narc]
-  int8_t* state = nullptr;    // [narc] a NetArcState
-  int32_t* var = nullptr;     // [narc] the problem's variable (row variables first); -1 artificial
-  double* lo = nullptr;       // [narc] bounds; -inf / +inf where missing
-  double* up = nullptr;       // [narc]
-  double* flow = nullptr;     // [narc]
-  NetNode* node = nullptr;    // [nnode + 1] the tree, rooted at `root`
-  int32_t* thread = nullptr;  // [nnode + 1] next node in preorder, apart for the walks along it
+  void* mem[kNetArrays] = {};  // owns every array below
+  NetArc* arc = nullptr;       // [narc]
+  int8_t* state = nullptr;     // [narc] a NetArcState
+  int32_t* var = nullptr;      // [narc] the problem's variable (row variables first); -1 artificial
+  double* lo = nullptr;        // [narc] bounds; -inf / +inf where missing
+  double* up = nullptr;        // [narc]
+  double* flow = nullptr;      // [narc]
+  NetNode* node = nullptr;     // [nnode + 1] the tree, rooted at `root`
+  int32_t* thread = nullptr;   // [nnode + 1] next node in preorder, apart for the walks along it
   double* pi = nullptr;  // [nnode + 1] potentials: reduced cost of a is cost - pi[tail] + pi[head]
 
   // Pricing: a queue of attractive arcs kept between iterations, refilled by scanning blocks of
@@ -90,12 +92,13 @@ struct NetRec {
   NetRec(const NetRec&) = delete;
   NetRec& operator=(const NetRec&) = delete;
   ~NetRec() {
-    if (mem != nullptr) VLR_sysenv_freedbg(sys, VLR_HERE, mem);
+    for (void* p : mem)
+      if (p != nullptr) VLR_sysenv_freedbg(sys, VLR_HERE, p);
   }
 };
 
-// The arrays of r for narc arcs, nnode + 1 nodes and a queue of qmax, in one block; false when
-// the space cannot be had.
+// The arrays of r for narc arcs, nnode + 1 nodes and a queue of qmax; false when the space
+// cannot be had (what was had is freed with r).
 bool net_alloc(NetRec* r, int32_t narc, int32_t nnode, int32_t qmax);
 // The problem's cost of arc a: 0 for slacks and artificial arcs.
 inline double net_cost(const NetRec& r, int32_t a) {
