@@ -3,7 +3,9 @@
 // when LEMON is installed, LEMON's network simplex (a peer for comparison, linked into this program
 // only). Prints one line per problem (processor seconds, the least of a few runs) and the
 // geometric means of the time ratios.
-// Usage: vlr_bench_net [--quick] [--nodual]
+// Usage: vlr_bench_net [--quick] [--nodual] [--only K] [--reps R]
+// --only K runs the K-th problem of the list alone (from 0), --reps R takes the least of R runs
+// (for a profiler).
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 #include <cmath>
@@ -124,9 +126,12 @@ double Lemon(const netgen::Problem& p, double* obj) {
 
 int main(int argc, char** argv) {
   bool quick = false, dual = true;
+  int only = -1, reps0 = 0;
   for (int k = 1; k < argc; ++k) {
     if (std::strcmp(argv[k], "--quick") == 0) quick = true;
     if (std::strcmp(argv[k], "--nodual") == 0) dual = false;
+    if (std::strcmp(argv[k], "--only") == 0 && k + 1 < argc) only = std::atoi(argv[++k]);
+    if (std::strcmp(argv[k], "--reps") == 0 && k + 1 < argc) reps0 = std::atoi(argv[++k]);
   }
   std::vector<Family> fam = {
       {"transship", Make(netgen::kTransship, 1000, 10000, 50, 1), true},
@@ -141,6 +146,7 @@ int main(int argc, char** argv) {
       {"assign", Make(netgen::kAssign, 10000, 1000000, 0, 10), false},
   };
   if (quick) fam.resize(2);
+  if (only >= 0 && only < static_cast<int>(fam.size())) fam = {fam[static_cast<size_t>(only)]};
   VLRenv_t env = nullptr;
   VLR_makeenv(&env, nullptr, nullptr, nullptr, nullptr);
   VLR_initenv(env);
@@ -157,8 +163,10 @@ int main(int argc, char** argv) {
     const netgen::Problem p = netgen::Generate(f.spec);
     double objn = 0, objl = std::numeric_limits<double>::quiet_NaN(), objd = objl;
     int32_t itn = 0, itd = 0;
-    // The least of a few runs: the machine may be shared.
-    const int reps = p.tail.size() > 300000 ? 2 : 5;
+    // The least of a few runs: the machine may be shared. Small problems take milliseconds, so
+    // they get more runs.
+    const auto arcs = static_cast<int>(p.tail.size());
+    const int reps = reps0 > 0 ? reps0 : (arcs > 300000 ? 2 : std::clamp(1000000 / arcs, 5, 50));
     double tn = 1e30, tl = 1e30, td = -1.0;
     for (int rep = 0; rep < reps; ++rep) {
       tn = std::min(tn, Ours(env, p, true, -1.0, &objn, &itn));

@@ -63,6 +63,8 @@ struct HomCallbacks {
   void* handle = nullptr;
   void (*text)(void* handle, const char* line) = nullptr;
   int32_t (*iter)(void* handle, const HomIter& it) = nullptr;
+  // Asked during the ordering of the normal equations; non-zero stops the run (response 7).
+  int32_t (*stop)(void* handle) = nullptr;
 };
 
 // The result. Values are those of the problem given: for an optimal or unknown status x/tau

@@ -62,6 +62,12 @@ void hom_output(const hom* h, HomSol* sol, HomInfo* info) {
   info->regulevel = h->regulevel;
 }
 
+// The ordering's progress callback: the caller's stop.
+int32_t homslv_orderstop(int32_t /*code*/, void* handle, double /*progress*/) {
+  const auto* cb = static_cast<const HomCallbacks*>(handle);
+  return cb->stop(cb->handle);
+}
+
 }  // namespace
 
 void VLR_hs_optlp(SysEnv* sys, const HomParam& par, const HomLp& lp, const HomCallbacks& cb,
@@ -105,6 +111,9 @@ void VLR_hs_optlp(SysEnv* sys, const HomParam& par, const HomLp& lp, const HomCa
   h.rcu = h.tm + h.m;
 
   int32_t r = VLR_kktfac_make(sys, h.m, h.n, 1, &h.kkt);
+  if (r == kKktOk && cb.stop != nullptr) {
+    VLR_kktfac_putcallback(h.kkt, const_cast<HomCallbacks*>(&cb), homslv_orderstop);
+  }
   if (r == kKktOk) {
     VLR_kktfac_ordtpe(h.kkt, par.ordermethod);
     VLR_kktfac_densecol(h.kkt, par.offcoltrh);

@@ -4,6 +4,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <limits>
 #include <new>
@@ -27,23 +28,22 @@ double net_restvalue(const SimLp& lp, int32_t k) {
 
 void net_putarc(NetRec* r, int32_t a, int32_t tail, int32_t head, int32_t var, double c, double l,
                 double u) {
-  NetArc& arc = r->arc[static_cast<size_t>(a)];
-  int8_t& st = r->state[static_cast<size_t>(a)];
+  NetArc& arc = r->arc[a];
+  int8_t& st = r->state[a];
   arc.tail = tail;
   arc.head = head;
-  r->var[static_cast<size_t>(a)] = var;
+  r->var[a] = var;
   arc.cost = c;
-  r->cost[static_cast<size_t>(a)] = c;
-  r->lo[static_cast<size_t>(a)] = l;
-  r->up[static_cast<size_t>(a)] = u;
+  r->lo[a] = l;
+  r->up[a] = u;
   if (l > -kInf) {
-    r->flow[static_cast<size_t>(a)] = l;
+    r->flow[a] = l;
     st = l == u ? kArcFixed : kArcLower;
   } else if (u < kInf) {
-    r->flow[static_cast<size_t>(a)] = u;
+    r->flow[a] = u;
     st = kArcUpper;
   } else {
-    r->flow[static_cast<size_t>(a)] = 0.0;
+    r->flow[a] = 0.0;
     st = kArcFree;
   }
 }
@@ -105,10 +105,10 @@ void net_setuptree(NetRec* r, const NetVec<double>& supply, const int32_t* slack
     if (arc.tail != root) excess[static_cast<size_t>(arc.tail)] -= f;
     if (arc.head != root) excess[static_cast<size_t>(arc.head)] += f;
   }
-  NetNode* nd = r->node.data();
+  NetNode* nd = r->node;
   // The root, then every node as a leaf under it: the thread runs root, 0, 1, ..., nn - 1.
-  int32_t* th = r->thread.data();
-  nd[root] = NetNode{-1, -1, nn > 0 ? nn - 1 : root, nn + 1, nn > 0 ? nn - 1 : root};
+  int32_t* th = r->thread;
+  nd[root] = NetNode{-1, -1, nn > 0 ? nn - 1 : root, nn + 1, nn > 0 ? nn - 1 : root, 0};
   th[root] = nn > 0 ? 0 : root;
   for (int32_t v = nn - 1; v >= 0; --v) {
     const auto sv = static_cast<size_t>(v);
@@ -122,23 +122,26 @@ void net_setuptree(NetRec* r, const NetVec<double>& supply, const int32_t* slack
     const double l = r->lo[ss], u = r->up[ss];
     const bool towardroom = sl.tail == v ? need < u : need > l;
     int32_t a = s;
+    // The node's artificial arc, out of the tree at zero unless it carries the balance.
+    const int32_t art = r->artbeg + v;
+    NetArc& aa = r->arc[art];
+    aa.cost = 0.0;
+    aa.tail = excess[sv] >= 0.0 ? v : root;
+    aa.head = excess[sv] >= 0.0 ? root : v;
+    r->var[art] = -1;
+    r->state[art] = kArcFixed;
+    r->lo[art] = 0.0;
     if (need >= l && need <= u && towardroom) {
       r->flow[ss] = need;
       r->state[ss] = kArcFixed;
+      r->flow[art] = 0.0;
+      r->up[art] = 0.0;
     } else {
-      a = r->artbeg + v;
-      const auto sa = static_cast<size_t>(a);
-      NetArc& art = r->arc[sa];
-      art.tail = excess[sv] >= 0.0 ? v : root;
-      art.head = excess[sv] >= 0.0 ? root : v;
-      r->var[sa] = -1;
-      r->state[sa] = kArcFixed;
-      r->flow[sa] = std::fabs(excess[sv]);
-      r->lo[sa] = 0.0;
-      r->up[sa] = kInf;
-      r->cost[sa] = 0.0;
+      a = art;
+      r->flow[art] = std::fabs(excess[sv]);
+      r->up[art] = kInf;
     }
-    nd[v] = NetNode{root, a, v > 0 ? v - 1 : root, 1, v};
+    nd[v] = NetNode{root, a, v > 0 ? v - 1 : root, 1, v, r->arc[a].tail == v ? 1 : 0};
     th[v] = v + 1 < nn ? v + 1 : root;
   }
 }
@@ -147,11 +150,11 @@ void net_setuptree(NetRec* r, const NetVec<double>& supply, const int32_t* slack
 // without them, 1 the artificial flow alone, 2 the problem's with artificial arcs held at zero.
 void net_setphase(NetRec* r, int32_t phase) {
   double cmax = 0.0;
-  for (int32_t a = 0; a < r->nsearch; ++a)
-    cmax = std::max(cmax, std::fabs(r->cost[static_cast<size_t>(a)]));
+  for (int32_t j = 0; j < r->lp->n; ++j)
+    cmax = std::max(cmax, std::fabs(r->lp->c[j]));
   const double big = 1.0 + cmax * (r->nnode + 1.0);
   for (int32_t a = 0; a < r->nsearch; ++a)
-    r->arc[static_cast<size_t>(a)].cost = phase == 1 ? 0.0 : r->cost[static_cast<size_t>(a)];
+    r->arc[a].cost = phase == 1 ? 0.0 : net_cost(*r, a);
   for (int32_t a = r->artbeg; a < r->narc; ++a) {
     const auto sa = static_cast<size_t>(a);
     r->arc[sa].cost = phase == 0 ? big : (phase == 1 ? 1.0 : 0.0);
@@ -288,6 +291,7 @@ void net_optimize(SysEnv* sys, const NetParam& par, const NetCallbacks& cb, cons
   r.par = &par;
   r.cb = &cb;
   r.info = info;
+  r.lp = &lp;
   r.tolx = std::min(par.tolx, 1e-7);
   r.tols = std::min(par.tols, 1e-7);
   r.starttime = VLR_sysenv_getwctime(sys);
@@ -297,28 +301,24 @@ void net_optimize(SysEnv* sys, const NetParam& par, const NetCallbacks& cb, cons
     if (rowsign[i] != 0) node[static_cast<size_t>(i)] = nn++;
   r.nnode = nn;
   r.root = nn;
-  const auto cap = static_cast<size_t>(n) + 2 * static_cast<size_t>(nn);
-  r.arc.resize(cap);
-  r.lo.resize(cap);
-  r.up.resize(cap);
-  r.flow.resize(cap);
-  r.cost.resize(cap);
+  // Pricing: a queue that grows with the problem, blocks of about the square root of the arcs.
+  int32_t ncol = 0;
+  for (int32_t j = 0; j < n; ++j)
+    ncol += colin[j] != 0 ? 1 : 0;
+  const int32_t nsearch = ncol + nn;  // an upper bound until the arcs are made
+  r.qmax = nsearch >= 100000 ? 25 : (nsearch >= 10000 ? 15 : 10);
+  if (!net_alloc(&r, ncol + 2 * nn, nn, r.qmax)) {
+    info->response = kNetNoSpace;
+    return;
+  }
   const auto nodes = static_cast<size_t>(nn) + 1;
-  r.state.resize(cap);
-  r.var.resize(cap);
-  r.node.resize(nodes);
-  r.thread.resize(nodes);
-  r.pi.assign(nodes, 0.0);
+  std::fill(r.pi, r.pi + nodes, 0.0);
   NetVec<double> supply(nodes, 0.0, MemAllocator<double>(sys));
   NetVec<int32_t> slackof(nodes, -1, MemAllocator<int32_t>(sys));
   net_setuparcs(&r, lp, rowsign, colin, node.data(), &supply, slackof.data());
   r.artbeg = r.nsearch;
   r.narc = r.nsearch + nn;
-  // Pricing: a queue that grows with the problem, blocks of about the square root of the arcs.
-  r.qmax = r.nsearch >= 100000 ? 25 : (r.nsearch >= 10000 ? 15 : 10);
   r.block = std::max(100, static_cast<int32_t>(2.0 * std::sqrt(static_cast<double>(r.nsearch))));
-  r.cand.resize(static_cast<size_t>(r.qmax));
-  r.cval.resize(static_cast<size_t>(r.qmax));
   net_setuptree(&r, supply, slackof.data());
   info->numnode = nn;
   info->numarc = r.nsearch;
@@ -356,6 +356,35 @@ void net_optimize(SysEnv* sys, const NetParam& par, const NetCallbacks& cb, cons
 }
 
 }  // namespace
+
+bool net_alloc(NetRec* r, int32_t narc, int32_t nnode, int32_t qmax) {
+  // One block per array: a small problem's arrays then come from memory the allocator has at
+  // hand, where one block of them all is fresh memory each run, whose first touch cost more
+  // than the pivots of a network of 10^4 arcs.
+  const auto na = static_cast<size_t>(std::max(narc, 1));
+  const auto nn = static_cast<size_t>(nnode) + 1;
+  const auto nq = static_cast<size_t>(std::max(qmax, 1));
+  const size_t sizes[kNetArrays] = {
+      na * sizeof(double),  na * sizeof(double),  na * sizeof(double),  nn * sizeof(double),
+      nq * sizeof(double),  na * sizeof(NetArc),  nn * sizeof(NetNode), na * sizeof(int32_t),
+      nn * sizeof(int32_t), nq * sizeof(int32_t), na * sizeof(int8_t)};
+  for (int32_t k = 0; k < kNetArrays; ++k) {
+    r->mem[k] = VLR_sysenv_mallocdbg(r->sys, VLR_HERE, sizes[k]);
+    if (r->mem[k] == nullptr) return false;
+  }
+  r->lo = static_cast<double*>(r->mem[0]);
+  r->up = static_cast<double*>(r->mem[1]);
+  r->flow = static_cast<double*>(r->mem[2]);
+  r->pi = static_cast<double*>(r->mem[3]);
+  r->cval = static_cast<double*>(r->mem[4]);
+  r->arc = static_cast<NetArc*>(r->mem[5]);
+  r->node = static_cast<NetNode*>(r->mem[6]);
+  r->var = static_cast<int32_t*>(r->mem[7]);
+  r->thread = static_cast<int32_t*>(r->mem[8]);
+  r->cand = static_cast<int32_t*>(r->mem[9]);
+  r->state = static_cast<int8_t*>(r->mem[10]);
+  return true;
+}
 
 int32_t VLR_net_optimize(SysEnv* sys, const NetParam& par, const NetCallbacks& cb, const SimLp& lp,
                          const int32_t* rowsign, const uint8_t* colin, SimSol* sol, NetInfo* info) {

@@ -38,6 +38,7 @@ struct NetNode {
   int32_t rthread;       // previous node in preorder (the next is in NetRec::thread)
   int32_t succ;          // nodes in the subtree, itself included
   int32_t last;          // last node of the subtree in preorder
+  int32_t up;            // 1 when the node is the tail of its tree arc (it points to the parent)
 };
 
 // How a loop of pivots ended.
@@ -47,11 +48,16 @@ enum NetLoopEnd : int32_t {
   kNetLoopStopped = 2,    // a limit or the callback: info->response says which
 };
 
+constexpr int32_t kNetArrays = 11;
+
+// The working arrays of a run, asked for once the sizes are known and not cleared: setup writes
+// every entry that is read.
 struct NetRec {
   SysEnv* sys = nullptr;
   const NetParam* par = nullptr;
   const NetCallbacks* cb = nullptr;
   NetInfo* info = nullptr;
+  const SimLp* lp = nullptr;  // the problem: its costs stand for the arcs' own
   double tolx = 1e-7, tols = 1e-7;
 
   int32_t nnode = 0;    // nodes of the network rows; the root is node nnode
@@ -60,20 +66,21 @@ struct NetRec {
   int32_t nsearch = 0;  // arcs [0, nsearch) are priced; artificial arcs never come back
   int32_t artbeg = 0;   // first artificial arc; artificial arc of node v is artbeg + v
 
-  NetVec<NetArc> arc;      // [narc]
-  NetVec<int8_t> state;    // [narc] a NetArcState
-  NetVec<int32_t> var;     // [narc] the problem's variable (row variables first); -1 artificial
-  NetVec<double> lo, up;   // [narc] bounds; -inf / +inf where missing
-  NetVec<double> flow;     // [narc]
-  NetVec<double> cost;     // [narc] the problem's costs (0 for slacks and artificial arcs)
-  NetVec<NetNode> node;    // [nnode + 1] the tree, rooted at `root`
-  NetVec<int32_t> thread;  // [nnode + 1] next node in preorder, apart for the walks along it
-  NetVec<double> pi;  // [nnode + 1] potentials: reduced cost of a is cost - pi[tail] + pi[head]
+  void* mem[kNetArrays] = {};  // owns every array below
+  NetArc* arc = nullptr;       // [narc]
+  int8_t* state = nullptr;     // [narc] a NetArcState
+  int32_t* var = nullptr;      // [narc] the problem's variable (row variables first); -1 artificial
+  double* lo = nullptr;        // [narc] bounds; -inf / +inf where missing
+  double* up = nullptr;        // [narc]
+  double* flow = nullptr;      // [narc]
+  NetNode* node = nullptr;     // [nnode + 1] the tree, rooted at `root`
+  int32_t* thread = nullptr;   // [nnode + 1] next node in preorder, apart for the walks along it
+  double* pi = nullptr;  // [nnode + 1] potentials: reduced cost of a is cost - pi[tail] + pi[head]
 
   // Pricing: a queue of attractive arcs kept between iterations, refilled by scanning blocks of
   // arcs from where the last scan stopped.
-  NetVec<int32_t> cand;  // [qmax]
-  NetVec<double> cval;   // [qmax] their values while the pricing runs
+  int32_t* cand = nullptr;  // [qmax]
+  double* cval = nullptr;   // [qmax] their values while the pricing runs
   int32_t ncand = 0, qmax = 10, block = 100, pos = 0;
 
   int32_t rayarc = -1, raydir = 0;  // the entering arc of an unbounded cycle, and its direction
@@ -81,21 +88,23 @@ struct NetRec {
   double lastlogtime = 0.0;
   double starttime = 0.0;  // wall clock at the start, for the log's TIME column
 
-  explicit NetRec(SysEnv* s)
-      : sys(s),
-        arc(MemAllocator<NetArc>(s)),
-        state(MemAllocator<int8_t>(s)),
-        var(MemAllocator<int32_t>(s)),
-        lo(MemAllocator<double>(s)),
-        up(MemAllocator<double>(s)),
-        flow(MemAllocator<double>(s)),
-        cost(MemAllocator<double>(s)),
-        node(MemAllocator<NetNode>(s)),
-        thread(MemAllocator<int32_t>(s)),
-        pi(MemAllocator<double>(s)),
-        cand(MemAllocator<int32_t>(s)),
-        cval(MemAllocator<double>(s)) {}
+  explicit NetRec(SysEnv* s) : sys(s) {}
+  NetRec(const NetRec&) = delete;
+  NetRec& operator=(const NetRec&) = delete;
+  ~NetRec() {
+    for (void* p : mem)
+      if (p != nullptr) VLR_sysenv_freedbg(sys, VLR_HERE, p);
+  }
 };
+
+// The arrays of r for narc arcs, nnode + 1 nodes and a queue of qmax; false when the space
+// cannot be had (what was had is freed with r).
+bool net_alloc(NetRec* r, int32_t narc, int32_t nnode, int32_t qmax);
+// The problem's cost of arc a: 0 for slacks and artificial arcs.
+inline double net_cost(const NetRec& r, int32_t a) {
+  const int32_t k = r.var[a] - r.lp->m;
+  return k >= 0 ? r.lp->c[k] : 0.0;
+}
 
 // Potentials of the whole tree from its arcs' costs, by a walk from the root.
 void pnet_calcduals(NetRec* r);

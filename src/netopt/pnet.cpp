@@ -43,11 +43,11 @@ void pnet_log(NetRec* r, const char* format, ...) {
 // arc taking a place in the queue or that of its worst; the scan stops at the end of the first
 // block that leaves the queue non-empty, or after a whole turn.
 int32_t pnet_partialprice(NetRec* r) {
-  const NetArc* arcs = r->arc.data();
-  const int8_t* state = r->state.data();
-  const double* pi = r->pi.data();
-  int32_t* cand = r->cand.data();
-  double* cval = r->cval.data();  // the queued arcs' values, as of this call
+  const NetArc* arcs = r->arc;
+  const int8_t* state = r->state;
+  const double* pi = r->pi;
+  int32_t* cand = r->cand;
+  double* cval = r->cval;  // the queued arcs' values, as of this call
   const double tol = -r->tols;
   int32_t keep = 0;
   for (int32_t q = 0; q < r->ncand; ++q) {
@@ -123,8 +123,9 @@ void pnet_updateduals(const NetNode* nd, const int32_t* th, double* pi, int32_t 
 // (wi and its earlier subtrees) and the part after it: stretches of the old thread, so the
 // thread is spliced once per stem node; T then leaves its place for the first child's place
 // under vin. Subtree sizes change on the stem and on the two paths up to the join only.
-void pnet_updatebasis(NetNode* nd, int32_t* th, int32_t e, int32_t uin, int32_t vin, int32_t uout,
-                      int32_t join) {
+// eup: whether uin is the tail of e.
+void pnet_updatebasis(NetNode* nd, int32_t* th, int32_t e, int32_t eup, int32_t uin, int32_t vin,
+                      int32_t uout, int32_t join) {
   const int32_t tsize = nd[uout].succ;
   const int32_t oldlast = nd[uout].last;
   const int32_t before = nd[uout].rthread;
@@ -169,16 +170,20 @@ void pnet_updatebasis(NetNode* nd, int32_t* th, int32_t e, int32_t uin, int32_t 
   for (int32_t a = vin; a != join; a = nd[a].parent)
     nd[a].succ += tsize;
   // The stem turns round.
-  int32_t w = uin, newp = vin, newpred = e;
+  // A stem node's new tree arc is its child's old one, seen from the other end.
+  int32_t w = uin, newp = vin, newpred = e, newup = eup;
   for (;;) {
     const int32_t oldp = nd[w].parent;
     const int32_t oldpred = nd[w].pred;
+    const int32_t oldup = nd[w].up;
     nd[w].parent = newp;
     nd[w].pred = newpred;
+    nd[w].up = newup;
     nd[w].last = newlast;
     if (w == uout) break;
     newp = w;
     newpred = oldpred;
+    newup = 1 - oldup;
     w = oldp;
   }
 }
@@ -188,12 +193,12 @@ void pnet_updatebasis(NetNode* nd, int32_t* th, int32_t e, int32_t uin, int32_t 
 // direction from the join, which keeps the tree strongly feasible (no cycling on degenerate
 // pivots). Returns false when nothing bounds the step.
 bool pnet_pivot(NetRec* r, int32_t e, int32_t dir, double* step) {
-  NetArc* arcs = r->arc.data();
-  int8_t* state = r->state.data();
-  const double* lo = r->lo.data();
-  const double* up = r->up.data();
-  double* flow = r->flow.data();
-  NetNode* nd = r->node.data();
+  NetArc* arcs = r->arc;
+  int8_t* state = r->state;
+  const double* lo = r->lo;
+  const double* up = r->up;
+  double* flow = r->flow;
+  NetNode* nd = r->node;
   const int32_t first = dir > 0 ? arcs[e].tail : arcs[e].head;
   const int32_t second = dir > 0 ? arcs[e].head : arcs[e].tail;
   const double de = up[e] - lo[e];
@@ -204,12 +209,12 @@ bool pnet_pivot(NetRec* r, int32_t e, int32_t dir, double* step) {
   while (u != v) {
     if (nd[u].succ < nd[v].succ) {
       const int32_t a = nd[u].pred;
-      const double res = arcs[a].tail == u ? flow[a] - lo[a] : up[a] - flow[a];
+      const double res = nd[u].up != 0 ? flow[a] - lo[a] : up[a] - flow[a];
       if (res < m1) m1 = res, u1 = u;
       u = nd[u].parent;
     } else {
       const int32_t a = nd[v].pred;
-      const double res = arcs[a].tail == v ? up[a] - flow[a] : flow[a] - lo[a];
+      const double res = nd[v].up != 0 ? up[a] - flow[a] : flow[a] - lo[a];
       if (res <= m2) m2 = res, u2 = v;
       v = nd[v].parent;
     }
@@ -228,11 +233,11 @@ bool pnet_pivot(NetRec* r, int32_t e, int32_t dir, double* step) {
     flow[e] += dir * delta;
     for (int32_t w = first; w != join; w = nd[w].parent) {
       const int32_t a = nd[w].pred;
-      flow[a] += arcs[a].tail == w ? -delta : delta;
+      flow[a] += nd[w].up != 0 ? -delta : delta;
     }
     for (int32_t w = second; w != join; w = nd[w].parent) {
       const int32_t a = nd[w].pred;
-      flow[a] += arcs[a].tail == w ? delta : -delta;
+      flow[a] += nd[w].up != 0 ? delta : -delta;
     }
   }
   if (side == 0) {
@@ -244,16 +249,16 @@ bool pnet_pivot(NetRec* r, int32_t e, int32_t dir, double* step) {
   const int32_t uout = side == 1 ? u1 : u2;
   const int32_t aout = nd[uout].pred;
   // The leaving arc sits exactly on the bound it reached.
-  const bool down = (side == 1) == (arcs[aout].tail == uout);
+  const bool down = (side == 1) == (nd[uout].up != 0);
   flow[aout] = down ? lo[aout] : up[aout];
   state[aout] = lo[aout] == up[aout] ? kArcFixed : (down ? kArcLower : kArcUpper);
   const int32_t uin = side == 1 ? first : second;
   const int32_t vin = side == 1 ? second : first;
-  double* pi = r->pi.data();
+  double* pi = r->pi;
   const double d = arcs[e].cost - pi[arcs[e].tail] + pi[arcs[e].head];
   state[e] = kArcFixed;
-  int32_t* th = r->thread.data();
-  pnet_updatebasis(nd, th, e, uin, vin, uout, join);
+  int32_t* th = r->thread;
+  pnet_updatebasis(nd, th, e, arcs[e].tail == uin ? 1 : 0, uin, vin, uout, join);
   pnet_updateduals(nd, th, pi, uin, uin == arcs[e].tail ? d : -d);
   return true;
 }
@@ -268,18 +273,18 @@ bool pnet_progress(NetRec* r) {
 double pnet_primalobj(const NetRec& r) {
   double obj = 0.0;
   for (int32_t a = 0; a < r.artbeg; ++a)
-    obj += r.cost[static_cast<size_t>(a)] * r.flow[static_cast<size_t>(a)];
+    obj += net_cost(r, a) * r.flow[a];
   return obj;
 }
 
 void pnet_calcduals(NetRec* r) {
-  NetNode* nd = r->node.data();
-  const NetArc* arcs = r->arc.data();
+  NetNode* nd = r->node;
+  const NetArc* arcs = r->arc;
   const int32_t root = r->root;
-  double* pi = r->pi.data();
+  double* pi = r->pi;
   pi[root] = 0.0;
   // Preorder: a parent's potential is known before its children's.
-  const int32_t* th = r->thread.data();
+  const int32_t* th = r->thread;
   for (int32_t x = th[root]; x != root; x = th[x]) {
     const NetArc& a = arcs[nd[x].pred];
     const double pp = pi[nd[x].parent];
@@ -347,8 +352,8 @@ int32_t pnet_loop(NetRec* r, int32_t phase) {
 
 bool pnet_debugtree(const NetRec& r) {
   const int32_t nn = r.nnode + 1, root = r.root;
-  const NetNode* nd = r.node.data();
-  const int32_t* th = r.thread.data();
+  const NetNode* nd = r.node;
+  const int32_t* th = r.thread;
   const MemAllocator<int32_t> al(r.sys);
   NetVec<int32_t> order(al), at(static_cast<size_t>(nn), -1, al);
   for (int32_t x = root, k = 0; k < nn; ++k, x = th[x]) {
@@ -366,6 +371,7 @@ bool pnet_debugtree(const NetRec& r) {
     size[static_cast<size_t>(p)] += size[static_cast<size_t>(x)];
     const NetArc& a = r.arc[static_cast<size_t>(nd[x].pred)];
     if (!((a.tail == x && a.head == p) || (a.tail == p && a.head == x))) return false;
+    if (nd[x].up != (a.tail == x ? 1 : 0)) return false;
     const double d = a.cost - r.pi[static_cast<size_t>(a.tail)] + r.pi[static_cast<size_t>(a.head)];
     if (std::fabs(d) > 1e-9 * (1.0 + std::fabs(a.cost))) return false;
   }

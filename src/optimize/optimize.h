@@ -165,6 +165,9 @@ struct OptIpmCallbacks {
   void* handle = nullptr;
   void (*text)(void* handle, const char* line) = nullptr;
   int32_t (*iter)(void* handle, const HomIter& it) = nullptr;
+  // Asked in the steps between iterations (presolve, the ordering); non-zero stops the run as a
+  // user break. May be null.
+  int32_t (*stop)(void* handle) = nullptr;
 };
 
 // The internal responses' texts, with " [%d]" appended, into buf.

@@ -81,6 +81,15 @@ void VLR_optdef_optresp2str(int32_t resp, char* buf, size_t size) {
 
 namespace {
 
+int32_t opt_homstop(void* handle) {
+  const auto* cb = static_cast<const OptIpmCallbacks*>(handle);
+  return cb->stop(cb->handle);
+}
+
+int32_t opt_bistop(void* handle, int32_t /*code*/) {
+  return opt_homstop(handle);
+}
+
 void opt_text(const OptIpmCallbacks& cb, const char* line) {
   if (cb.text != nullptr) cb.text(cb.handle, line);
 }
@@ -166,6 +175,7 @@ void opt_solvestd(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIpmC
   hcb.handle = const_cast<OptIpmCallbacks*>(&cb);
   hcb.text = opt_homtext;
   hcb.iter = opt_homiter;
+  hcb.stop = cb.stop != nullptr ? opt_homstop : nullptr;
   HomInfo hi;
   VLR_hs_optlp(sys, hp, hl, hcb, &hs, &hi);
   info->resp = hi.resp;
@@ -469,6 +479,8 @@ void opt_prslvparam(const optpar& par, const OptIpmCallbacks* cb, PrslvParam* pp
   VLR_prslv_takeuser(par.prslv, pp);
   pp->loghandle = const_cast<OptIpmCallbacks*>(cb);
   pp->log = cb->text != nullptr ? opt_prslvlog : nullptr;
+  pp->stophandle = cb->handle;
+  pp->stop = cb->stop;
 }
 
 // Whether basis identification runs after the interior point: never on a certificate (the
@@ -506,6 +518,7 @@ int32_t opt_basind(SysEnv* sys, const optpar& par, const OptIpmCallbacks& cb, co
   PrfCallbacks pcb;
   pcb.handle = const_cast<OptIpmCallbacks*>(&cb);
   pcb.text = par.biloglevel > 0 && cb.text != nullptr ? opt_bitext : nullptr;
+  pcb.stop = cb.stop != nullptr ? opt_bistop : nullptr;
   PrfInfo pi;
   VLR_prf_puriflp(sys, pp, pcb, lp, itr, bas, &pi);
   info->bitime += pi.time;
@@ -539,6 +552,7 @@ int32_t opt_confirmbasis(SysEnv* sys, const optpar& par, const OptIpmCallbacks& 
   SimCallbacks scb;
   scb.handle = const_cast<OptIpmCallbacks*>(&cb);
   scb.log = cb.text != nullptr ? opt_bitext : nullptr;
+  scb.stop = cb.stop != nullptr ? opt_homstop : nullptr;
   SimInfo si;
   VLR_simplex_initinfo(&si);
   VLR_simplex_optimize(sys, sp, scb, lp, 1, bas, &si);
@@ -606,9 +620,11 @@ void VLR_opt_ipmslv(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIp
   PrslvStat stat;
   bool keep = false;
   if (par.presolve != 0) {
-    if (VLR_prslv_make(sys, lp, &p) != kPrslvOk || VLR_prslv_reduce(pp, p, &stat) != kPrslvOk) {
+    int32_t rp = VLR_prslv_make(sys, lp, &p);
+    if (rp == kPrslvOk) rp = VLR_prslv_reduce(pp, p, &stat);
+    if (rp != kPrslvOk) {
       VLR_prslv_delete(&p);
-      info->resp = 1;
+      info->resp = rp == kPrslvStopped ? 7 : 1;  // a user break, or space
       return;
     }
     info->prslvtime = stat.time;

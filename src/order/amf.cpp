@@ -29,6 +29,8 @@ inline int32_t flip(int32_t i) {
 // The quotient graph of one run and its work arrays, all cut from one block of integers.
 struct OrderCtx {
   SysEnv* sys;
+  void* handle;  // the caller's stop: asked again after every kAmfPollWork units of work
+  OrderCallback callback;
   int32_t n;
   int32_t* iw;  // [iwsize] the shared list area
   int64_t iwsize;
@@ -375,11 +377,23 @@ void do_pivotx(OrderCtx* c, int32_t me, int32_t elenme, int32_t pme1, int32_t pm
   c->count.flops += (top * (top + 1) * (2 * top + 1) - bot * (bot + 1) * (2 * bot + 1)) / 6.0;
 }
 
-// Eliminates until every live node is ordered; false when out of space.
-bool do_amf(OrderCtx* c, int32_t* order, int32_t* npivout) {
+// Work between two questions to the caller whether to stop: a pivot counts its degree and one.
+constexpr int64_t kAmfPollWork = int64_t{1} << 16;
+
+// Eliminates until every live node is ordered; kOrderOk, kOrderNoSpace, or kOrderStopped when
+// the caller's callback asked for a stop.
+int32_t do_amf(OrderCtx* c, int32_t* order, int32_t* npivout) {
   int32_t lemax = 0, npiv = 0;
   const int32_t nlive = c->n - c->ndense;
+  int64_t work = 0, poll = kAmfPollWork;
   while (c->nel < nlive) {
+    if (work >= poll && c->callback != nullptr) {
+      poll = work + kAmfPollWork;
+      if (c->callback(1, c->handle, static_cast<double>(c->nel) / nlive) != 0) {
+        *npivout = npiv;
+        return kOrderStopped;
+      }
+    }
     if (c->heap.size == 0 && !amf_openband(c)) {
       VLR_sysenv_stopdbg(c->sys, VLR_HERE, "No nodes available");
     }
@@ -392,7 +406,7 @@ bool do_amf(OrderCtx* c, int32_t* order, int32_t* npivout) {
     c->nv[me] = -nvpiv;
     int32_t degme = 0, pme1 = 0, pme2 = -1;
     const int32_t elenme = c->elen[me];
-    if (!find_clique_x(c, me, &pme1, &pme2, &degme)) return false;
+    if (!find_clique_x(c, me, &pme1, &pme2, &degme)) return kOrderNoSpace;
     c->ifir[me] = pme1;
     c->ilen[me] = pme2 - pme1 + 1;
     c->elen[me] = flip(nvpiv + degme);  // me is an element from here on
@@ -403,9 +417,10 @@ bool do_amf(OrderCtx* c, int32_t* order, int32_t* npivout) {
     c->wflg = amf_clearflag(c, c->wflg + lemax);
     find_snode(c, pme1, pme2);
     do_pivotx(c, me, elenme, pme1, pme2, degme, nvpiv);
+    work += degme + 1;
   }
   *npivout = npiv;
-  return true;
+  return kOrderOk;
 }
 
 // Orders the nodes: pivots by their step, each followed by the nodes merged into it; the nodes
@@ -505,6 +520,8 @@ int32_t amf_run(SysEnv* sys, const OrderGraph& g, const int32_t* pri, int32_t us
   if (!ints || !esum) return kOrderNoSpace;
   OrderCtx c{};
   c.sys = sys;
+  c.handle = handle;
+  c.callback = callback;
   c.n = n;
   c.iw = static_cast<int32_t*>(VLR_sysenv_callocdbg(sys, VLR_HERE, iwsize, sizeof(int32_t)));
   if (c.iw == nullptr) return kOrderNoSpace;
@@ -548,9 +565,9 @@ int32_t amf_run(SysEnv* sys, const OrderGraph& g, const int32_t* pri, int32_t us
   c.bandat = 0;
   amf_openband(&c);
   int32_t npiv = 0;
-  const bool done = do_amf(&c, order, &npiv);
+  const int32_t done = do_amf(&c, order, &npiv);
   VLR_sysenv_free(sys, c.iw);
-  if (!done) return kOrderNoSpace;
+  if (done != kOrderOk) return done;
   amf_perm(&c, order, npiv, perm);
   *count = c.count;
   if (c.ndense > 0) {

@@ -290,18 +290,28 @@ int32_t VLR_prslv_reduce(const PrslvParam& param, prslv* p, PrslvStat* stat) {
     *field += now - mark;
     mark = now;
   };
-  if (param.use > 0) r = VLR_prslv_init(param, p, stat);
+  // The caller's stop, asked between groups of reductions.
+  auto stopped = [&]() { return param.stop != nullptr && param.stop(param.stophandle) != 0; };
+  if (param.use > 0) r = stopped() ? kPrslvStopped : VLR_prslv_init(param, p, stat);
   lap(&stat->timeinit);
   bool lindepdone = false;
   // Passes of the simple reductions until one changes nothing; then duplicate rows and columns,
   // and the simple reductions again while the duplicates find something.
   for (int32_t pass = 0; r == kPrslvOk && param.use > 0 && stat->prosta == 0; ++pass) {
     int32_t changed = 0;
+    if (stopped()) {
+      r = kPrslvStopped;
+      break;
+    }
     r = VLR_prslv_checkproblem(param, p, stat, &changed);
     ++stat->numpasses;
     lap(&stat->timecheck);
     if (pass + 1 >= kPrslvMaxPasses) break;
     if (changed || r != kPrslvOk || stat->prosta != 0) continue;
+    if (stopped()) {
+      r = kPrslvStopped;
+      break;
+    }
     r = VLR_prslv_checkdupcon(param, p, stat, &changed);
     lap(&stat->timedupcon);
     if (r == kPrslvOk && stat->prosta == 0 && !param.updateprimal) {
@@ -312,6 +322,10 @@ int32_t VLR_prslv_reduce(const PrslvParam& param, prslv* p, PrslvStat* stat) {
     if (r == kPrslvOk && stat->prosta == 0 && !changed && !lindepdone && param.lindep != 0 &&
         !param.updateprimal && !param.updatedual) {
       lindepdone = true;
+      if (stopped()) {
+        r = kPrslvStopped;
+        break;
+      }
       r = VLR_prslv_chklinblkcon(param, p, stat, &changed);
       lap(&stat->timelindep);
     }

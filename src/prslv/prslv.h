@@ -17,6 +17,7 @@ enum PrslvCode : int32_t {
   kPrslvOk = 0,
   kPrslvNoSpace = 1,  // an allocation failed; nothing is half applied
   kPrslvOrder = 2,    // a call out of order: postsolve runs once after a reduce
+  kPrslvStopped = 3,  // the caller's stop was asked between two groups of reductions
 };
 
 // The parameter record; VLR_prslv_initparam gives the defaults.
@@ -48,6 +49,10 @@ struct PrslvParam {
   // Text of the log, made of whole lines; may be null.
   void* loghandle = nullptr;
   void (*log)(void* handle, const char* text) = nullptr;
+  // Asked before each group of reductions (each a pass over the problem); a non-zero answer ends
+  // the reduce with kPrslvStopped. May be null.
+  void* stophandle = nullptr;
+  int32_t (*stop)(void* handle) = nullptr;
 };
 
 // Presolve's record from the settings a run carries (the rest keep their defaults).

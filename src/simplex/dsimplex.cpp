@@ -16,6 +16,7 @@ namespace {
 constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr double kMinWeight = 1e-4;
 constexpr int32_t kProgressEvery = 100;  // iterations between calls of the progress function
+constexpr int32_t kStopEvery = 10;       // iterations between asks of the caller's stop alone
 constexpr int32_t kLogClockEvery = 64;   // iterations between looks at the clock for the log
 constexpr double kLogSeconds = 2.0;      // wall clock after which a log line is due anyway
 
@@ -58,6 +59,11 @@ bool SimEngine::withinlimits(int64_t* sincecheck) {
       info->response = kSimInterrupted;
       return false;
     }
+  } else if (*sincecheck % kStopEvery == 0 && cb != nullptr && cb->stop != nullptr &&
+             cb->stop(cb->handle) != 0) {
+    // A race's stop, asked more often than the user's callback: it is a load of a flag.
+    info->response = kSimInterrupted;
+    return false;
   }
   return true;
 }

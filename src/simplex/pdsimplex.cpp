@@ -172,8 +172,15 @@ void pdsimplex_releaseall(PdState* st) {
 }  // namespace
 
 int32_t VLR_simplex_primaldualoptimizer(SimEngine& e, bool perturb) {
-  // A start from a given basis is near its end already: the dual road on the whole problem.
-  if (!perturb || e.n == 0) return VLR_simplex_dualroad(e, perturb);
+  // The caller has factored the start (the slack or crash basis, or the given one).
+  e.log("The basis is factorized.(pdsimplex 1)\n");
+  // A start from a given basis is near its end already, and the subproblems cannot be formed
+  // around it: the dual road on the whole problem goes on from it.
+  if (!perturb) {
+    e.log("Hotstart Implement\n");
+    return VLR_simplex_dualroad(e, perturb);
+  }
+  if (e.n == 0) return VLR_simplex_dualroad(e, perturb);
   PdState st(&e);
   const auto snt = static_cast<size_t>(e.nt);
   st.held.assign(snt, 0);

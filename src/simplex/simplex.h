@@ -105,6 +105,9 @@ struct SimCallbacks {
   void (*log)(void* handle, const char* text) = nullptr;
   // Called at a regular count of iterations; a non-zero result stops the run (response 7).
   int32_t (*progress)(void* handle, int64_t iterations, double pobj, double dobj) = nullptr;
+  // Asked between the steps that have no iterations of their own (presolve); a non-zero result
+  // stops the run as progress does. May be null.
+  int32_t (*stop)(void* handle) = nullptr;
   // Where the factor of the last basis is kept when SimParam::savelu is set; each run may take
   // what it finds there and leaves its own.
   SimSavedLu** savedlu = nullptr;

@@ -47,9 +47,13 @@ bool VLR_simplex_presolveandsolve(SysEnv* sys, const SimParam& par, const SimCal
     pp.log = cb.log;
     pp.loghandle = cb.handle;
   }
+  pp.stop = cb.stop;
+  pp.stophandle = cb.handle;
   PrslvStat stat;
-  if (VLR_prslv_reduce(pp, p, &stat) != kPrslvOk) {
-    info->response = kSimNoSpace;
+  if (const int32_t r = VLR_prslv_reduce(pp, p, &stat); r != kPrslvOk) {
+    info->response = r == kPrslvStopped ? kSimInterrupted : kSimNoSpace;
+    info->prosta = VLR_PRO_STA_UNKNOWN;
+    info->solsta = VLR_SOL_STA_UNKNOWN;
     return true;
   }
   VLR_prslv_problemsummary(pp, stat);

@@ -126,6 +126,14 @@ int32_t VLR_putsystemcallbackfunc(Task* task, VLRcallbackfunc func, void* handle
   return VLR_RES_OK;
 }
 
+int32_t VLR_checksystemstop(Task* task, int32_t code) {
+  if (task->system_callback_func != nullptr &&
+      task->system_callback_func(VLR_taskhandle(task), task->system_callback_handle, code) != 0) {
+    task->callback_stop = 1;
+  }
+  return task->callback_stop;
+}
+
 int32_t VLR_checkcallbacks(Task* task, int32_t code) {
   VLRtask_t h = VLR_taskhandle(task);
   if (task->callback_func != nullptr && task->callback_func(h, task->callback_handle, code) != 0) {

@@ -266,6 +266,9 @@ void VLRP_putprivatelintinf(Task* task, int32_t item, int64_t value);
 // which is returned.
 int32_t VLR_checkcallbacks(Task* task, int32_t code);
 int32_t VLR_putsystemcallbackfunc(Task* task, VLRcallbackfunc func, void* handle);
+// The internal callback alone (the stop of a race), for the steps between the user's callbacks:
+// non-zero, and callback_stop set, when it asks for a stop.
+int32_t VLR_checksystemstop(Task* task, int32_t code);
 // 5 (the inner code of a time limit) once the running optimise is past
 // VLR_DPAR_OPTIMIZER_MAX_TIME, else 0.
 int32_t VLR_checkoptimizermaxtime(Task* task);

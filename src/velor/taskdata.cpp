@@ -637,28 +637,26 @@ int32_t VLR_getprobtype(VLRtask_t task, int32_t* probtype) {
 int32_t VLR_checkdata(VLRtask_t task) {
   return vlr::api_guard([&]() -> int32_t {
     VLR_PROLOGUE(task);
+    // The name is made only for the message of a failure: the scan itself is a pass over the
+    // arrays.
     char buf[32];
     for (int32_t i = 0; i < d->numcon; ++i) {
-      int32_t r = VLR_RES_OK;
+      const bool nanl = vlr::VLR_bkhaslow(d->bkc[i]) && std::isnan(d->blc[i]);
+      const bool nanu = vlr::VLR_bkhasupp(d->bkc[i]) && std::isnan(d->buc[i]);
+      if (!nanl && !nanu) continue;
       const char* name = vlr::VLR_getnamex(t, VLR_PI_CON, i, buf);
-      if (vlr::VLR_bkhaslow(d->bkc[i]) && std::isnan(d->blc[i])) {
-        r = VLR_RAISE(t, VLR_RES_ERR_NAN_IN_BLC, name, i);
-      } else if (vlr::VLR_bkhasupp(d->bkc[i]) && std::isnan(d->buc[i])) {
-        r = VLR_RAISE(t, VLR_RES_ERR_NAN_IN_BUC, name, i);
-      }
-      if (r != VLR_RES_OK) return r;
+      return nanl ? VLR_RAISE(t, VLR_RES_ERR_NAN_IN_BLC, name, i)
+                  : VLR_RAISE(t, VLR_RES_ERR_NAN_IN_BUC, name, i);
     }
     for (int32_t j = 0; j < d->numvar; ++j) {
-      int32_t r = VLR_RES_OK;
+      const bool nanc = std::isnan(d->c[j]);
+      const bool nanl = vlr::VLR_bkhaslow(d->bkx[j]) && std::isnan(d->blx[j]);
+      const bool nanu = vlr::VLR_bkhasupp(d->bkx[j]) && std::isnan(d->bux[j]);
+      if (!nanc && !nanl && !nanu) continue;
       const char* name = vlr::VLR_getnamex(t, VLR_PI_VAR, j, buf);
-      if (std::isnan(d->c[j])) {
-        r = VLR_RAISE(t, VLR_RES_ERR_NAN_IN_C, name, j);
-      } else if (vlr::VLR_bkhaslow(d->bkx[j]) && std::isnan(d->blx[j])) {
-        r = VLR_RAISE(t, VLR_RES_ERR_NAN_IN_BLX, name, j);
-      } else if (vlr::VLR_bkhasupp(d->bkx[j]) && std::isnan(d->bux[j])) {
-        r = VLR_RAISE(t, VLR_RES_ERR_NAN_IN_BUX, name, j);
-      }
-      if (r != VLR_RES_OK) return r;
+      if (nanc) return VLR_RAISE(t, VLR_RES_ERR_NAN_IN_C, name, j);
+      return nanl ? VLR_RAISE(t, VLR_RES_ERR_NAN_IN_BLX, name, j)
+                  : VLR_RAISE(t, VLR_RES_ERR_NAN_IN_BUX, name, j);
     }
     return VLR_RES_OK;
   });

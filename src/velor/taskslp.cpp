@@ -26,8 +26,6 @@ int32_t VLR_tasksimlp(Task* task, TaskSimLp* out) {
   TaskData* data = task->data;
   const int32_t m = data->numcon, n = data->numvar, nt = m + n;
   SysEnv* sys = task->sys;
-  const MemAllocator<double> ad(sys);
-  const MemAllocator<int32_t> ai(sys);
   const MemAllocator<int64_t> al(sys);
   // The matrix by columns.
   TaskVec<int64_t>& abeg = out->abeg;
@@ -46,24 +44,20 @@ int32_t VLR_tasksimlp(Task* task, TaskSimLp* out) {
     const int32_t r = VLR_sprmat_getcolslice(data->a, 0, n, nz, &surplus, abeg.data(), aend.data(),
                                              aidx.data(), aval.data());
     if (r != 0) return VLR_SPRRES(task, r);
-    // Pack: the slice gives start and end of each column.
-    TaskVec<int32_t> pidx(aidx.size(), 0, ai);
-    TaskVec<double> pval(aval.size(), 0.0, ad);
+    // Pack in place without explicit zeros: the slice gives start and end of each column, and a
+    // column never starts before the packed entries of the ones before it.
     int64_t at = 0;
-    TaskVec<int64_t> beg(static_cast<size_t>(n) + 1, 0, al);
     for (int32_t j = 0; j < n; ++j) {
-      beg[static_cast<size_t>(j)] = at;
-      for (int64_t k = abeg[static_cast<size_t>(j)]; k < aend[static_cast<size_t>(j)]; ++k) {
+      const int64_t b = abeg[static_cast<size_t>(j)], e = aend[static_cast<size_t>(j)];
+      abeg[static_cast<size_t>(j)] = at;
+      for (int64_t k = b; k < e; ++k) {
         if (aval[static_cast<size_t>(k)] == 0.0) continue;
-        pidx[static_cast<size_t>(at)] = aidx[static_cast<size_t>(k)];
-        pval[static_cast<size_t>(at)] = aval[static_cast<size_t>(k)];
+        aidx[static_cast<size_t>(at)] = aidx[static_cast<size_t>(k)];
+        aval[static_cast<size_t>(at)] = aval[static_cast<size_t>(k)];
         ++at;
       }
     }
-    beg[static_cast<size_t>(n)] = at;
-    abeg.swap(beg);
-    aidx.swap(pidx);
-    aval.swap(pval);
+    abeg[static_cast<size_t>(n)] = at;
   } else {
     std::fill(abeg.begin(), abeg.end(), 0);
   }

@@ -109,6 +109,11 @@ int32_t velorint_iter(void* handle, const HomIter& it) {
   return 0;
 }
 
+// Between iterations (presolve, the ordering): only the race's stop is asked.
+int32_t velorint_stop(void* handle) {
+  return VLR_checksystemstop(static_cast<VelorIntHandle*>(handle)->task, VLR_CALLBACK_IM_ORDER);
+}
+
 int32_t velorint_response(Task* task, int32_t resp) {
   switch (resp) {
     case 0:
@@ -239,6 +244,7 @@ int32_t velorint_run(Task* task) {
   cb.handle = &handle;
   cb.text = velorint_text;
   cb.iter = velorint_iter;
+  cb.stop = velorint_stop;
   if (par.loglevel > 0) {
     VLRP_echotask(task, VLR_STREAM_LOG, "Interior-point optimizer started.\n");
   }

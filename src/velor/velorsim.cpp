@@ -118,6 +118,14 @@ int32_t velorsim_progress(void* handle, int64_t iterations, double pobj, double 
   return 0;
 }
 
+// Between the steps with iterations: only the race's stop is asked, not the user's callback.
+int32_t velorsim_stop(void* handle) {
+  auto* h = static_cast<VelorSimHandle*>(handle);
+  if (VLR_checksystemstop(h->task, VLR_CALLBACK_IM_PRESOLVE) == 0) return 0;
+  h->stop = kVelorSimCallback;
+  return 1;
+}
+
 // The response code of the run's internal response.
 int32_t velorsim_response(Task* task, int32_t resp, int32_t stop) {
   switch (resp) {
@@ -281,6 +289,7 @@ int32_t velorsim_run(Task* task, int32_t optimizer) {
   cb.handle = &handle;
   cb.log = velorsim_log;
   cb.progress = velorsim_progress;
+  cb.stop = velorsim_stop;
   par.savelu = task->iparam[VLR_IPAR_SIM_SAVE_LU] == VLR_ON ? 1 : 0;
   if (par.savelu == 0) VLR_simplex_freesavedlu(sys, &task->savedlu);
   cb.savedlu = &task->savedlu;

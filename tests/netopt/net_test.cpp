@@ -322,7 +322,7 @@ TEST(NetMemfail, EveryFailureIsNoSpaceWithNothingLeft) {
     fa.failat = -1;
     EXPECT_EQ(VLR_sysenv_delete(&sys), 0) << "k = " << k;
     if (r == kNetOk) {
-      EXPECT_GT(k, 10);  // the allocations of setup each failed once
+      EXPECT_GE(k, 5);  // the allocations of setup each failed once
       break;
     }
     ASSERT_EQ(r, kNetNoSpace) << "k = " << k;

@@ -66,6 +66,7 @@ struct Outcome {
   vlr::SimInfo info;
   std::vector<int32_t> sk;
   std::vector<double> x, y, d;
+  std::string log;  // with SimplexTest::keeplog_
   int64_t Iters() const { return info.iter[0] + info.iter[1] + info.iter[2] + info.iter[3]; }
 };
 
@@ -78,7 +79,7 @@ class SimplexTest : public ::testing::TestWithParam<int32_t> {
   Outcome Solve(const Lp& lp, const std::vector<int32_t>& start = {}, bool dualize = false) {
     vlr::SimParam par;
     vlr::VLR_simplex_initparam(&par);
-    par.loglevel = 0;
+    par.loglevel = keeplog_ ? 1 : 0;
     par.slot = GetParam();
     par.solveform = dualize ? vlr::kSimFormDual : vlr::kSimFormPrimal;
     par.dualcrash = crash_;
@@ -90,8 +91,12 @@ class SimplexTest : public ::testing::TestWithParam<int32_t> {
     r.d.assign(nt, 0.0);
     r.y.assign(static_cast<size_t>(lp.m) + 1, 0.0);
     vlr::SimSol sol{r.sk.data(), r.x.data(), r.y.data(), r.d.data()};
-    vlr::VLR_simplex_optimize(sys_, par, vlr::SimCallbacks(), lp.View(), start.empty() ? 0 : 1,
-                              &sol, &r.info);
+    vlr::SimCallbacks cb;
+    if (keeplog_) {
+      cb.handle = &r.log;
+      cb.log = [](void* h, const char* text) { static_cast<std::string*>(h)->append(text); };
+    }
+    vlr::VLR_simplex_optimize(sys_, par, cb, lp.View(), start.empty() ? 0 : 1, &sol, &r.info);
     return r;
   }
 
@@ -135,7 +140,8 @@ class SimplexTest : public ::testing::TestWithParam<int32_t> {
   }
 
   vlr::SysEnv* sys_ = nullptr;
-  int32_t crash_ = 0;  // percent of rows the crash of the dual start may claim
+  int32_t crash_ = 0;     // percent of rows the crash of the dual start may claim
+  bool keeplog_ = false;  // the run's log into Outcome::log
 };
 
 // max 3 x0 + 2 x1 (as min -3 x0 - 2 x1) over x0 + x1 <= 4, x0 + 3 x1 <= 7, x0 <= 3: the optimum
@@ -334,11 +340,19 @@ TEST_P(SimplexTest, AStallingHotStartIsKickedAndEndsAtTheSameOptimum) {
       lp.Col(1.0 + (seed >> 16) % 3, VLR_BK_LO, 0.0, kInf, {{a, 1.0}, {k + b, 1.0}});
     }
   }
+  keeplog_ = true;
   const Outcome cold = Solve(lp);
   std::vector<int32_t> slack(static_cast<size_t>(lp.m + lp.n), VLR_SK_LOW);
   for (int32_t i = 0; i < lp.m; ++i)
     slack[static_cast<size_t>(i)] = VLR_SK_BAS;
   const Outcome hot = Solve(lp, slack);
+  // The primal-dual road says that its start is factored, and that a given basis goes to the
+  // dual road on the whole problem.
+  const bool pd = GetParam() == vlr::kSimSlotPd;
+  EXPECT_EQ(cold.log.find("The basis is factorized.(pdsimplex 1)") != std::string::npos, pd);
+  EXPECT_EQ(hot.log.find("The basis is factorized.(pdsimplex 1)") != std::string::npos, pd);
+  EXPECT_EQ(cold.log.find("Hotstart Implement") != std::string::npos, false);
+  EXPECT_EQ(hot.log.find("Hotstart Implement") != std::string::npos, pd);
   double obj = 0.0;
   for (int32_t j = 0; j < lp.n; ++j)
     obj += lp.c[j] * cold.x[lp.m + j];
