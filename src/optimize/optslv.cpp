@@ -133,6 +133,23 @@ void opt_homparam(const optpar& par, HomParam* hp) {
   hp->loglevel = par.loglevel;
 }
 
+// A solution of a problem of m rows and n columns (keys, values, reduced costs and duals) in two
+// blocks of the system layer; sol is set only when both blocks came.
+struct OptSolBuf {
+  OptSolBuf(SysEnv* sys, int32_t m, int32_t n)
+      : keys(sys, VLR_HERE, std::max(m + n, 1)), vals(sys, VLR_HERE, 2 * int64_t{m + n} + m + 1) {
+    if (!*this) return;
+    sol.sk = keys.get();
+    sol.x = vals.get();
+    sol.d = sol.x + m + n;
+    sol.y = sol.d + m + n;
+  }
+  explicit operator bool() const { return keys && vals; }
+  SysBuf<int32_t> keys;
+  SysBuf<double> vals;
+  SimSol sol;
+};
+
 // Solves lp in its standard form into sol (sized for lp); the statuses and measures go to info.
 // With dual set, lp is the dual of the problem given, and the log shows the objective with the
 // given problem's sign.
@@ -363,21 +380,16 @@ void opt_solvedual(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIpm
     info->resp = 1;
     return;
   }
-  const int32_t dt = dl.m + dl.n, nt = lp.m + lp.n;
-  SysBuf<int32_t> dsk(sys, VLR_HERE, std::max(dt, 1));
-  SysBuf<double> ddb(sys, VLR_HERE, 2 * int64_t{dt} + dl.m + 1);
-  if (!dsk || !ddb) {
+  const int32_t nt = lp.m + lp.n;
+  OptSolBuf dbuf(sys, dl.m, dl.n);
+  if (!dbuf) {
     VLR_dualize_delete(&rec);
     info->resp = 1;
     return;
   }
-  SimSol ds;
-  ds.sk = dsk.get();
-  ds.x = ddb.get();
-  ds.d = ds.x + dt;
-  ds.y = ds.d + dt;
+  const SimSol& ds = dbuf.sol;
   opt_text(cb, "The dual is solved in place of the problem given.\n");
-  opt_solvestd(sys, par, dl, cb, &ds, info, true);
+  opt_solvestd(sys, par, dl, cb, &dbuf.sol, info, true);
   info->isdual = 1;
   std::fill(sol->x, sol->x + nt, 0.0);
   std::fill(sol->d, sol->d + nt, 0.0);
@@ -426,17 +438,12 @@ void opt_checkray(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIpmC
   if (info->resp != 0 || !ray || lp.m == 0) return;
   const int32_t nt = lp.m + lp.n;
   SysBuf<double> zero(sys, VLR_HERE, std::max(lp.n, 1));
-  SysBuf<int32_t> fsk(sys, VLR_HERE, std::max(nt, 1));
-  SysBuf<double> fdb(sys, VLR_HERE, 2 * int64_t{nt} + lp.m + 1);
-  if (!zero || !fsk || !fdb) return;  // the ray stands; it is a valid answer on its own
+  OptSolBuf fbuf(sys, lp.m, lp.n);
+  if (!zero || !fbuf) return;  // the ray stands; it is a valid answer on its own
   SimLp fl = lp;
   fl.c = zero.get();
   fl.cfix = 0.0;
-  SimSol fs;
-  fs.sk = fsk.get();
-  fs.x = fdb.get();
-  fs.d = fs.x + nt;
-  fs.y = fs.d + nt;
+  SimSol& fs = fbuf.sol;
   slvi fi;
   opt_text(cb,
            "A ray was found; the problem is solved with zero costs for a certificate of "
@@ -644,18 +651,13 @@ void VLR_opt_ipmslv(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIp
     info->prslvnumcon = rl.m;
     info->prslvnumvar = rl.n;
     const int32_t rt = rl.m + rl.n;
-    SysBuf<int32_t> rsk(sys, VLR_HERE, std::max(rt, 1));
-    SysBuf<double> rdb(sys, VLR_HERE, 2 * int64_t{rt} + rl.m + 1);
-    if (!rsk || !rdb) {
+    OptSolBuf rbuf(sys, rl.m, rl.n);
+    if (!rbuf) {
       VLR_prslv_delete(&p);
       info->resp = 1;
       return;
     }
-    SimSol rs;
-    rs.sk = rsk.get();
-    rs.x = rdb.get();
-    rs.d = rs.x + rt;
-    rs.y = rs.d + rt;
+    SimSol& rs = rbuf.sol;
     const double tipm = VLR_sysenv_getwctime(sys);
     if (rt > 0) {
       opt_solveform(sys, par, rl, cb, &rs, info);
@@ -668,15 +670,10 @@ void VLR_opt_ipmslv(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIp
     // Basis identification on the reduced problem, before postsolve gives the object's
     // problem back.
     const bool dobi = !again && bas != nullptr && opt_wantbi(par, *info);
-    SysBuf<int32_t> bsk(sys, VLR_HERE, dobi ? std::max(rt, 1) : 1);
-    SysBuf<double> bdb(sys, VLR_HERE, dobi ? 2 * int64_t{rt} + rl.m + 1 : 1);
-    SimSol rb;
-    rb.sk = bsk.get();
-    rb.x = bdb.get();
-    rb.d = rb.x != nullptr ? rb.x + rt : nullptr;
-    rb.y = rb.d != nullptr ? rb.d + rt : nullptr;
+    OptSolBuf bbuf(sys, dobi ? rl.m : 0, dobi ? rl.n : 0);
+    SimSol& rb = bbuf.sol;
     int32_t biresp = 1;
-    if (dobi && bsk && bdb) {
+    if (dobi && bbuf) {
       biresp = rt > 0 ? opt_basind(sys, par, cb, rl, rs, &rb, info) : 0;
     }
     // The basis, then the interior solution, each from the kept reduced problem.
