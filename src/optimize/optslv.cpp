@@ -418,13 +418,40 @@ void opt_solvedual(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIpm
 }
 
 // Solves lp in the form the choice gives.
+// An optimum of the dual holds to the tolerances measured on the dual's data; read back, it must
+// also hold on the problem's: its violations small against the sizes of the bounds and costs,
+// and the two objectives within 1e-8 of each other. On duals whose free variables the standard
+// form splits it need not (greenbea: 1e-3 off the optimum).
+bool opt_dualholds(SysEnv* sys, const SimLp& lp, SimSol* sol) {
+  double pviol = 0.0, dviol = 0.0, pobj = 0.0, dobj = 0.0;
+  if (!VLR_opt_checksolution(sys, lp, sol, &pviol, &dviol, &pobj, &dobj)) return false;
+  double bmax = 0.0, cmax = 0.0;
+  for (int32_t k = 0; k < lp.m + lp.n; ++k) {
+    const double lo = VLR_opt_lower(lp, k), up = VLR_opt_upper(lp, k);
+    if (std::fabs(lo) < 1e30) bmax = std::max(bmax, std::fabs(lo));
+    if (std::fabs(up) < 1e30) bmax = std::max(bmax, std::fabs(up));
+  }
+  for (int32_t j = 0; j < lp.n; ++j)
+    cmax = std::max(cmax, std::fabs(lp.c[j]));
+  return pviol <= 1e-8 * (1.0 + bmax) && dviol <= 1e-8 * (1.0 + cmax) &&
+         std::fabs(pobj - dobj) <= 1e-8 * (1.0 + std::fabs(pobj));
+}
+
+// Solves lp in the form the choice gives; an optimum of the dual that does not hold on lp is
+// found again in the primal form.
 void opt_solveform(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIpmCallbacks& cb,
                    SimSol* sol, slvi* info) {
   if (opt_choosedual(sys, par, lp, cb)) {
     opt_solvedual(sys, par, lp, cb, sol, info);
-  } else {
-    opt_solvestd(sys, par, lp, cb, sol, info);
+    if (info->resp != 0 || info->solsta != VLR_SOL_STA_OPTIMAL || opt_dualholds(sys, lp, sol)) {
+      return;
+    }
+    opt_text(cb, "The dual's optimum does not hold on the problem given; the primal is solved.\n");
+    const int32_t iterations = info->iterations;
+    *info = slvi{};
+    info->iterations = iterations;
   }
+  opt_solvestd(sys, par, lp, cb, sol, info);
 }
 
 // A ray proves the problem unbounded only if it has a feasible point. Before a ray is the answer,
