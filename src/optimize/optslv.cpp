@@ -582,6 +582,7 @@ int32_t opt_confirmbasis(SysEnv* sys, const optpar& par, const OptIpmCallbacks& 
   sp.maxiter = par.bimaxiter;
   sp.presolve = 0;
   sp.hotstart = 1;
+  sp.confirm = 1;
   if (par.bicleanopt == 1) sp.slot = kSimSlotPrimal;
   SimCallbacks scb;
   scb.handle = const_cast<OptIpmCallbacks*>(&cb);

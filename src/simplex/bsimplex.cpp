@@ -116,13 +116,12 @@ double SimEngine::random01() {
 }
 
 int32_t SimEngine::setup(const SimLp& lp) {
-  m = lp.m;
-  n = lp.n;
-  nt = m + n;
-  abeg = lp.abeg;
-  mkeyset = false;
-  aidx = lp.aidx;
-  aval = lp.aval;
+  const int32_t r = setupcore(lp);
+  if (r == kSimOk) setupwork();
+  return r;
+}
+
+void SimEngine::setupwork() {
   const auto snt = static_cast<size_t>(nt);
   const auto sm = static_cast<size_t>(m);
   // Row-wise copy by a counting pass.
@@ -152,6 +151,28 @@ int32_t SimEngine::setup(const SimLp& lp) {
       arlen[i] = static_cast<int32_t>(arbeg[i + 1] - arbeg[i]);
     arnbnz = abeg[n];
   }
+  alpha.assign(snt, 0.0);
+  alphaidx.assign(snt, 0);
+  alphamark.assign(snt, 0);
+  cand.assign(snt, 0);
+  candratio.assign(snt, 0.0);
+  candabs.assign(snt, 0.0);
+  candrelax.assign(snt, 0.0);
+  candmin.assign(snt, 0.0);
+  candorder.assign(snt, 0);
+  flips.assign(snt, 0);
+}
+
+int32_t SimEngine::setupcore(const SimLp& lp) {
+  m = lp.m;
+  n = lp.n;
+  nt = m + n;
+  abeg = lp.abeg;
+  mkeyset = false;
+  aidx = lp.aidx;
+  aval = lp.aval;
+  const auto snt = static_cast<size_t>(nt);
+  const auto sm = static_cast<size_t>(m);
   cost.assign(snt, 0.0);
   costorg.assign(snt, 0.0);
   for (int32_t j = 0; j < n; ++j)
@@ -181,16 +202,6 @@ int32_t SimEngine::setup(const SimLp& lp) {
   heapmark.assign(sm, 0);
   numdirty = 0;
   numinf = 0;
-  alpha.assign(snt, 0.0);
-  alphaidx.assign(snt, 0);
-  alphamark.assign(snt, 0);
-  cand.assign(snt, 0);
-  candratio.assign(snt, 0.0);
-  candabs.assign(snt, 0.0);
-  candrelax.assign(snt, 0.0);
-  candmin.assign(snt, 0.0);
-  candorder.assign(snt, 0);
-  flips.assign(snt, 0);
   for (SimHVec* v : {&rho, &col, &tau, &in, &spike})
     v->setup(std::max(m, 1));
   if (m > 0) {

@@ -175,6 +175,11 @@ struct SimEngine {
   // Sets up the arrays for lp and the row-wise copy. kSimOk, or kSimNoSpace (containers that
   // run out of memory throw bad_alloc, which the entry catches).
   int32_t setup(const SimLp& lp);
+  // The two halves of setup: what a factor, the values and the duals need, and the work of
+  // the iterations (the row-wise copy, the pivot row, the ratio tests). An engine that only
+  // checks a basis takes the first alone.
+  int32_t setupcore(const SimLp& lp);
+  void setupwork();
   double random01();  // a number in [0, 1) from the engine's own sequence (repeatable)
   int64_t iterations() const { return info->iter[par->slot]; }
 

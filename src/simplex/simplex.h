@@ -66,6 +66,9 @@ struct SimParam {
   int32_t dualselection = 0;  // selection number of the dual pricing
   int32_t dualcrash = 0;      // percent of the rows a crash of the dual start may claim; 0 none
   int32_t savelu = 0;         // keep the last factor in SimCallbacks::savedlu
+  // The start basis is expected to be optimal (a postsolved or identified basis): it is first
+  // checked on the data as given after one factor, and reported when it passes.
+  int32_t confirm = 0;
   // Primal pricing: 0 free, 1 full, 2 approximate steepest edge, 3 devex, 4 steepest edge,
   // 5 partial (the task's VLR_SIM_SELECTION_* numbering).
   int32_t primalselection = 0;

@@ -107,6 +107,7 @@ bool VLR_simplex_presolveandsolve(SysEnv* sys, const SimParam& par, const SimCal
   // The postsolved basis is optimal for the problem as given when postsolve got every dual
   // right; this run confirms it, and cleans up what small infeasibilities are left.
   SimInfo cinfo;
+  rpar.confirm = 1;
   VLR_simplex_optimize(sys, rpar, cb, lp, 1, sol, &cinfo);
   simprslv_add(cinfo, info);
   // A basis the run cannot confirm (it found it too far from optimal to mend) is dropped: the

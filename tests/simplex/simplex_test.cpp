@@ -83,6 +83,7 @@ class SimplexTest : public ::testing::TestWithParam<int32_t> {
     par.slot = GetParam();
     par.solveform = dualize ? vlr::kSimFormDual : vlr::kSimFormPrimal;
     par.dualcrash = crash_;
+    par.confirm = confirm_ ? 1 : 0;
     if (crash_ > 0) par.scaling = 1;  // the crash's choice of pivots on the data as given
     Outcome r;
     const auto nt = static_cast<size_t>(lp.m + lp.n);
@@ -142,6 +143,7 @@ class SimplexTest : public ::testing::TestWithParam<int32_t> {
   vlr::SysEnv* sys_ = nullptr;
   int32_t crash_ = 0;     // percent of rows the crash of the dual start may claim
   bool keeplog_ = false;  // the run's log into Outcome::log
+  bool confirm_ = false;  // the start is expected optimal (a postsolved basis)
 };
 
 // max 3 x0 + 2 x1 (as min -3 x0 - 2 x1) over x0 + x1 <= 4, x0 + 3 x1 <= 7, x0 <= 3: the optimum
@@ -190,27 +192,63 @@ TEST_P(SimplexTest, SingularStartBasisIsRepaired) {
   lp.Col(2, VLR_BK_LO, 0, kInf, {{0, 1}, {1, 1}});  // the same column, dearer
   lp.Col(3, VLR_BK_LO, 0, kInf, {{1, 1}});
   const std::vector<int32_t> start = {VLR_SK_LOW, VLR_SK_LOW, VLR_SK_BAS, VLR_SK_BAS, VLR_SK_LOW};
-  const Outcome r = Solve(lp, start);
-  ExpectOptimal(lp, r, 2.0);
-  EXPECT_GE(r.info.numartificial + r.info.numsetbacks + r.Iters(), 1);
+  // Also when the start is expected optimal (a postsolved basis): the check does not take it.
+  for (bool confirm : {false, true}) {
+    confirm_ = confirm;
+    const Outcome r = Solve(lp, start);
+    ExpectOptimal(lp, r, 2.0);
+    EXPECT_GE(r.info.numartificial + r.info.numsetbacks + r.Iters(), 1);
+  }
 }
 
-// The optimal basis of a problem is handed back after a bound moved so that a basic variable
-// lies outside it: primal feasibility is lost, and the run regains it from there.
-TEST_P(SimplexTest, StartThatLostPrimalFeasibilityRecovers) {
+// max 3 x0 + 2 x1 over x0 + x1 <= 4, x0 + 3 x1 <= 6, x0 <= 3: optimum (3, 1).
+Lp TwoRowProblem() {
   Lp lp;
   lp.Row(VLR_BK_UP, -kInf, 4);
   lp.Row(VLR_BK_UP, -kInf, 6);
   lp.Col(-3, VLR_BK_RA, 0, 3, {{0, 1}, {1, 1}});
   lp.Col(-2, VLR_BK_LO, 0, kInf, {{0, 1}, {1, 3}});
+  return lp;
+}
+
+// The optimal basis of a problem is handed back after a bound moved so that a basic variable
+// lies outside it: primal feasibility is lost, and the run regains it from there.
+TEST_P(SimplexTest, StartThatLostPrimalFeasibilityRecovers) {
+  Lp lp = TwoRowProblem();
   const Outcome first = Solve(lp);
   ASSERT_EQ(first.info.solsta, VLR_SOL_STA_OPTIMAL);
   lp.bu[0] = 2;  // row 0 now caps x0 + x1 at 2: x1 = 1 with x0 = 3 no longer fits
-  const Outcome again = Solve(lp, first.sk);
-  // x0 = 2, x1 = 0 (x0 is worth 3 a unit, x1 2).
-  ExpectOptimal(lp, again, -6.0);
-  EXPECT_GE(again.Iters(), 1);
-  EXPECT_LE(again.Iters(), 4);
+  // Also when the start is expected optimal: the check finds it infeasible and the run goes on.
+  for (bool confirm : {false, true}) {
+    confirm_ = confirm;
+    const Outcome again = Solve(lp, first.sk);
+    // x0 = 2, x1 = 0 (x0 is worth 3 a unit, x1 2).
+    ExpectOptimal(lp, again, -6.0);
+    EXPECT_GE(again.Iters(), 1);
+    EXPECT_LE(again.Iters(), 4);
+  }
+}
+
+// A start expected to be optimal is checked after one factor and reported as it is when it
+// passes; one that is short of basic variables or not dual feasible is run on as any other.
+TEST_P(SimplexTest, ConfirmedStartIsTakenAsItIsOnlyWhenOptimal) {
+  const Lp lp = TwoRowProblem();
+  const Outcome first = Solve(lp);
+  ExpectOptimal(lp, first, -11.0);
+  confirm_ = true;
+  const Outcome same = Solve(lp, first.sk);
+  ExpectOptimal(lp, same, -11.0);
+  EXPECT_EQ(same.Iters(), 0);
+  EXPECT_EQ(same.info.numfactor, 1);
+  EXPECT_EQ(same.sk, first.sk);
+  // x0 at its lower bound instead: primal feasible, but its reduced cost has the wrong sign.
+  std::vector<int32_t> wrongside = first.sk;
+  wrongside[2] = VLR_SK_LOW;
+  ExpectOptimal(lp, Solve(lp, wrongside), -11.0);
+  // Too few basic variables.
+  std::vector<int32_t> short1 = first.sk;
+  short1[3] = VLR_SK_LOW;
+  ExpectOptimal(lp, Solve(lp, short1), -11.0);
 }
 
 // min sum x_j over 0 <= x_j <= 1 and sum x_j >= 3.5 with costs 1, 2, 3, 4, 5: the dual simplex
