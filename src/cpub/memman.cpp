@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "cpub/bigmem.h"
+
 namespace vlr {
 
 namespace {
@@ -184,6 +186,9 @@ MemMan* VLR_memman_make(int32_t multithread, int32_t debug_level, void* usr, Mal
     mm->mutex = mutex;
     mm->locked = 1;
   }
+  // Large blocks of the library's own allocator come from regions of huge pages; a caller's
+  // allocator and the tracked mode see every block themselves.
+  if (debug_level == 0 && mfunc == defaultmalloc) mm->big = VLR_bigmem_make();
   return mm;
 }
 
@@ -216,6 +221,7 @@ int64_t VLR_memman_delete(MemMan** pmm) {
       node = next;
     }
   }
+  VLR_bigmem_delete(&mm->big);
   if (mm->dbg_file != nullptr) std::fclose(mm->dbg_file);
   if (mm->mutex != nullptr) {
     pthread_mutex_destroy(static_cast<pthread_mutex_t*>(mm->mutex));
@@ -239,6 +245,10 @@ void* VLR_memman_alloc(const char* file, int line, MemMan* mm, uint64_t count, u
   if (n > SIZE_MAX - 64) return nullptr;
   if (mm->debug_level == 0) {
     if (n == 0) return nullptr;
+    if (mm->big != nullptr && n >= kBigMemMin) {
+      void* p = VLR_bigmem_alloc(mm->big, static_cast<size_t>(n), clear);
+      if (p != nullptr) return p;
+    }
     if (clear && mm->malloc_func == defaultmalloc) return defaultcalloc(static_cast<size_t>(n));
     void* p = mm->malloc_func(mm->usr_ptr, static_cast<size_t>(n));
     if (p != nullptr && clear) std::memset(p, 0, static_cast<size_t>(n));
@@ -294,7 +304,7 @@ void* VLR_memman_alloc(const char* file, int line, MemMan* mm, uint64_t count, u
 void VLR_memman_free(const char* file, int line, MemMan* mm, void* block) {
   if (block == nullptr) return;
   if (mm->debug_level == 0) {
-    mm->free_func(mm->usr_ptr, block);
+    if (mm->big == nullptr || !VLR_bigmem_free(mm->big, block)) mm->free_func(mm->usr_ptr, block);
     return;
   }
   memman_lock(mm);
@@ -373,6 +383,10 @@ void VLR_memman_lockptr(MemMan* mm, const void* block, bool lock) {
     if (lock) memman_digest(node->raw + kGuard, node->size, node->digest);
   }
   memman_unlock(mm);
+}
+
+void VLR_memman_trim(MemMan* mm) {
+  VLR_bigmem_trim(mm->big);
 }
 
 [[noreturn]] void VLR_memman_exit(MemMan* mm, const char* file, int line, const char* text) {

@@ -29,6 +29,8 @@ struct MemTracker {
   MemNode* head;         // newest first
 };
 
+struct BigMem;
+
 struct MemMan {
   char head_guard[8];  // "begin"
   char name[24];       // shown in trace lines; empty here
@@ -42,6 +44,7 @@ struct MemMan {
   MemTracker tracker;
   int64_t max_usage, cur_usage;  // bytes, tracked mode only
   int32_t debug_level;           // 0: no tracking
+  BigMem* big;                   // large blocks of the default allocator; null: none
   char dbg_path[2048];
   FILE* dbg_file;
   char end_guard[4];  // "end"
@@ -59,6 +62,8 @@ void VLR_memman_scanmem(MemMan* mm, const char* file, int line);
 int64_t VLR_memman_numblocks(MemMan* mm);
 bool VLR_memman_isblock(MemMan* mm, const void* block);
 void VLR_memman_lockptr(MemMan* mm, const void* block, bool lock);
+// Gives the memory of the large blocks that were freed back to the system.
+void VLR_memman_trim(MemMan* mm);
 [[noreturn]] void VLR_memman_exit(MemMan* mm, const char* file, int line, const char* text);
 void VLR_sizettostr(uint64_t size, char* buf, size_t bufsize);
 

@@ -129,6 +129,10 @@ void VLR_sysenv_putdbglev(SysEnv* sys, int32_t print_level) {
   sys->memman->tracker.print_level = print_level;
 }
 
+void VLR_sysenv_trim(SysEnv* sys) {
+  VLR_memman_trim(sys->memman);
+}
+
 int64_t VLR_sysenv_numblocks(const SysEnv* sys) {
   return VLR_memman_numblocks(sys->memman);
 }

@@ -84,6 +84,8 @@ void VLR_sysenv_getmemusage(SysEnv* sys, int64_t* cur, int64_t* max);
 int32_t VLR_sysenv_getdbgmemlev(const SysEnv* sys);
 void VLR_sysenv_putdbglev(SysEnv* sys, int32_t print_level);
 int64_t VLR_sysenv_numblocks(const SysEnv* sys);
+// Gives the memory of freed large blocks back to the system; the end of a solve calls it.
+void VLR_sysenv_trim(SysEnv* sys);
 // Checks every tracked block's guards; fatal on damage.
 void VLR_sysenv_scanmemdbg(SysEnv* sys, const char* file, int line);
 // Fatal unless ptr is a live tracked block (tracking on).

@@ -50,6 +50,7 @@ void VLR_stopoptimizer(Task* task, int32_t* response, int32_t code) {
   if (*response == VLR_RES_OK && stop != 0) *response = VLR_RES_TRM_USER_CALLBACK;
   VLRP_putintinf(task, VLR_IINF_OPTIMIZE_RESPONSE, *response);
   task->opt_start = -1.0;
+  VLR_sysenv_trim(task->sys);  // the solve's work areas go back to the system
 }
 
 int32_t VLR_optimizetask(Task* task) {

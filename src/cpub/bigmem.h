@@ -1,0 +1,30 @@
+// src/cpub/bigmem.h: large blocks of the memory manager, served from regions of huge pages and
+// reused within them; private to the system layer.
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace vlr {
+
+// A block at least this large comes from the regions; a smaller one from the C allocator.
+constexpr size_t kBigMemMin = size_t{64} << 10;
+
+struct BigMem;
+
+// Null when the regions cannot be had (the caller then uses the C allocator for every block).
+// Under a sanitizer the regions are off, so that it sees every block.
+BigMem* VLR_bigmem_make();
+// Unmaps every region, with whatever blocks are left in them.
+void VLR_bigmem_delete(BigMem** pbm);
+// A block of size bytes, 64-byte aligned, cleared when asked; null when out of memory.
+void* VLR_bigmem_alloc(BigMem* bm, size_t size, bool clear);
+// Gives a block back; false when the block is not one of the regions'.
+bool VLR_bigmem_free(BigMem* bm, void* block);
+// Unmaps the regions that hold no block.
+void VLR_bigmem_trim(BigMem* bm);
+// Regions mapped and bytes mapped in them.
+void VLR_bigmem_usage(BigMem* bm, int32_t* regions, size_t* mapped);
+
+}  // namespace vlr

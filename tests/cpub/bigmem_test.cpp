@@ -1,0 +1,174 @@
+// tests/cpub/bigmem_test.cpp: the regions of large blocks: blocks that never overlap under a
+// random mix of sizes, cleared blocks that are zero even where an old block lay, reuse of what
+// was given back, the trim, two threads at once, and the road through the memory manager.
+// SPDX-License-Identifier: Apache-2.0
+#include "cpub/bigmem.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+#include <vector>
+
+#include "cpub/sysenv.h"
+
+namespace {
+
+class BigMemTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    bm_ = vlr::VLR_bigmem_make();
+    if (bm_ == nullptr) GTEST_SKIP() << "regions are off in this build (a sanitizer sees blocks)";
+  }
+  void TearDown() override { vlr::VLR_bigmem_delete(&bm_); }
+  vlr::BigMem* bm_ = nullptr;
+};
+
+struct Held {
+  unsigned char* p;
+  size_t size;
+  unsigned char tag;
+};
+
+// Each block is filled with its own tag and checked whole when it is given back: two blocks that
+// shared a byte would show it. Every cleared block must be zero, old data under it or not.
+TEST_F(BigMemTest, RandomMixNeverOverlapsAndClearedBlocksAreZero) {
+  std::vector<Held> held;
+  uint64_t rng = 12345;
+  auto next = [&rng]() {
+    rng = rng * 6364136223846793005ULL + 1442695040888963407ULL;
+    return rng >> 33;
+  };
+  for (int step = 0; step < 3000; ++step) {
+    const bool give = !held.empty() && (held.size() > 40 || next() % 3 == 0);
+    if (give) {
+      const size_t at = next() % held.size();
+      const Held h = held[at];
+      for (size_t k = 0; k < h.size; k += 97)
+        ASSERT_EQ(h.p[k], h.tag) << "block " << at << " byte " << k;
+      ASSERT_EQ(h.p[h.size - 1], h.tag);
+      ASSERT_TRUE(vlr::VLR_bigmem_free(bm_, h.p));
+      held[at] = held.back();
+      held.pop_back();
+      continue;
+    }
+    const size_t size = vlr::kBigMemMin + next() % (size_t{3} << 20);
+    const bool clear = next() % 2 == 0;
+    auto* p = static_cast<unsigned char*>(vlr::VLR_bigmem_alloc(bm_, size, clear));
+    ASSERT_NE(p, nullptr);
+    ASSERT_EQ(reinterpret_cast<uintptr_t>(p) % 64, 0u);
+    if (clear) {
+      for (size_t k = 0; k < size; k += 61)
+        ASSERT_EQ(p[k], 0) << "cleared block, byte " << k;
+      ASSERT_EQ(p[size - 1], 0);
+    }
+    const auto tag = static_cast<unsigned char>(1 + step % 250);
+    std::memset(p, tag, size);
+    held.push_back({p, size, tag});
+  }
+  for (const Held& h : held)
+    ASSERT_TRUE(vlr::VLR_bigmem_free(bm_, h.p));
+  int32_t regions = 0;
+  size_t mapped = 0;
+  vlr::VLR_bigmem_usage(bm_, &regions, &mapped);
+  EXPECT_GE(regions, 1);
+  // At most 40 blocks of up to 3 MiB were live at once: the regions stay near that.
+  EXPECT_LE(mapped, size_t{256} << 20);
+  vlr::VLR_bigmem_trim(bm_);
+  vlr::VLR_bigmem_usage(bm_, &regions, &mapped);
+  EXPECT_EQ(regions, 0);
+}
+
+// A block given back is handed out again in place; freed neighbours merge into room for a block
+// as large as both; a block from elsewhere is not taken.
+TEST_F(BigMemTest, GivenBackIsReusedAndNeighboursMerge) {
+  const size_t size = size_t{1} << 20;
+  void* a = vlr::VLR_bigmem_alloc(bm_, size, false);
+  void* b = vlr::VLR_bigmem_alloc(bm_, size, false);
+  void* c = vlr::VLR_bigmem_alloc(bm_, size, true);
+  ASSERT_TRUE(a != nullptr && b != nullptr && c != nullptr);
+  ASSERT_TRUE(vlr::VLR_bigmem_free(bm_, b));
+  EXPECT_EQ(vlr::VLR_bigmem_alloc(bm_, size, false), b);
+  ASSERT_TRUE(vlr::VLR_bigmem_free(bm_, a));
+  ASSERT_TRUE(vlr::VLR_bigmem_free(bm_, b));
+  void* ab = vlr::VLR_bigmem_alloc(bm_, 2 * size, true);
+  EXPECT_EQ(ab, a);
+  const auto* z = static_cast<const unsigned char*>(ab);
+  for (size_t k = 0; k < 2 * size; k += 4093)
+    ASSERT_EQ(z[k], 0);
+  int32_t regions = 0;
+  size_t mapped = 0;
+  vlr::VLR_bigmem_usage(bm_, &regions, &mapped);
+  EXPECT_EQ(regions, 1);
+  void* other = std::malloc(size);
+  EXPECT_FALSE(vlr::VLR_bigmem_free(bm_, other));
+  std::free(other);
+  // A block larger than a region gets one of its own; freed, it goes when the next new region
+  // is mapped or at the trim.
+  void* huge = vlr::VLR_bigmem_alloc(bm_, size_t{100} << 20, true);
+  ASSERT_NE(huge, nullptr);
+  static_cast<unsigned char*>(huge)[(size_t{100} << 20) - 1] = 7;
+  ASSERT_TRUE(vlr::VLR_bigmem_free(bm_, huge));
+  vlr::VLR_bigmem_trim(bm_);
+  vlr::VLR_bigmem_usage(bm_, &regions, &mapped);
+  EXPECT_EQ(regions, 1);  // the first still holds c and ab
+  ASSERT_TRUE(vlr::VLR_bigmem_free(bm_, ab));
+  ASSERT_TRUE(vlr::VLR_bigmem_free(bm_, c));
+}
+
+TEST_F(BigMemTest, TwoThreadsAtOnceKeepTheirBlocksApart) {
+  auto work = [this](unsigned char tag, bool* ok) {
+    std::vector<unsigned char*> mine;
+    for (int step = 0; step < 400; ++step) {
+      const size_t size = vlr::kBigMemMin * (1 + static_cast<size_t>(step % 7));
+      auto* p = static_cast<unsigned char*>(vlr::VLR_bigmem_alloc(bm_, size, false));
+      if (p == nullptr) {
+        *ok = false;
+        return;
+      }
+      std::memset(p, tag, vlr::kBigMemMin);
+      mine.push_back(p);
+      if (mine.size() > 8) {
+        unsigned char* q = mine.front();
+        for (size_t k = 0; k < vlr::kBigMemMin; k += 31)
+          if (q[k] != tag) *ok = false;
+        vlr::VLR_bigmem_free(bm_, q);
+        mine.erase(mine.begin());
+      }
+    }
+    for (unsigned char* q : mine)
+      vlr::VLR_bigmem_free(bm_, q);
+  };
+  bool ok1 = true, ok2 = true;
+  std::thread t1(work, static_cast<unsigned char>(0x11), &ok1);
+  std::thread t2(work, static_cast<unsigned char>(0x22), &ok2);
+  t1.join();
+  t2.join();
+  EXPECT_TRUE(ok1);
+  EXPECT_TRUE(ok2);
+}
+
+// Through the system layer: large and small blocks side by side, cleared ones zero after reuse,
+// and nothing left after the trim.
+TEST(BigMemSysEnv, LargeAndSmallBlocksThroughTheSystemLayer) {
+  vlr::SysEnv* sys = vlr::VLR_sysenv_make(1, 0, nullptr, nullptr, nullptr);
+  ASSERT_NE(sys, nullptr);
+  const size_t big = size_t{1} << 20;
+  for (int round = 0; round < 3; ++round) {
+    auto* p = static_cast<double*>(VLR_sysenv_calloc(sys, big / sizeof(double), sizeof(double)));
+    auto* q = static_cast<int*>(vlr::VLR_sysenv_mallocdbg(sys, VLR_HERE, 100 * sizeof(int)));
+    ASSERT_TRUE(p != nullptr && q != nullptr);
+    for (size_t k = 0; k < big / sizeof(double); k += 1000)
+      ASSERT_EQ(p[k], 0.0);
+    p[0] = p[big / sizeof(double) - 1] = 1.0;
+    q[99] = 1;
+    VLR_sysenv_free(sys, p);
+    VLR_sysenv_free(sys, q);
+  }
+  vlr::VLR_sysenv_trim(sys);
+  EXPECT_EQ(vlr::VLR_sysenv_delete(&sys), 0);
+}
+
+}  // namespace
