@@ -201,6 +201,15 @@ int32_t VLR_lu_ftranus(LuFactor* lu, int32_t nz, double* x, const int32_t* patte
 int32_t VLR_lu_ftrans(LuFactor* lu, int32_t nz, double* x, int32_t* pattern, int32_t* onz,
                       double* out, int32_t* opattern, int32_t isize, int32_t* iwork, int32_t msize,
                       int32_t* marker, double tol1, double tol2);
+// The entries of B^-1 x at the positions sel[0..nsel) alone: the L part and the updates in
+// full, then only the rows of U that the selected ones depend on, found through the row file.
+// x is consumed as by VLR_lu_ftrans; out (zero on entry) and opattern take every value the
+// solve computed, the selected ones among them. When those rows pass a quarter of all, the whole
+// solve is made instead.
+int32_t VLR_lu_ftransel(LuFactor* lu, int32_t nz, double* x, int32_t* pattern, int32_t nsel,
+                        const int32_t* sel, int32_t* onz, double* out, int32_t* opattern,
+                        int32_t isize, int32_t* iwork, int32_t msize, int32_t* marker, double tol1,
+                        double tol2);
 // The whole BTRAN: consumes the column-space x into out (row space, zero on entry).
 int32_t VLR_lu_btrans(LuFactor* lu, int32_t nz, double* x, const int32_t* pattern, int32_t* onz,
                       double* out, int32_t* opattern, int32_t* marker, int32_t isize,

@@ -315,6 +315,59 @@ int32_t VLR_lu_ftrans(LuFactor* lu, int32_t nz, double* x, int32_t* pattern, int
                         tol2);
 }
 
+int32_t VLR_lu_ftransel(LuFactor* lu, int32_t nz, double* x, int32_t* pattern, int32_t nsel,
+                        const int32_t* sel, int32_t* onz, double* out, int32_t* opattern,
+                        int32_t isize, int32_t* iwork, int32_t msize, int32_t* marker, double tol1,
+                        double tol2) {
+  *onz = 0;
+  const int32_t r = VLR_lu_ftranl(lu, &nz, x, pattern, marker, isize, iwork);
+  if (r != kLuOk) return r;
+  lu_checkwork(lu, isize, msize);
+  const int32_t nrow = lu->nrow;
+  // The rows the selected ones depend on: row i needs the value of every column of its row
+  // file, which its pivot row gives.
+  int64_t work = 0;
+  const Reach reach = lu_dfs(
+      nrow, nsel, sel, [&](int32_t j) { return lu->invq[j]; },
+      [&](int32_t i) { return lu->uuser[i]; },
+      [&](int32_t i, int32_t t) { return lu->invq[lu->subj[lu->ufirr[i] + t]]; }, true, nrow / 4,
+      marker, iwork, &work);
+  if (reach.abandoned) {
+    lu_addwork(lu, kTaskSymUfw, work);
+    return VLR_lu_ftranus(lu, nz, x, pattern, onz, out, opattern, isize, iwork, msize, marker, tol1,
+                          tol2);
+  }
+  int32_t n = 0;
+  auto value = [&](int32_t i) {
+    double v = x[i];
+    const int32_t beg = lu->ufirr[i];
+    const int32_t end = beg + lu->uuser[i];
+    for (int32_t k = beg; k < end; ++k)
+      v -= lu->valr[k] * out[lu->subj[k]];
+    work += end - beg;
+    const int32_t j = lu->q[i];
+    out[j] = v / lu->diag[i];
+    opattern[n++] = j;
+  };
+  // Rows with an empty row file depend on nothing; of the others, the search finished each row
+  // after all it depends on, and the list holds them in the reverse of that order.
+  const int32_t* list = iwork + nrow;
+  const int32_t* empty = iwork + 2 * nrow;
+  for (int32_t p = 0; p < reach.nempty; ++p) {
+    marker[empty[p]] = 0;
+    value(empty[p]);
+  }
+  for (int32_t p = nrow - 1; p >= reach.first; --p) {
+    marker[list[p]] = 0;
+    value(list[p]);
+  }
+  for (int32_t k = 0; k < nz; ++k)
+    x[pattern[k]] = 0.0;
+  *onz = n;
+  lu_addwork(lu, kTaskSparseUfw, work);
+  return kLuOk;
+}
+
 int32_t VLR_lu_btrans(LuFactor* lu, int32_t nz, double* x, const int32_t* pattern, int32_t* onz,
                       double* out, int32_t* opattern, int32_t* marker, int32_t isize,
                       int32_t* iwork, double tol1, double tol2) {

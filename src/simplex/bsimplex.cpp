@@ -769,9 +769,26 @@ void SimEngine::ftrantau() {
     in.idx[static_cast<size_t>(t)] = i;
   }
   in.nz = rho.nz;
-  VLR_lu_ftrans(lu, in.nz, in.val.data(), in.idx.data(), &tau.nz, tau.val.data(), tau.idx.data(),
-                static_cast<int32_t>(iwork.size()), iwork.data(),
-                static_cast<int32_t>(marker.size()), marker.data(), kDropTol, kDropTol);
+  // The weights' update reads tau on the pattern of the entering column alone: the solve for
+  // those entries (and the rows of U they need) is far smaller when tau fills in, the whole
+  // solve when tau stays sparse. The one whose recent results were smaller runs; the other
+  // every so many iterations, so that its record stays current.
+  bool sel = tausel < taufull;
+  if (taufull < 0.0 || tausel < 0.0) sel = taufull >= 0.0;
+  if (iterations() % kTauProbe == 0) sel = !sel;
+  const auto isize = static_cast<int32_t>(iwork.size());
+  const auto msize = static_cast<int32_t>(marker.size());
+  if (sel) {
+    VLR_lu_ftransel(lu, in.nz, in.val.data(), in.idx.data(), col.nz, col.idx.data(), &tau.nz,
+                    tau.val.data(), tau.idx.data(), isize, iwork.data(), msize, marker.data(),
+                    kDropTol, kDropTol);
+  } else {
+    VLR_lu_ftrans(lu, in.nz, in.val.data(), in.idx.data(), &tau.nz, tau.val.data(), tau.idx.data(),
+                  isize, iwork.data(), msize, marker.data(), kDropTol, kDropTol);
+  }
+  double& rec = sel ? tausel : taufull;
+  const double dens = static_cast<double>(tau.nz) / m;
+  rec = rec < 0.0 ? dens : 0.8 * rec + 0.2 * dens;
   in.nz = 0;
   VLR_simplex_inctimeofopr(sys, info, kSimOpFtran, t0);
 }

@@ -224,10 +224,14 @@ struct SimEngine {
   int8_t boundstatus(int32_t k, double dk) const;
   // Column of variable k into the sparse vector v (row space).
   void loadcolumn(int32_t k, SimHVec* v) const;
-  // rho = B^-T e(p); col = B^-1 a(q) keeping the spike for the update; tau = B^-1 rho.
+  // rho = B^-T e(p); col = B^-1 a(q) keeping the spike for the update; tau = B^-1 rho on the
+  // pattern of col (and what that needs), for the weights.
   void btranrow(int32_t p);
   void ftrancol(int32_t q);
   void ftrantau();
+  // Mean densities of the recent results of the two ways to tau (-1 before the first).
+  double taufull = -1.0, tausel = -1.0;
+  static constexpr int64_t kTauProbe = 32;  // iterations between runs of the other way
   // The pivot row alpha(k) = rho' col(k) over the non-basic variables.
   void formrow();
   // The split of the row-wise copy by the statuses in pos, from scratch.

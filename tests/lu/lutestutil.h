@@ -301,6 +301,26 @@ class Harness {
     CheckPattern(out, opat, onz);
     return out;
   }
+  // The entries at sel alone (the others may be computed too, or stay zero).
+  std::vector<double> Ftransel(const std::vector<double>& b, std::vector<int32_t> sel) {
+    const int32_t n = vlr::VLR_lu_getnrow(lu_);
+    std::vector<double> x(b), out(vlr::VLR_lu_getncol(lu_), 0.0);
+    std::vector<int32_t> pat, opat(n + 1);
+    for (int32_t i = 0; i < n; ++i) {
+      if (x[i] != 0.0) pat.push_back(i);
+    }
+    const auto nz = static_cast<int32_t>(pat.size());
+    pat.resize(n + 1);
+    int32_t onz = 0;
+    EXPECT_EQ(vlr::VLR_lu_ftransel(lu_, nz, x.data(), pat.data(), static_cast<int32_t>(sel.size()),
+                                   sel.data(), &onz, out.data(), opat.data(),
+                                   static_cast<int32_t>(iwork_.size()), iwork_.data(),
+                                   static_cast<int32_t>(marker_.size()), marker_.data(), 0.0, 0.0),
+              vlr::kLuOk);
+    CheckClean(x);
+    CheckPattern(out, opat, onz);
+    return out;
+  }
   std::vector<double> Btrans(const std::vector<double>& b, double tol = 0.0) {
     const int32_t n = vlr::VLR_lu_getnrow(lu_);
     std::vector<double> x(b), out(n, 0.0);

@@ -3,6 +3,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "lu/lutestutil.h"
 
 namespace {
@@ -80,6 +82,17 @@ TEST(Luupd, HundredsOfReplacementsStayAccurate) {
         EXPECT_LT(RelErr(h.Ftrans(rhs), x), 1e-9) << "update " << done;
         EXPECT_LT(RelErr(h.Btran(rhs), y), 1e-9) << "update " << done;
         EXPECT_LT(RelErr(h.Btrans(rhs), y), 1e-9) << "update " << done;
+        // The solve for a few entries (and, past a quarter of the rows, the whole solve).
+        std::vector<int32_t> sel;
+        for (int32_t j = 0; j < n; ++j)
+          if (rng() % (done % 40 == 0 ? 2 : 25) == 0) sel.push_back(j);
+        const std::vector<double> part = h.Ftransel(rhs, sel);
+        std::vector<double> mine(n, 0.0), theirs(n, 0.0);
+        for (int32_t j : sel) {
+          mine[j] = part[j];
+          theirs[j] = x[j];
+        }
+        EXPECT_LT(RelErr(mine, theirs), 1e-9) << "update " << done;
       } else {
         // Backward errors of B x = rhs and B^T y = rhs.
         const std::vector<double> x = h.Ftrans(rhs), y = h.Btrans(rhs);
@@ -99,6 +112,43 @@ TEST(Luupd, HundredsOfReplacementsStayAccurate) {
     std::vector<double> rhs = lutest::RandVec(n, rng);
     EXPECT_LT(RelErr(h.Ftran(rhs), ref.solve(rhs)), 1e-9);
   }
+}
+
+// On a sparse triangular basis the solve for a few entries of B^-1 b touches few rows of U, and
+// agrees with the whole solve there, before and after replacements.
+TEST(Luupd, SelectedEntriesAgreeWithTheWholeSolve) {
+  std::mt19937 rng(7);
+  const int32_t n = 400;
+  SpMat b = lutest::MakeBasis(n, 1, Shape::kPermutedTriangular, rng);
+  Harness h(n);
+  vlr::VLR_lu_puttrh(h.lu(), 1, 100000);
+  ASSERT_EQ(h.Factor(&b, 40 * static_cast<int32_t>(b.nnz())), vlr::kLuOk);
+  int32_t small = 0;
+  std::vector<int32_t> idx;
+  std::vector<double> val;
+  for (int32_t it = 0; it < 60; ++it) {
+    if (it % 2 == 1) {
+      RandomColumn(n, 2, rng, &idx, &val);
+      const int32_t jout = ChooseLeaving(&h, n, idx, val, rng);
+      if (h.Update(jout, idx, val) != vlr::kLuOk) continue;
+      b.idx[jout] = idx;
+      b.val[jout] = val;
+    }
+    const std::vector<double> rhs = lutest::RandVec(n, rng, 0.01);
+    std::vector<int32_t> sel;
+    for (int32_t t = 0; t < 4; ++t)
+      sel.push_back(static_cast<int32_t>(rng() % n));
+    std::sort(sel.begin(), sel.end());
+    sel.erase(std::unique(sel.begin(), sel.end()), sel.end());
+    const std::vector<double> part = h.Ftransel(rhs, sel), full = h.Ftrans(rhs);
+    int32_t computed = 0;
+    for (double v : part)
+      computed += v != 0.0 ? 1 : 0;
+    small += computed < n / 4 ? 1 : 0;
+    for (int32_t j : sel)
+      EXPECT_NEAR(part[j], full[j], 1e-12 * (1.0 + std::fabs(full[j]))) << "solve " << it;
+  }
+  EXPECT_GT(small, 30);  // the selected rows, not the whole solve, in most of them
 }
 
 // A spike that makes the basis singular is refused and the factor still solves the old basis.
