@@ -771,9 +771,11 @@ void SimEngine::ftrantau() {
   in.nz = rho.nz;
   // The weights' update reads tau on the pattern of the entering column alone: the solve for
   // those entries (and the rows of U they need) is far smaller when tau fills in, the whole
-  // solve when tau stays sparse. The one whose recent results were smaller runs; the other
-  // every so many iterations, so that its record stays current.
-  bool sel = tausel < taufull;
+  // solve when tau stays sparse. The selected solve runs when its recent results were less
+  // than half the whole solve's (rounding differs between the two, and a degenerate problem
+  // such as qap12 can take another path for it: 106503 iterations one way, 470000 the other),
+  // and each is tried every so many iterations, so that its record stays current.
+  bool sel = tausel < 0.5 * taufull;
   if (taufull < 0.0 || tausel < 0.0) sel = taufull >= 0.0;
   if (iterations() % kTauProbe == 0) sel = !sel;
   const auto isize = static_cast<int32_t>(iwork.size());
