@@ -18,11 +18,10 @@ constexpr size_t kDefaultPad = 24;
 constexpr int kGuard = 8;  // guard bytes on each side of a tracked block
 constexpr unsigned char kSeed = ' ';
 
-// Aligns to 16 bytes and keeps the allocator's own pointer in the word before the block.
-void* defaultmalloc(void*, size_t size) {
-  if (size == 0 || size > SIZE_MAX - kDefaultPad) return nullptr;
-  // With defaultcalloc the one place that calls the C allocator: the library comes here.
-  auto* buf = static_cast<unsigned char*>(std::malloc(size + kDefaultPad));
+// The block inside a buffer of the C allocator: aligned to 16 bytes, with the buffer's pointer
+// kept in the word before it.
+void* defaultblock(void* raw) {
+  auto* buf = static_cast<unsigned char*>(raw);
   if (buf == nullptr) return nullptr;
   const uintptr_t off = kDefaultPad - (reinterpret_cast<uintptr_t>(buf) + 8) % 16;
   unsigned char* block = buf + off;
@@ -30,16 +29,17 @@ void* defaultmalloc(void*, size_t size) {
   return block;
 }
 
+// With defaultcalloc the one place that calls the C allocator for blocks: the library comes here.
+void* defaultmalloc(void*, size_t size) {
+  if (size == 0 || size > SIZE_MAX - kDefaultPad) return nullptr;
+  return defaultblock(std::malloc(size + kDefaultPad));
+}
+
 // The same block cleared: for a large block the C allocator maps fresh pages that are zero
 // already, so a work area that is mostly never touched costs neither a pass nor page faults.
 void* defaultcalloc(size_t size) {
   if (size == 0 || size > SIZE_MAX - kDefaultPad) return nullptr;
-  auto* buf = static_cast<unsigned char*>(std::calloc(size + kDefaultPad, 1));
-  if (buf == nullptr) return nullptr;
-  const uintptr_t off = kDefaultPad - (reinterpret_cast<uintptr_t>(buf) + 8) % 16;
-  unsigned char* block = buf + off;
-  std::memcpy(block - sizeof(void*), &buf, sizeof(void*));
-  return block;
+  return defaultblock(std::calloc(size + kDefaultPad, 1));
 }
 
 void defaultfree(void*, void* block) {
