@@ -9,7 +9,7 @@
 namespace vlr {
 
 // A block at least this large comes from the regions; a smaller one from the C allocator.
-constexpr size_t kBigMemMin = size_t{64} << 10;
+constexpr size_t kBigMemMin = size_t{16} << 10;
 
 struct BigMem;
 
