@@ -434,12 +434,16 @@ void simplex_solve(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, con
       info->hotstart = 1;
     }
   }
+  // A basis given by the caller (a hot start, a postsolved basis) was never factored here and
+  // may be badly conditioned: its factor pivots with a stricter threshold, which keeps the
+  // values and duals it gives accurate.
+  SimParam hot = par;
+  if (!keys.empty()) hot.lurelpiv = std::max(par.lurelpiv, kSimHotStartRelPiv);
   // A kept factor is for the scaled matrix of a full run: the check does not make one.
   const bool keptlu = par.savelu != 0 && cb.savedlu != nullptr;
-  if (par.confirm != 0 && !keys.empty() && !keptlu) {
-    SimParam hot = par;
-    hot.lurelpiv = std::max(par.lurelpiv, kSimHotStartRelPiv);
-    if (simplex_confirmoptimal(sys, hot, cb, lp, keys.data(), sol, info)) return;
+  if (par.confirm != 0 && !keys.empty() && !keptlu &&
+      simplex_confirmoptimal(sys, hot, cb, lp, keys.data(), sol, info)) {
+    return;
   }
   const bool scaled = par.scaling != kSimScaleNone;
   SimScaling sc(sys);
@@ -448,11 +452,6 @@ void simplex_solve(SysEnv* sys, const SimParam& par, const SimCallbacks& cb, con
     simplex_scale(lp, &sc);
   }
   const SimLp& work = scaled ? sc.lp : lp;
-  // A basis given by the caller (a hot start, a postsolved basis) was never factored here and
-  // may be badly conditioned: its factor pivots with a stricter threshold, which keeps the
-  // values and duals it gives accurate.
-  SimParam hot = par;
-  if (!keys.empty()) hot.lurelpiv = std::max(par.lurelpiv, kSimHotStartRelPiv);
   int32_t end =
       simplex_run(sys, hot, cb, work, keys.empty() ? nullptr : keys.data(), keys.empty(),
                   scaled ? sc.r.data() : nullptr, scaled ? sc.s.data() : nullptr, sol, info);
