@@ -17,9 +17,9 @@ rm -rf "$tmp" && mkdir -p "$tmp" || exit 2
   > "$tmp/table" || exit 1
 bad=0
 # A head and one line per problem and road, each solved to the reference.
-if [ "$(head -n 1 "$tmp/r.csv")" != "problem,rows,cols,solver,status,optimal,time,iterations,objerr" ] ||
+if [ "$(head -n 1 "$tmp/r.csv")" != "problem,rows,cols,solver,status,optimal,time,iterations,objerr,wall" ] ||
   [ "$(grep -c ',OPT,1,' "$tmp/r.csv")" != 6 ] || [ "$(wc -l < "$tmp/r.csv")" != 7 ] ||
-  ! grep -Eq '^blend,74,83,primal-np,OPT,1,[0-9.]+,[0-9]+,[0-9.]+e-[0-9]+$' "$tmp/r.csv" ||
+  ! grep -Eq '^blend,74,83,primal-np,OPT,1,[0-9.]+,[0-9]+,[0-9.]+e-[0-9]+,[0-9.]+$' "$tmp/r.csv" ||
   [ -e "$tmp/r.csv.part" ]; then
   echo "perfprofile: unexpected CSV:"
   sed 's/^/  /' "$tmp/r.csv"
