@@ -65,6 +65,13 @@ void prf_log(const Prf& w, const char* format, ...) {
   w.cb->text(w.cb->handle, line);
 }
 
+bool prf_stop(Prf* w, int32_t code) {
+  if (!w->stopped && w->cb != nullptr && w->cb->stop != nullptr) {
+    w->stopped = w->cb->stop(w->cb->handle, code) != 0;
+  }
+  return w->stopped;
+}
+
 bool prf_atbound(const Prf& w, int32_t k, double tol, int32_t* side) {
   const auto s = static_cast<size_t>(k);
   const double v = w.x[s], l = w.lo[s], u = w.up[s];
@@ -439,37 +446,46 @@ int32_t VLR_prf_puriflp(SysEnv* sys, const PrfParam& par, const PrfCallbacks& cb
       prf_log(w, "  tolx: %.2e tols: %.2e tolapiv: %.2e tollurpiv: %.2e\n", par.tolx, par.tols,
               par.tolapiv, par.tollurpiv);
     }
-    if (cb.stop != nullptr && cb.stop(cb.handle, 8) != 0) {
-      info->resp = 7;
-      return info->resp;
-    }
-    if (!prf_setup(&w, lp, itr)) {
-      info->resp = 1;
-      return info->resp;
-    }
-    double t = VLR_sysenv_getwctime(sys);
-    if (!VLR_prf_crashbasis(&w, info)) {
-      info->resp = 1;
-      return info->resp;
-    }
-    prf_formxb(&w);
-    info->crashtime = VLR_sysenv_getwctime(sys) - t;
-    prf_logstep(w, "Crash", 0, 0);
-    t = VLR_sysenv_getwctime(sys);
-    if (!VLR_prf_primallp(&w, info)) {
-      info->resp = 1;
-      return info->resp;
-    }
-    info->pritime = VLR_sysenv_getwctime(sys) - t;
-    prf_logstep(w, "Primal", info->priiter, info->primoves);
-    t = VLR_sysenv_getwctime(sys);
-    if (!VLR_prf_duallp(&w, info)) {
-      info->resp = 1;
-      return info->resp;
-    }
-    info->duatime = VLR_sysenv_getwctime(sys) - t;
-    prf_logstep(w, "Dual", info->duaiter, info->duamoves);
-    VLR_prf_clean(&w, lp, bas, info);
+    // The steps; a stop between them, or within a push, ends the run without a basis.
+    [&]() {
+      const auto stopped = [&w, info]() {
+        if (w.stopped) info->resp = 7;
+        return w.stopped;
+      };
+      if (prf_stop(&w, VLR_CALLBACK_BEGIN_BI) && stopped()) return;
+      if (!prf_setup(&w, lp, itr)) {
+        info->resp = 1;
+        return;
+      }
+      double t = VLR_sysenv_getwctime(sys);
+      if (!VLR_prf_crashbasis(&w, info)) {
+        info->resp = 1;
+        return;
+      }
+      prf_formxb(&w);
+      info->crashtime = VLR_sysenv_getwctime(sys) - t;
+      prf_logstep(w, "Crash", 0, 0);
+      if (prf_stop(&w, VLR_CALLBACK_BEGIN_PRIMAL_BI) && stopped()) return;
+      t = VLR_sysenv_getwctime(sys);
+      if (!VLR_prf_primallp(&w, info)) {
+        info->resp = 1;
+        return;
+      }
+      info->pritime = VLR_sysenv_getwctime(sys) - t;
+      if (stopped()) return;
+      prf_logstep(w, "Primal", info->priiter, info->primoves);
+      if (prf_stop(&w, VLR_CALLBACK_BEGIN_DUAL_BI) && stopped()) return;
+      t = VLR_sysenv_getwctime(sys);
+      if (!VLR_prf_duallp(&w, info)) {
+        info->resp = 1;
+        return;
+      }
+      info->duatime = VLR_sysenv_getwctime(sys) - t;
+      if (stopped()) return;
+      prf_logstep(w, "Dual", info->duaiter, info->duamoves);
+      if (prf_stop(&w, VLR_CALLBACK_BEGIN_SIMPLEX_BI) && stopped()) return;
+      VLR_prf_clean(&w, lp, bas, info);
+    }();
   } catch (const std::bad_alloc&) {
     info->resp = 1;
   }

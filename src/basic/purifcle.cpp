@@ -10,6 +10,22 @@
 
 namespace vlr {
 
+namespace {
+
+// The clean-up simplex's callbacks, through the run's own: its log lines, and its asks whether
+// to stop.
+void prf_cleanlog(void* handle, const char* text) {
+  const auto* cb = static_cast<const PrfCallbacks*>(handle);
+  if (cb->text != nullptr) cb->text(cb->handle, text);
+}
+
+int32_t prf_cleanstop(void* handle) {
+  const auto* cb = static_cast<const PrfCallbacks*>(handle);
+  return cb->stop != nullptr ? cb->stop(cb->handle, VLR_CALLBACK_IM_SIMPLEX_BI) : 0;
+}
+
+}  // namespace
+
 void VLR_prf_priinflp(const Prf& w, int32_t* num, double* maxv, double* sumv) {
   *num = 0;
   *maxv = 0.0;
@@ -104,8 +120,9 @@ int32_t VLR_prf_clean(Prf* w, const SimLp& lp, SimSol* bas, PrfInfo* info) {
   sp.hotstart = 1;
   SimCallbacks scb;
   if (w->cb != nullptr) {
-    scb.handle = w->cb->handle;
-    scb.log = w->cb->text;
+    scb.handle = const_cast<PrfCallbacks*>(w->cb);
+    scb.log = w->cb->text != nullptr ? prf_cleanlog : nullptr;
+    scb.stop = w->cb->stop != nullptr ? prf_cleanstop : nullptr;
   }
   SimInfo si;
   VLR_simplex_initinfo(&si);

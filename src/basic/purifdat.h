@@ -25,6 +25,8 @@ constexpr double kPrfDropTol = 1e-14;
 constexpr double kPrfAbsPiv = 1e-7;
 // Smallest pivot of the crash basis's factor (on the scaled problem, whose entries are near 1).
 constexpr double kPrfCrashPiv = 0.03;
+// Pushes between two asks of the stop callback.
+constexpr int64_t kPrfStopEvery = 32;
 
 struct Prf {
   explicit Prf(SysEnv* s);
@@ -57,6 +59,7 @@ struct Prf {
   PrfVec<int32_t> ipattern, opattern;
   int64_t sinceupd = 0;  // updates since the last factor
   int64_t stuck = 0;     // dual pushes that could neither finish nor exchange
+  bool stopped = false;  // the stop callback asked the run to end
   int64_t wsze = 0;      // work area of the factor to ask for; never shrinks
 };
 
@@ -83,9 +86,12 @@ void prf_addcol(const Prf& w, int32_t k, double s, double* v);
 // col(k)' v for a row-space v.
 double prf_dotcol(const Prf& w, int32_t k, const double* v);
 void prf_log(const Prf& w, const char* format, ...) __attribute__((format(printf, 2, 3)));
+// Asks the stop callback (once stopped, always stopped); code is the callback's event.
+bool prf_stop(Prf* w, int32_t code);
 
 // The pushes: primal (superbasic variables onto a bound or into the basis) and dual (reduced
-// costs of basic variables to zero, or out of the basis). Each returns false when out of space.
+// costs of basic variables to zero, or out of the basis). Each returns false when out of space,
+// and ends early with w->stopped set when the stop callback asks.
 bool VLR_prf_primallp(Prf* w, PrfInfo* info);
 bool VLR_prf_duallp(Prf* w, PrfInfo* info);
 // Measures of the basic solution: bound violations of x (count, largest, sum, relative to the

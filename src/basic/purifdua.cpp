@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "basic/purifdat.h"
+#include "velor.h"
 
 namespace vlr {
 
@@ -46,6 +47,7 @@ bool VLR_prf_duallp(Prf* w, PrfInfo* info) {
   int32_t* touched = w->list.data();
   double* rho = w->sw.data();  // zero outside each solve's pattern
   for (int32_t p = 0; p < m; ++p) {
+    if (p % kPrfStopEvery == 0 && prf_stop(w, VLR_CALLBACK_IM_DUAL_BI)) return true;
     const int32_t k = w->bas[static_cast<size_t>(p)];
     const auto sk = static_cast<size_t>(k);
     const double dk = w->d[sk];

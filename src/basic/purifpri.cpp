@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "basic/purifdat.h"
+#include "velor.h"
 
 namespace vlr {
 
@@ -99,6 +100,7 @@ bool prf_primalpass(Prf* w, PrfInfo* info, double tolx, bool first) {
   if (ns > 0) prf_formxb(w);
   double* alpha = w->sw.data();  // zero outside each solve's pattern
   for (int32_t t = 0; t < ns; ++t) {
+    if (t % kPrfStopEvery == 0 && prf_stop(w, VLR_CALLBACK_IM_PRIMAL_BI)) return true;
     const int32_t k = list[t];
     const auto s = static_cast<size_t>(k);
     if (w->pos[s] >= 0) continue;
@@ -150,6 +152,7 @@ bool VLR_prf_primallp(Prf* w, PrfInfo* info) {
   // dependent; it is pushed in the next pass.
   for (int32_t pass = 0; pass < 3; ++pass) {
     if (!prf_primalpass(w, info, tolx, pass == 0)) return false;
+    if (w->stopped) return true;
   }
   std::fill(w->w3.begin(), w->w3.end(), 0.0);
   prf_formxb(w);

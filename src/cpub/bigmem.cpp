@@ -22,6 +22,17 @@ constexpr size_t kRegionMin = size_t{64} << 20;  // the least size of a region
 constexpr size_t kGrain = 4096;                  // extents are whole small pages
 constexpr size_t kHead = 64;                     // before each block: its extent's length
 
+// Every block of the regions has a tag in the word before it: large, or small of a class.
+constexpr uint64_t kBigTag = 0x6c61726765ULL;      // "large"
+constexpr uint64_t kSmallTag = 0x736d616c6c00ULL;  // "small", the class in the low byte
+constexpr size_t kSlab = size_t{32} << 10;         // small blocks are cut from slabs
+constexpr size_t kSmallHead = 16;                  // before each small block: its tag
+// The sizes of the small classes, two to each power of two, all multiples of 16.
+constexpr size_t kClassSize[] = {16,  32,   48,   64,   96,   128,  192,  256,  384,   512,
+                                 768, 1024, 1536, 2048, 3072, 4096, 6144, 8192, 12288, 16384};
+constexpr int32_t kClasses = static_cast<int32_t>(sizeof kClassSize / sizeof kClassSize[0]);
+static_assert(kClassSize[kClasses - 1] >= kBigMemMin, "every small block has a class");
+
 struct Extent {
   size_t off, len;
 };
@@ -145,6 +156,11 @@ size_t region_take(Region* r, size_t len) {
 struct BigMem {
   pthread_mutex_t mutex;
   Region* head;  // oldest first: blocks fill the old regions before the new
+  // Small blocks by class: those given back (linked through their first word), and the rest of
+  // the slab being cut.
+  void* freed[kClasses];
+  unsigned char* cut[kClasses];
+  size_t cutleft[kClasses];
   // The address range any region ever covered: a block outside it is not asked about under
   // the lock (most frees are of small blocks).
   std::atomic<uintptr_t> lo, hi;
@@ -197,10 +213,12 @@ void VLR_bigmem_delete(BigMem** pbm) {
   *pbm = nullptr;
 }
 
-void* VLR_bigmem_alloc(BigMem* bm, size_t size, bool clear) {
-  if (size > SIZE_MAX / 2) return nullptr;
-  const size_t len = roundup(size + kHead, kGrain);
-  pthread_mutex_lock(&bm->mutex);
+namespace {
+
+// An extent of len bytes from the regions, a new region mapped when none holds it; under the
+// lock. Null when the system refuses; *used is how many of its first bytes were handed out
+// before (the rest is still zero).
+unsigned char* bigmem_take(BigMem* bm, size_t len, size_t* used) {
   Region* r = bm->head;
   size_t off = SIZE_MAX;
   for (; r != nullptr; r = r->link) {
@@ -212,10 +230,7 @@ void* VLR_bigmem_alloc(BigMem* bm, size_t size, bool clear) {
     // model whose arrays grow does not keep each size it passed through.
     unmapempty(bm);
     r = region_map(std::max(kRegionMin, roundup(len, kHuge)));
-    if (r == nullptr) {
-      pthread_mutex_unlock(&bm->mutex);
-      return nullptr;
-    }
+    if (r == nullptr) return nullptr;
     Region** tail = &bm->head;
     while (*tail != nullptr)
       tail = &(*tail)->link;
@@ -226,13 +241,59 @@ void* VLR_bigmem_alloc(BigMem* bm, size_t size, bool clear) {
       bm->hi.store(b + r->size, std::memory_order_relaxed);
     off = region_take(r, len);
   }
-  const size_t fresh = r->fresh;
-  r->fresh = std::max(fresh, off + len);
+  *used = r->fresh > off ? std::min(len, r->fresh - off) : 0;
+  r->fresh = std::max(r->fresh, off + len);
+  return r->base + off;
+}
+
+}  // namespace
+
+void* VLR_bigmem_alloc(BigMem* bm, size_t size, bool clear) {
+  if (size > SIZE_MAX / 2) return nullptr;
+  const size_t len = roundup(size + kHead, kGrain);
+  size_t used = 0;
+  pthread_mutex_lock(&bm->mutex);
+  unsigned char* at = bigmem_take(bm, len, &used);
   pthread_mutex_unlock(&bm->mutex);
-  unsigned char* block = r->base + off + kHead;
-  std::memcpy(r->base + off, &len, sizeof(len));
+  if (at == nullptr) return nullptr;
+  unsigned char* block = at + kHead;
+  std::memcpy(at, &len, sizeof(len));
+  std::memcpy(block - sizeof(kBigTag), &kBigTag, sizeof(kBigTag));
   // Only the part that was handed out before can hold old data.
-  if (clear && off + kHead < fresh) std::memset(block, 0, std::min(size, fresh - off - kHead));
+  if (clear && used > kHead) std::memset(block, 0, std::min(size, used - kHead));
+  return block;
+}
+
+void* VLR_bigmem_allocsmall(BigMem* bm, size_t size, bool clear) {
+  int32_t c = 0;
+  while (c < kClasses && kClassSize[c] < size)
+    ++c;
+  if (c == kClasses) return VLR_bigmem_alloc(bm, size, clear);
+  const size_t slot = kSmallHead + kClassSize[c];
+  unsigned char* block = nullptr;
+  pthread_mutex_lock(&bm->mutex);
+  if (bm->freed[c] != nullptr) {
+    block = static_cast<unsigned char*>(bm->freed[c]);
+    std::memcpy(&bm->freed[c], block, sizeof(void*));
+  } else {
+    if (bm->cutleft[c] < slot) {
+      // A slab of at least four blocks: the small blocks of a run then sit on few pages.
+      const size_t len = std::max(kSlab, roundup(4 * slot, kGrain));
+      size_t used = 0;
+      bm->cut[c] = bigmem_take(bm, len, &used);
+      bm->cutleft[c] = bm->cut[c] == nullptr ? 0 : len;
+    }
+    if (bm->cutleft[c] >= slot) {
+      block = bm->cut[c] + kSmallHead;
+      bm->cut[c] += slot;
+      bm->cutleft[c] -= slot;
+    }
+  }
+  pthread_mutex_unlock(&bm->mutex);
+  if (block == nullptr) return nullptr;
+  const uint64_t tag = kSmallTag | static_cast<uint64_t>(c);
+  std::memcpy(block - sizeof(tag), &tag, sizeof(tag));
+  if (clear) std::memset(block, 0, size);
   return block;
 }
 
@@ -249,6 +310,16 @@ bool VLR_bigmem_free(BigMem* bm, void* block) {
   if (r == nullptr) {
     pthread_mutex_unlock(&bm->mutex);
     return false;
+  }
+  uint64_t tag = 0;
+  std::memcpy(&tag, static_cast<unsigned char*>(block) - sizeof(tag), sizeof(tag));
+  if ((tag & ~uint64_t{0xff}) == kSmallTag) {
+    // A small block goes on its class's list; its slab stays.
+    const auto c = static_cast<size_t>(tag & 0xff);
+    std::memcpy(block, &bm->freed[c], sizeof(void*));
+    bm->freed[c] = block;
+    pthread_mutex_unlock(&bm->mutex);
+    return true;
   }
   const size_t off = static_cast<size_t>(static_cast<unsigned char*>(block) - r->base) - kHead;
   size_t len = 0;

@@ -8,7 +8,8 @@
 
 namespace vlr {
 
-// A block at least this large comes from the regions; a smaller one from the C allocator.
+// A block at least this large comes from the regions; a smaller one from the C allocator, unless
+// its owner asks for small blocks too (VLR_bigmem_allocsmall).
 constexpr size_t kBigMemMin = size_t{16} << 10;
 
 struct BigMem;
@@ -20,7 +21,12 @@ BigMem* VLR_bigmem_make();
 void VLR_bigmem_delete(BigMem** pbm);
 // A block of size bytes, 64-byte aligned, cleared when asked; null when out of memory.
 void* VLR_bigmem_alloc(BigMem* bm, size_t size, bool clear);
-// Gives a block back; false when the block is not one of the regions'.
+// A block below kBigMemMin bytes, 16-byte aligned, cleared when asked; null when out of memory.
+// Small blocks are cut by size class from slabs of the regions and reused through a free list
+// per class; the slabs stay until the regions are deleted, so this is for owners that do not
+// live long (a racer's task, on a thread whose own C heap would grow a page at a time).
+void* VLR_bigmem_allocsmall(BigMem* bm, size_t size, bool clear);
+// Gives a block back, large or small; false when the block is not one of the regions'.
 bool VLR_bigmem_free(BigMem* bm, void* block);
 // Unmaps the regions that hold no block.
 void VLR_bigmem_trim(BigMem* bm);

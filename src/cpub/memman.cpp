@@ -248,6 +248,9 @@ void* VLR_memman_alloc(const char* file, int line, MemMan* mm, uint64_t count, u
     if (mm->big != nullptr && n >= kBigMemMin) {
       void* p = VLR_bigmem_alloc(mm->big, static_cast<size_t>(n), clear);
       if (p != nullptr) return p;
+    } else if (mm->big != nullptr && mm->small != 0) {
+      void* p = VLR_bigmem_allocsmall(mm->big, static_cast<size_t>(n), clear);
+      if (p != nullptr) return p;
     }
     if (clear && mm->malloc_func == defaultmalloc) return defaultcalloc(static_cast<size_t>(n));
     void* p = mm->malloc_func(mm->usr_ptr, static_cast<size_t>(n));

@@ -45,6 +45,7 @@ struct MemMan {
   int64_t max_usage, cur_usage;  // bytes, tracked mode only
   int32_t debug_level;           // 0: no tracking
   BigMem* big;                   // large blocks of the default allocator; null: none
+  int32_t small;                 // 1: small blocks from the regions too
   char dbg_path[2048];
   FILE* dbg_file;
   char end_guard[4];  // "end"

@@ -133,6 +133,10 @@ void VLR_sysenv_trim(SysEnv* sys) {
   VLR_memman_trim(sys->memman);
 }
 
+void VLR_sysenv_smallfromregions(SysEnv* sys) {
+  sys->memman->small = 1;
+}
+
 int64_t VLR_sysenv_numblocks(const SysEnv* sys) {
   return VLR_memman_numblocks(sys->memman);
 }

@@ -86,6 +86,10 @@ void VLR_sysenv_putdbglev(SysEnv* sys, int32_t print_level);
 int64_t VLR_sysenv_numblocks(const SysEnv* sys);
 // Gives the memory of freed large blocks back to the system; the end of a solve calls it.
 void VLR_sysenv_trim(SysEnv* sys);
+// From now on small blocks come from the regions of large ones too, where there are regions
+// (the library's own allocator, untracked); they are kept until sys is deleted. For a short-lived
+// sys whose work runs on a new thread, whose own C heap would grow a page at a time.
+void VLR_sysenv_smallfromregions(SysEnv* sys);
 // Checks every tracked block's guards; fatal on damage.
 void VLR_sysenv_scanmemdbg(SysEnv* sys, const char* file, int line);
 // Fatal unless ptr is a live tracked block (tracking on).

@@ -133,6 +133,8 @@ int32_t VLR_amf_gp_sorder(SysEnv* sys, double balance1, double balance2, const O
       // the separators found on each part directly, which suits regular meshes better.
       int32_t* pri = alt.get() + n;
       for (int32_t flat = 0; flat < 2; ++flat) {
+        // The dissection itself does not ask whether to stop: it is asked before each.
+        if (callback != nullptr && callback(1, handle, 0.5) != 0) return kOrderStopped;
         r = VLR_ordpart_dissect(sys, g, 100, balance1, flat, pri);
         if (r != kOrderOk) return r;
         // Separators that hold a third of the nodes leave parts too small to pay for the

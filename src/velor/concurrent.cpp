@@ -122,6 +122,9 @@ struct ConcurrentClones {
     if (r != VLR_RES_OK) return r;
     handle[num] = c;
     task[num++] = VLR_taskcast(c);
+    // The racer runs on a thread of its own, whose C heap would start empty and grow a page at
+    // a time; the regions of its large blocks serve its small ones too.
+    VLR_sysenv_smallfromregions(task[num - 1]->sys);
     if (params != nullptr) r = VLR_copyparam(c, params);
     return r;
   }
@@ -142,17 +145,23 @@ void VLR_optimization_thread(ConcurrentThread* rec) {
   // earlier run.
   const Task* t = rec->task;
   const int32_t opt = t->iparam[VLR_IPAR_OPTIMIZER];
+  bool settled = false;
   for (int32_t w : {VLR_SOL_ITR, VLR_SOL_BAS}) {
     const bool writes = w == VLR_SOL_ITR ? opt == VLR_OPTIMIZER_INTPNT || opt == VLR_OPTIMIZER_FREE
                                          : opt != VLR_OPTIMIZER_INTPNT;
     if (writes && VLR_solutiondefrec(t, w) && concurrent_terminalsolsta(t->sols->sol[w].solsta)) {
-      rec->terminal = 1;
+      settled = true;
     }
   }
+  // The first to settle the problem wins: it is the one that raises the flag. A racer that
+  // settles it after the flag went up (it finished its last step before it asked) has lost.
+  int32_t down = 0;
+  if (settled && rec->stop->compare_exchange_strong(down, 1, std::memory_order_acq_rel)) {
+    rec->terminal = 1;
+  }
   if (r == VLR_RES_TRM_INTERNAL) r = VLR_RES_TRM_USER_CALLBACK;
-  // A settled problem ends the race; so do the user's stop and the time limit, which hold for
-  // every racer alike.
-  if (rec->terminal != 0 || r == VLR_RES_TRM_USER_CALLBACK || r == VLR_RES_TRM_MAX_TIME) {
+  // The user's stop and the time limit, which hold for every racer alike, end the race too.
+  if (r == VLR_RES_TRM_USER_CALLBACK || r == VLR_RES_TRM_MAX_TIME) {
     rec->stop->store(1, std::memory_order_relaxed);
   }
   *rec->result = r;
@@ -243,7 +252,7 @@ int32_t VLR_optimizeconcurrent_core(Task* task, Task** taskarray, int32_t num) {
       t->opt_start = -1.0;
     }
   }
-  // The winner: the first racer in table order that settled the problem.
+  // The winner: the racer that settled the problem first (at most one raised the flag).
   int32_t win = -1;
   for (int32_t k = 0; k < total && win < 0; ++k)
     if (recs[static_cast<size_t>(k)].terminal != 0) win = k;

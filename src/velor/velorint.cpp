@@ -254,7 +254,8 @@ int32_t velorint_run(Task* task) {
   VLR_checkcallbacks(task, VLR_CALLBACK_END_INTPNT);
   const double time = VLR_sysenv_getwctime(sys) - start;
   if (info.resp == 1 || info.resp == 6) return velorint_response(task, info.resp);
-  const int32_t r = velorint_response(task, info.resp);
+  // A stop during basis identification leaves the interior solution as it is, and no basis.
+  const int32_t r = velorint_response(task, info.resp == 0 && info.biresp == 7 ? 7 : info.resp);
   const int32_t rr = VLR_putsimsol(task, VLR_SOL_ITR, lp, sol, info.prosta, info.solsta, tl.sense);
   if (rr != VLR_RES_OK) return rr;
   if (wantbasis && info.biused != 0) {

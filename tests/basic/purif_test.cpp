@@ -84,7 +84,7 @@ struct Result {
   int32_t resp = -1;
 };
 
-Result Identify(const Problem& pb) {
+Result Identify(const Problem& pb, const vlr::PrfCallbacks& cb = vlr::PrfCallbacks{}) {
   const int32_t nt = pb.m + pb.n;
   std::vector<int32_t> isk(size_t(nt), VLR_SK_BAS);
   std::vector<double> ix = pb.x, iy = pb.y, id(size_t(nt), 0.0);
@@ -105,7 +105,7 @@ Result Identify(const Problem& pb) {
   vlr::PrfParam par;
   vlr::VLR_prf_setdefaults(&par);
   par.loglevel = 0;
-  r.resp = vlr::VLR_prf_puriflp(sys, par, vlr::PrfCallbacks{}, pb.Lp(), itr, &bas, &r.info);
+  r.resp = vlr::VLR_prf_puriflp(sys, par, cb, pb.Lp(), itr, &bas, &r.info);
   EXPECT_EQ(vlr::VLR_sysenv_delete(&sys), 0) << "memory left behind";
   return r;
 }
@@ -264,6 +264,78 @@ TEST(Purif, ANearlyDependentColumnGivesWayToASlackInTheCrash) {
   EXPECT_EQ(r.info.cleaned, 0);
   EXPECT_EQ(r.sk[2], VLR_SK_BAS);
   EXPECT_EQ(r.sk[3], VLR_SK_BAS);
+}
+
+// A stop callback that says stop from its k-th ask on (never when k is 0), and records the
+// events it is asked at.
+struct StopAt {
+  int32_t k = 0;
+  std::vector<int32_t> asks;
+  static int32_t Ask(void* handle, int32_t code) {
+    auto* s = static_cast<StopAt*>(handle);
+    s->asks.push_back(code);
+    return s->k > 0 && int32_t(s->asks.size()) >= s->k ? 1 : 0;
+  }
+  vlr::PrfCallbacks Callbacks() {
+    vlr::PrfCallbacks cb;
+    cb.handle = this;
+    cb.stop = Ask;
+    return cb;
+  }
+};
+
+// A run is asked whether to stop between its steps, within the pushes and within the clean-up
+// simplex; whichever ask says stop, the run ends there with response 7, asks once more at its
+// end, and leaves nothing behind. The problem: 40 rows of random entries over 120 columns in
+// [0, 10], from the middle of the box (feasible, far from optimal), so that the pushes are many
+// and the clean-up takes many iterations.
+TEST(Purif, AStopAtAnyAskEndsTheRunThere) {
+  constexpr int32_t m = 40, n = 120;
+  uint64_t seed = 12345;
+  auto next = [&seed]() {
+    seed = seed * 6364136223846793005ULL + 1442695040888963407ULL;
+    return double(seed >> 11) / double(1ULL << 53);
+  };
+  std::vector<std::vector<double>> a(size_t(m), std::vector<double>(size_t(n), 0.0));
+  std::vector<double> c(static_cast<size_t>(n));
+  for (int32_t j = 0; j < n; ++j) {
+    c[size_t(j)] = std::floor(21 * next()) - 10;
+    for (int32_t i = 0; i < m; ++i)
+      if (next() < 0.2) a[size_t(i)][size_t(j)] = std::floor(9 * next()) + 1;
+  }
+  Problem pb(m, a, c);
+  pb.x.assign(size_t(m + n), 5.0);
+  for (int32_t i = 0; i < m; ++i) {
+    double ax = 0;
+    for (int32_t j = 0; j < n; ++j)
+      ax += 5.0 * a[size_t(i)][size_t(j)];
+    pb.x[size_t(i)] = ax;
+    pb.Bound(i, ax - 20, ax + 20);
+  }
+  for (int32_t j = 0; j < n; ++j)
+    pb.Bound(m + j, 0, 10);
+  pb.y.assign(size_t(m), 0.0);
+
+  StopAt whole;
+  const Result full = Identify(pb, whole.Callbacks());
+  ExpectOptimalBasis(pb, full);
+  ASSERT_EQ(full.info.cleaned, 1);
+  ASSERT_GE(full.info.cleanpriiter + full.info.cleanduaiter, 10);
+  auto asked = [&whole](int32_t code) {
+    return std::count(whole.asks.begin(), whole.asks.end(), code);
+  };
+  EXPECT_GE(asked(VLR_CALLBACK_IM_PRIMAL_BI), 2);
+  EXPECT_GE(asked(VLR_CALLBACK_IM_DUAL_BI), 2);
+  EXPECT_GE(asked(VLR_CALLBACK_IM_SIMPLEX_BI), 1);
+  // The last ask is the end's, whose answer is not taken.
+  const auto total = int32_t(whole.asks.size());
+  for (int32_t k = 1; k < total; ++k) {
+    StopAt stop;
+    stop.k = k;
+    const Result r = Identify(pb, stop.Callbacks());
+    EXPECT_EQ(r.resp, 7) << "stop at ask " << k;
+    EXPECT_EQ(int32_t(stop.asks.size()), k + 1) << "stop at ask " << k;
+  }
 }
 
 }  // namespace

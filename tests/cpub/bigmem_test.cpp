@@ -12,7 +12,9 @@
 #include <thread>
 #include <vector>
 
+#include "cpub/memman.h"
 #include "cpub/sysenv.h"
+#include "cpub/sysenvrec.h"
 
 namespace {
 
@@ -150,6 +152,57 @@ TEST_F(BigMemTest, TwoThreadsAtOnceKeepTheirBlocksApart) {
   EXPECT_TRUE(ok2);
 }
 
+// Small blocks of every size up to the large ones, mixed with large blocks, given back in random
+// order: none overlaps another, each is 16-byte aligned, a cleared one is zero even where an
+// earlier block of its class lay, and one given back is the next of its class handed out.
+TEST_F(BigMemTest, SmallBlocksByClassNeverOverlapAndAreReused) {
+  std::vector<Held> held;
+  uint64_t rng = 777;
+  auto next = [&rng]() {
+    rng = rng * 6364136223846793005ULL + 1442695040888963407ULL;
+    return rng >> 33;
+  };
+  for (int step = 0; step < 20000; ++step) {
+    const bool give = !held.empty() && (held.size() > 300 || next() % 3 == 0);
+    if (give) {
+      const size_t at = next() % held.size();
+      const Held h = held[at];
+      for (size_t k = 0; k < h.size; ++k)
+        ASSERT_EQ(h.p[k], h.tag) << "block " << at << " of " << h.size << " byte " << k;
+      ASSERT_TRUE(vlr::VLR_bigmem_free(bm_, h.p));
+      held[at] = held.back();
+      held.pop_back();
+      continue;
+    }
+    const bool large = next() % 50 == 0;
+    const size_t size = large             ? vlr::kBigMemMin + next() % (size_t{1} << 18)
+                        : next() % 4 == 0 ? 1 + next() % (vlr::kBigMemMin - 1)
+                                          : 1 + next() % 200;
+    const bool clear = next() % 2 == 0;
+    auto* p = static_cast<unsigned char*>(large ? vlr::VLR_bigmem_alloc(bm_, size, clear)
+                                                : vlr::VLR_bigmem_allocsmall(bm_, size, clear));
+    ASSERT_NE(p, nullptr);
+    ASSERT_EQ(reinterpret_cast<uintptr_t>(p) % 16, 0u);
+    if (clear) {
+      for (size_t k = 0; k < size; ++k)
+        ASSERT_EQ(p[k], 0) << "cleared block of " << size << ", byte " << k;
+    }
+    const auto tag = static_cast<unsigned char>(1 + step % 250);
+    std::memset(p, tag, size);
+    held.push_back({p, size, tag});
+  }
+  for (const Held& h : held)
+    ASSERT_TRUE(vlr::VLR_bigmem_free(bm_, h.p));
+  // The last given back of a class is the first handed out again; another class has its own.
+  void* a = vlr::VLR_bigmem_allocsmall(bm_, 100, false);
+  void* b = vlr::VLR_bigmem_allocsmall(bm_, 100, false);
+  ASSERT_TRUE(vlr::VLR_bigmem_free(bm_, a));
+  ASSERT_TRUE(vlr::VLR_bigmem_free(bm_, b));
+  EXPECT_NE(vlr::VLR_bigmem_allocsmall(bm_, 20, false), b);
+  EXPECT_EQ(vlr::VLR_bigmem_allocsmall(bm_, 120, false), b);
+  EXPECT_EQ(vlr::VLR_bigmem_allocsmall(bm_, 97, true), a);
+}
+
 // Through the system layer: large and small blocks side by side, cleared ones zero after reuse,
 // and nothing left after the trim.
 TEST(BigMemSysEnv, LargeAndSmallBlocksThroughTheSystemLayer) {
@@ -168,6 +221,38 @@ TEST(BigMemSysEnv, LargeAndSmallBlocksThroughTheSystemLayer) {
     VLR_sysenv_free(sys, q);
   }
   vlr::VLR_sysenv_trim(sys);
+  EXPECT_EQ(vlr::VLR_sysenv_delete(&sys), 0);
+}
+
+// A system layer asked for small blocks from the regions maps a region for its first small
+// block, gives its blocks back through the ordinary free, and reports no leak at its end.
+TEST(BigMemSysEnv, SmallBlocksFromTheRegionsWhenAsked) {
+  vlr::SysEnv* sys = vlr::VLR_sysenv_make(1, 0, nullptr, nullptr, nullptr);
+  ASSERT_NE(sys, nullptr);
+  if (sys->memman->big == nullptr) {
+    vlr::VLR_sysenv_delete(&sys);
+    GTEST_SKIP() << "regions are off in this build (a sanitizer sees blocks)";
+  }
+  int32_t regions = 0;
+  size_t mapped = 0;
+  void* before = vlr::VLR_sysenv_mallocdbg(sys, VLR_HERE, 64);
+  vlr::VLR_bigmem_usage(sys->memman->big, &regions, &mapped);
+  EXPECT_EQ(regions, 0) << "a small block comes from the C allocator unless asked";
+  vlr::VLR_sysenv_smallfromregions(sys);
+  std::vector<int*> blocks;
+  for (int k = 0; k < 1000; ++k) {
+    auto* q = static_cast<int*>(VLR_sysenv_calloc(sys, 1 + k % 300, sizeof(int)));
+    ASSERT_NE(q, nullptr);
+    for (int t = 0; t < 1 + k % 300; ++t)
+      ASSERT_EQ(q[t], 0);
+    q[k % 300] = k;
+    blocks.push_back(q);
+  }
+  vlr::VLR_bigmem_usage(sys->memman->big, &regions, &mapped);
+  EXPECT_EQ(regions, 1);
+  for (int* q : blocks)
+    VLR_sysenv_free(sys, q);
+  VLR_sysenv_free(sys, before);  // from the C allocator, given back there
   EXPECT_EQ(vlr::VLR_sysenv_delete(&sys), 0);
 }
 
