@@ -19,6 +19,8 @@ constexpr int32_t kProgressEvery = 100;  // iterations between calls of the prog
 constexpr int32_t kStopEvery = 10;       // iterations between asks of the caller's stop alone
 constexpr int32_t kLogClockEvery = 64;   // iterations between looks at the clock for the log
 constexpr double kLogSeconds = 2.0;      // wall clock after which a log line is due anyway
+// Iterations within which a second mismatch of the pivot counts as a set-back.
+constexpr int64_t kMismatchWindow = 10;
 
 }  // namespace
 
@@ -35,6 +37,18 @@ bool SimEngine::badevent(int32_t* count, bool tighten) {
     tolpiv = std::min(tolpiv * 10.0, 1e-4);
   }
   return true;
+}
+
+// On a factor with updates a lone mismatch is rounding that the factor mends; on a fresh factor,
+// or when they come close together, the run is in trouble: a set-back, and on a fresh factor
+// the pivots are then chosen more strictly. Over a long run of a degenerate problem the lone
+// ones would otherwise add up to the limit of set-backs (qap15 with the primal-dual simplex).
+bool SimEngine::mismatch(int32_t* count, int64_t* last, bool fresh) {
+  const int64_t it = iterations();
+  const bool close = it - *last <= kMismatchWindow;
+  *last = it;
+  if (!fresh && !close) return true;
+  return badevent(count, fresh);
 }
 
 bool SimEngine::refresh() {
@@ -365,6 +379,7 @@ int32_t SimEngine::dualloop(int32_t phase) {
   bool needfactor = false;
   bool fresh = true;  // the factor has no updates since the last recomputation
   int32_t badevents = 0;
+  int64_t lastbad = std::numeric_limits<int64_t>::min() / 2;  // the last mismatch of the pivot
   int64_t sincecheck = 0;
   // Degeneracy is measured over blocks of iterations.
   int64_t blockstart = iterations(), blockdeg = info->degiter, blocksize = 500;
@@ -432,7 +447,7 @@ int32_t SimEngine::dualloop(int32_t phase) {
     if (std::fabs(alphac - alphar) > 1e-7 * (1.0 + std::fabs(alphac)) ||
         std::fabs(alphac) < tolpiv) {
       spike.clear();
-      if (!badevent(&badevents, fresh)) return kLoopStopped;
+      if (!mismatch(&badevents, &lastbad, fresh)) return kLoopStopped;
       needfactor = true;
       continue;
     }

@@ -704,6 +704,7 @@ int32_t SimEngine::primalloop() {
   bool needfactor = false;
   bool fresh = true;
   int32_t badevents = 0;
+  int64_t lastbad = std::numeric_limits<int64_t>::min() / 2;  // the last mismatch of the pivot
   int64_t sincecheck = 0;
   int32_t phase = primalsetphase();
   int64_t lastdual = iterations();
@@ -821,7 +822,7 @@ int32_t SimEngine::primalloop() {
     if (std::fabs(alphac - alphar) > 1e-7 * (1.0 + std::fabs(alphac)) ||
         std::fabs(alphac) <= tolpiv) {
       spike.clear();
-      if (!badevent(&badevents, fresh)) return kLoopStopped;
+      if (!mismatch(&badevents, &lastbad, fresh)) return kLoopStopped;
       needfactor = true;
       continue;
     }

@@ -30,7 +30,6 @@ enum SimNbStat : int8_t {
   kNbFixed = 4,  // non-basic with equal bounds (any reduced cost)
 };
 
-// A sparse vector over a dense array that is zero outside its pattern.
 // Presolves lp, solves what is left and brings the solution back, then confirms it by a run on
 // lp from the postsolved basis. False when presolve proved infeasibility or unboundedness, or
 // the reduced problem ended so: the caller then solves lp as given, for its certificate
@@ -38,6 +37,7 @@ enum SimNbStat : int8_t {
 bool VLR_simplex_presolveandsolve(SysEnv* sys, const SimParam& par, const SimCallbacks& cb,
                                   const SimLp& lp, SimSol* sol, SimInfo* info);
 
+// A sparse vector over a dense array that is zero outside its pattern.
 struct SimHVec {
   SimVec<double> val;
   SimVec<int32_t> idx;
@@ -337,6 +337,9 @@ struct SimEngine {
   // the factor's own) the LU then pivots against rows and columns with a tighter threshold, and
   // the smallest pivot taken grows. The caller refactors.
   bool badevent(int32_t* count, bool tighten);
+  // A pivot whose two computations disagree (the caller factors next): a set-back right after
+  // a factor, or within a few iterations of the last one; false when the run must stop.
+  bool mismatch(int32_t* count, int64_t* last, bool fresh);
 };
 
 // The kernels of the start (usimplex.cpp).
