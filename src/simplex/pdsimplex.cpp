@@ -10,6 +10,7 @@
 #include <limits>
 
 #include "simplex/simdat.h"
+#include "velor.h"
 
 namespace vlr {
 
@@ -195,6 +196,13 @@ int32_t VLR_simplex_primaldualoptimizer(SimEngine& e, bool perturb) {
   // The start: the dual on the columns whose costs are the most attractive. A subproblem found
   // dual infeasible loses its costs in the dual road's test for a ray; they come back from here.
   const SimVec<double> costs(e.costorg);
+  // The start's keys: when the first subproblem is infeasible, the whole problem starts over
+  // from them.
+  SimVec<int32_t> startkeys(snt, VLR_SK_LOW, MemAllocator<int32_t>(e.sys));
+  for (size_t s = 0; s < snt; ++s) {
+    const int8_t status = e.nstat[s];
+    startkeys[s] = status == kNbBasic ? VLR_SK_BAS : status == kNbUpper ? VLR_SK_UPR : VLR_SK_LOW;
+  }
   e.computedual();
   pdsimplex_choosesubproblem(&st, count, e.tols, true);
   int32_t end = VLR_simplex_dualroad(e, true);
@@ -237,6 +245,23 @@ int32_t VLR_simplex_primaldualoptimizer(SimEngine& e, bool perturb) {
       int32_t dinf = 0;
       e.dualinf(&dinf);
       if (dinf > 0) end = e.primalloop();
+    } else if (end == kLoopInfeasible) {
+      // The first subproblem lacked the columns to be feasible, and its basis is neither
+      // primal nor dual feasible for the whole: the dual road takes the whole problem from the
+      // start, perturbed as the dual optimiser's is. (Going on from the subproblem's basis
+      // without the perturbation, a degenerate problem such as qap15 ran past a million
+      // iterations.)
+      e.keybasis(startkeys.data());
+      e.costshifted = 0;
+      e.dualkicked = false;
+      const int32_t r = e.factor();
+      if (r != kSimOk) {
+        e.info->response = r;
+        return kLoopStopped;
+      }
+      e.computexb();
+      e.computedual();
+      end = VLR_simplex_dualroad(e, true);
     } else {
       end = VLR_simplex_dualroad(e, false);
     }
