@@ -21,6 +21,8 @@ constexpr int32_t kLogClockEvery = 64;   // iterations between looks at the cloc
 constexpr double kLogSeconds = 2.0;      // wall clock after which a log line is due anyway
 // Iterations within which a second mismatch of the pivot counts as a set-back.
 constexpr int64_t kMismatchWindow = 10;
+// Relative disagreement of the pivot's two values beyond which an updated factor is renewed.
+constexpr double kRelMismatch = 1e-7;
 
 }  // namespace
 
@@ -49,6 +51,15 @@ bool SimEngine::mismatch(int32_t* count, int64_t* last, bool fresh) {
   *last = it;
   if (!fresh && !close) return true;
   return badevent(count, fresh);
+}
+
+// On an updated factor the two values must also agree relative to their size: a small pivot
+// whose values differ in the seventh digit is mostly rounding, and taking it leaves a basis that
+// the next factor finds singular (qap12: 30 of its 32 singular bases). A fresh factor decides.
+bool SimEngine::badpivot(double alphac, double alphar, bool fresh) const {
+  const double diff = std::fabs(alphac - alphar);
+  if (diff > 1e-7 * (1.0 + std::fabs(alphac)) || std::fabs(alphac) <= tolpiv) return true;
+  return !fresh && diff > kRelMismatch * std::min(std::fabs(alphac), std::fabs(alphar));
 }
 
 bool SimEngine::refresh() {
@@ -444,8 +455,7 @@ int32_t SimEngine::dualloop(int32_t phase) {
     ftrancol(q);
     const double alphac = col.val[static_cast<size_t>(p)];
     const double alphar = alpha[sq];
-    if (std::fabs(alphac - alphar) > 1e-7 * (1.0 + std::fabs(alphac)) ||
-        std::fabs(alphac) < tolpiv) {
+    if (badpivot(alphac, alphar, fresh)) {
       spike.clear();
       if (!mismatch(&badevents, &lastbad, fresh)) return kLoopStopped;
       needfactor = true;

@@ -206,7 +206,9 @@ int32_t VLR_simplex_primaldualoptimizer(SimEngine& e, bool perturb) {
   e.computedual();
   pdsimplex_choosesubproblem(&st, count, e.tols, true);
   int32_t end = VLR_simplex_dualroad(e, true);
-  if (end == kLoopInfeasible) e.log("Primal-dual start: the first subproblem is infeasible.\n");
+  if (end == kLoopInfeasible)
+    e.log("Primal-dual start: the first subproblem is infeasible after %lld iterations.\n",
+          static_cast<long long>(e.iterations()));
   e.primalchoosepricing(true);
   // A subproblem that is infeasible says nothing of the whole; one that is unbounded is so with
   // the held columns at their values too.
@@ -254,6 +256,7 @@ int32_t VLR_simplex_primaldualoptimizer(SimEngine& e, bool perturb) {
       e.keybasis(startkeys.data());
       e.costshifted = 0;
       e.dualkicked = false;
+      e.rng = SimEngine::kSeed;
       const int32_t r = e.factor();
       if (r != kSimOk) {
         e.info->response = r;

@@ -819,8 +819,7 @@ int32_t SimEngine::primalloop() {
 
     const double alphac = col.val[static_cast<size_t>(p)];
     const double alphar = primalpivotrow(p, q, lazy);
-    if (std::fabs(alphac - alphar) > 1e-7 * (1.0 + std::fabs(alphac)) ||
-        std::fabs(alphac) <= tolpiv) {
+    if (badpivot(alphac, alphar, fresh)) {
       spike.clear();
       if (!mismatch(&badevents, &lastbad, fresh)) return kLoopStopped;
       needfactor = true;

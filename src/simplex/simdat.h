@@ -134,7 +134,8 @@ struct SimEngine {
   SimVec<int32_t> candorder;                   // and the order of the candidates by ratio
   SimVec<int32_t> flips;
   int32_t numflips = 0;
-  uint64_t rng = 0x9e3779b97f4a7c15ULL;
+  static constexpr uint64_t kSeed = 0x9e3779b97f4a7c15ULL;
+  uint64_t rng = kSeed;  // the state of random01's sequence
 
   double tolx = 1e-6, tols = 1e-6, tolpiv = 1e-7;
   int32_t costshifted = 0;
@@ -340,6 +341,9 @@ struct SimEngine {
   // A pivot whose two computations disagree (the caller factors next): a set-back right after
   // a factor, or within a few iterations of the last one; false when the run must stop.
   bool mismatch(int32_t* count, int64_t* last, bool fresh);
+  // Whether the pivot's values from the column (alphac) and the row (alphar) are unfit to take:
+  // too small, or disagreeing beyond rounding, on an updated factor also relative to their size.
+  bool badpivot(double alphac, double alphar, bool fresh) const;
 };
 
 // The kernels of the start (usimplex.cpp).
