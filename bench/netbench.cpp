@@ -85,7 +85,7 @@ double Ours(VLRenv_t env, const netgen::Problem& p, bool net, double maxtime, do
   if (net && std::getenv("VLR_BENCH_SPLIT") != nullptr) {
     double tsolve = 0.0;
     VLR_getdouinf(task, VLR_DINF_SIM_NETWORK_TIME, &tsolve);
-    std::fprintf(stderr, "  network simplex itself %.3f s of %.3f s\n", tsolve, t);
+    std::fprintf(stderr, "  network simplex itself %.5f s of %.5f s\n", tsolve, t);
   }
   VLR_deletetask(&task);
   return r == VLR_RES_OK ? t : -1.0;
