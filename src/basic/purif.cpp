@@ -108,42 +108,8 @@ double prf_dotcol(const Prf& w, int32_t k, const double* v) {
   return t;
 }
 
-namespace {
-
-// Forgets the kept spike, leaving the spike array zero.
-void prf_dropspike(Prf* w) {
-  for (int32_t t = 0; t < w->spikenz; ++t)
-    w->spike[static_cast<size_t>(w->pattern[static_cast<size_t>(t)])] = 0.0;
-  w->spikenz = 0;
-  w->spikecol = -1;
-}
-
-// The update of position p by variable k from its raw column.
-int32_t prf_update(Prf* w, int32_t p, int32_t k) {
-  const int32_t m = w->m;
-  int32_t nz = 0;
-  if (k < m) {
-    w->spike[static_cast<size_t>(k)] = -1.0;
-    w->pattern[0] = k;
-    nz = 1;
-  } else {
-    const auto j = static_cast<size_t>(k - m);
-    for (int64_t q = w->cbeg[j]; q < w->cbeg[j + 1]; ++q) {
-      const int32_t i = w->cidx[static_cast<size_t>(q)];
-      w->spike[static_cast<size_t>(i)] = w->cval[static_cast<size_t>(q)];
-      w->pattern[static_cast<size_t>(nz++)] = i;
-    }
-  }
-  return VLR_lu_supd(w->lu, p, p, &nz, w->spike.data(), w->pattern.data(),
-                     static_cast<int32_t>(w->iwork.size()), w->iwork.data(), m, w->marker.data(),
-                     static_cast<int32_t>(w->rwork.size()), w->rwork.data());
-}
-
-}  // namespace
-
 bool prf_factor(Prf* w, int32_t* nart) {
   *nart = 0;
-  prf_dropspike(w);
   const int32_t m = w->m;
   const auto isz = static_cast<int32_t>(w->iwork.size());
   const auto rsz = static_cast<int32_t>(w->rwork.size());
@@ -177,19 +143,21 @@ bool prf_exchange(Prf* w, int32_t p, int32_t k) {
   w->bas[sp] = k;
   w->pos[static_cast<size_t>(k)] = p;
   int32_t nz = 0;
-  int32_t r = kLuOk;
-  if (w->spikecol == k) {
-    // The push solved k's column just now: its spike goes to the update as it is.
-    nz = w->spikenz;
-    w->spikenz = 0;
-    w->spikecol = -1;
-    r = VLR_lu_supdl(w->lu, p, p, &nz, w->spike.data(), w->pattern.data(),
-                     static_cast<int32_t>(w->iwork.size()), w->iwork.data(), m, w->marker.data(),
-                     static_cast<int32_t>(w->rwork.size()), w->rwork.data());
+  if (k < m) {
+    w->spike[static_cast<size_t>(k)] = -1.0;
+    w->pattern[0] = k;
+    nz = 1;
   } else {
-    prf_dropspike(w);
-    r = prf_update(w, p, k);
+    const auto j = static_cast<size_t>(k - m);
+    for (int64_t q = w->cbeg[j]; q < w->cbeg[j + 1]; ++q) {
+      const int32_t i = w->cidx[static_cast<size_t>(q)];
+      w->spike[static_cast<size_t>(i)] = w->cval[static_cast<size_t>(q)];
+      w->pattern[static_cast<size_t>(nz++)] = i;
+    }
   }
+  const int32_t r = VLR_lu_supd(
+      w->lu, p, p, &nz, w->spike.data(), w->pattern.data(), static_cast<int32_t>(w->iwork.size()),
+      w->iwork.data(), m, w->marker.data(), static_cast<int32_t>(w->rwork.size()), w->rwork.data());
   ++w->sinceupd;
   if (r == kLuOk) return true;
   // The factor is made again; when the update ran out of room the work area doubles first.
@@ -225,23 +193,9 @@ int32_t prf_ftrancols(Prf* w, int32_t k, double* out, int32_t* pat) {
   }
   int32_t onz = 0;
   VLR_lu_putsolveslot(w->lu, 0);
-  prf_dropspike(w);
-  if (VLR_lu_ftranl(w->lu, &nz, in, ip, w->marker.data(), static_cast<int32_t>(w->iwork.size()),
-                    w->iwork.data()) != kLuOk) {
-    for (int32_t t = 0; t < nz; ++t)
-      in[ip[t]] = 0.0;
-    return 0;
-  }
-  // The spike is kept: when the push ends in an exchange, the update starts from it.
-  for (int32_t t = 0; t < nz; ++t) {
-    w->spike[static_cast<size_t>(ip[t])] = in[ip[t]];
-    w->pattern[static_cast<size_t>(t)] = ip[t];
-  }
-  w->spikenz = nz;
-  w->spikecol = k;
-  VLR_lu_ftranus(w->lu, nz, in, ip, &onz, out, pat, static_cast<int32_t>(w->iwork.size()),
-                 w->iwork.data(), static_cast<int32_t>(w->marker.size()), w->marker.data(),
-                 kPrfDropTol, kPrfDropTol);
+  VLR_lu_ftrans(w->lu, nz, in, ip, &onz, out, pat, static_cast<int32_t>(w->iwork.size()),
+                w->iwork.data(), static_cast<int32_t>(w->marker.size()), w->marker.data(),
+                kPrfDropTol, kPrfDropTol);
   return onz;
 }
 

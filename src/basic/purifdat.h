@@ -60,11 +60,7 @@ struct Prf {
   int64_t sinceupd = 0;  // updates since the last factor
   int64_t stuck = 0;     // dual pushes that could neither finish nor exchange
   bool stopped = false;  // the stop callback asked the run to end
-  // The column whose spike (its solve through L and the updates) prf_ftrancols left in spike
-  // and pattern for an exchange that may follow; -1 for none.
-  int32_t spikecol = -1;
-  int32_t spikenz = 0;
-  int64_t wsze = 0;  // work area of the factor to ask for; never shrinks
+  int64_t wsze = 0;      // work area of the factor to ask for; never shrinks
 };
 
 // Bound of variable k taken as value: true when x(k) lies within tol (relative) of one side;
