@@ -3,7 +3,8 @@
 // the open-source peer clp run on the same file with its default (clp FILE -solve) and with its
 // barrier (clp FILE -barrier, left out with --no-barrier), when clp is on PATH. Per problem: the
 // stages, the basic solution's status and objective error, and the share basis identification takes
-// of the interior-point time; at the end the shifted geometric means and their ratios. Not a test.
+// of the interior-point time; at the end the shifted geometric means and their ratios. The stages
+// of problems solved in under a tenth of a second are the least of five runs. Not a test.
 // SPDX-License-Identifier: Apache-2.0
 #include <dirent.h>
 #include <sys/stat.h>
@@ -134,6 +135,18 @@ Ours RunOurs(VLRenv_t env, const std::string& file, bool hasref, double ref, dou
   return o;
 }
 
+// The least of each stage's time over runs of one problem: on a shared machine a stage of a few
+// milliseconds is easily doubled by the scheduler or by fresh pages, and one such run would
+// decide the share of basis identification. The totals stay those of the first run, as clp's
+// are of its one run.
+void KeepLeast(const Ours& run, Ours* best) {
+  best->st.presolve = std::min(best->st.presolve, run.st.presolve);
+  best->st.ipm = std::min(best->st.ipm, run.st.ipm);
+  best->st.bi = std::min(best->st.bi, run.st.bi);
+  best->st.clean = std::min(best->st.clean, run.st.clean);
+  best->st.post = std::min(best->st.post, run.st.post);
+}
+
 struct Peer {
   bool optimal = false;
   double total = -1, solve = -1;  // wall time of the whole process, and clp's own solve time
@@ -248,7 +261,10 @@ int main(int argc, char** argv) {
     const std::string name = Stem(f);
     const auto it = refs[dir].find(name);
     const bool hasref = it != refs[dir].end();
-    const Ours o = RunOurs(env, f, hasref, hasref ? it->second : 0.0, timeout);
+    Ours o = RunOurs(env, f, hasref, hasref ? it->second : 0.0, timeout);
+    // Problems solved in under a tenth of a second run again, up to five times in all.
+    for (int rep = 1; rep < 5 && o.optimal && o.total < 0.1; ++rep)
+      KeepLeast(RunOurs(env, f, hasref, hasref ? it->second : 0.0, timeout), &o);
     Peer c, b;
     if (!clp.empty()) {
       c = RunClp(clp, f, "-solve", timeout);
