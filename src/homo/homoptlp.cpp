@@ -559,8 +559,8 @@ void VLR_hom_optlp(hom* h) {
       }
     }
     h->regu = h->regulevel == 0 ? 0.0 : 4e-7 * std::pow(10.0, h->regulevel - 2);
-    if (hom_factor(h) != kKktOk) {
-      h->resp = 1;
+    if (const int32_t fr = hom_factor(h); fr != kKktOk) {
+      h->resp = fr == kKktStopped ? 7 : 1;  // a stop asked within the factor, or no space
       break;
     }
     // The predictor: the Newton direction to the solution of the embedding.

@@ -12,6 +12,9 @@ namespace vlr {
 namespace {
 
 constexpr double kEps = 2.220446049250313e-16;
+// Multiply-adds of the panels and updates between two asks of the stop callback (about a
+// millisecond).
+constexpr int64_t kStopWork = int64_t{1} << 21;
 
 // The pivot step of column col (elimination order) with the updated value v: accepts it, or
 // replaces it by a value of the sign the row's flags ask for and flags the row.
@@ -129,7 +132,7 @@ int32_t VLR_sfk_inaval(sfk* obj, const double* val) {
   return kSfkOk;
 }
 
-int32_t VLR_ch_calfac(sfk* obj) {
+int32_t VLR_ch_calfac(sfk* obj, void* handle, OrderCallback callback) {
   if (obj->state < 4) return kSfkBadInput;
   if (obj->state == 5) return kSfkBadInput;  // the values were factored already
   const int32_t n = obj->n, ns = obj->nsuper;
@@ -155,9 +158,18 @@ int32_t VLR_ch_calfac(sfk* obj) {
   // it, is factored as one dense panel, and then waits for its own first target. The slices of
   // numthreads would be independent subtrees; here they are one sequence.
   PivotCtx ctx{obj, 0};
+  int64_t work = 0;  // since the last ask of the callback
   for (int32_t s = 0; s < ns; ++s) {
     const int32_t f = obj->super[s], l = obj->super[s + 1];
     const int32_t ms = static_cast<int32_t>(obj->lpi[s + 1] - obj->lpi[s]);
+    if (callback != nullptr && work >= kStopWork) {
+      work = 0;
+      if (callback(0, handle, static_cast<double>(s) / ns) != 0) {
+        obj->state = 3;  // the values are part factored: they must be put in again
+        return kSfkStopped;
+      }
+    }
+    work += int64_t{ms} * (l - f) * (l - f);
     const int32_t* rs = obj->ls + obj->lpi[s];
     double* ls = obj->lx + obj->lpx[s];
     for (int32_t p = 0; p < ms; ++p)
@@ -171,6 +183,7 @@ int32_t VLR_ch_calfac(sfk* obj) {
       while (p2 < md && rd[p2] < l)
         ++p2;
       upd_cssn(obj, d, p1, p2, ls, f, ms);
+      work += int64_t{md - p1} * (p2 - p1) * (obj->super[d + 1] - obj->super[d]);
       sfk_link(obj, d, p2);
       d = dn;
     }

@@ -75,8 +75,10 @@ void VLR_sfk_putnormrepl(sfk* obj, double value);
 double VLR_sfk_getadded(const sfk* obj, int32_t i);
 // Puts the values of A in the order of the pattern given to inasub (borrows for the call).
 int32_t VLR_sfk_inaval(sfk* obj, const double* val);
-// Factors P A P' = L D L'. Bad pivots are replaced, never fatal: see num_RDEF.
-int32_t VLR_ch_calfac(sfk* obj);
+// Factors P A P' = L D L'. Bad pivots are replaced, never fatal: see num_RDEF. With a callback,
+// it is asked whether to stop between supernodes, after every two million multiply-adds; a stop
+// returns kSfkStopped and leaves the values to be put in again.
+int32_t VLR_ch_calfac(sfk* obj, void* handle = nullptr, OrderCallback callback = nullptr);
 int32_t VLR_sfk_num_RDEF(const sfk* obj);       // pivots with kSfkReplaced set
 const double* VLR_sfk_getdiag(const sfk* obj);  // [n] D in the elimination order
 double VLR_sfk_getspread(const sfk* obj);
@@ -101,7 +103,7 @@ enum KktStatus : int32_t {
   kKktOk = 0,
   kKktNoSpace = 1,   // allocation failed; the object is as before the call
   kKktBadInput = 4,  // index out of range, sizes that do not match, or a call out of turn
-  kKktStopped = 5,   // the ordering's callback asked for a stop
+  kKktStopped = 5,   // the callback asked for a stop (ordering or numeric factor)
   kKktTooLarge = 7,  // the factor would not fit in 64-bit counts or in memory
 };
 
@@ -131,7 +133,8 @@ void VLR_kktfac_putcallback(kktfac* obj, void* handle, OrderCallback callback);
 // factor. kKktOk, kKktNoSpace, kKktStopped, kKktTooLarge or kKktBadInput.
 int32_t VLR_kktfac_autosetup(kktfac* obj, const int64_t* abeg, const int32_t* asub,
                              const double* aval);
-// Factors A D A' + regu I for d [numcol] > 0, with the dense columns in a Schur part.
+// Factors A D A' + regu I for d [numcol] > 0, with the dense columns in a Schur part. The
+// callback of putcallback is asked during the factor too: kKktStopped leaves no factor.
 int32_t VLR_kktfac_numfac(kktfac* obj, const double* d, double regu);
 // rhs [numrow] := (A D A' + regu I)^-1 rhs, refined against the matrix itself.
 int32_t VLR_kktfac_solve(kktfac* obj, double* rhs);

@@ -433,7 +433,12 @@ int32_t VLR_kktfac_numfac(kktfac* obj, const double* d, double regu) {
     }
   }
   VLR_sfk_inaval(obj->fac, obj->mval);
-  VLR_ch_calfac(obj->fac);
+  // The caller's callback may stop the factor part way (a race that another optimiser won):
+  // the factor is then unusable until the next numfac.
+  if (VLR_ch_calfac(obj->fac, obj->cbhandle, obj->callback) == kSfkStopped) {
+    obj->state = 1;
+    return kKktStopped;
+  }
   VLR_sc_calschur(obj);
   obj->info.nrdef = VLR_sfk_num_RDEF(obj->fac);
   obj->state = 2;

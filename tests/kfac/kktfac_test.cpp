@@ -212,6 +212,69 @@ TEST_F(KktTest, DependentRowsAndRegularisation) {
   EXPECT_LT(Run(b, 40, 2.0, 1e-6, 22), 1e-8);
 }
 
+// A race stops a factor part way through the callback: the factor then reports the stop, a solve
+// is refused, and the next factor without a stop is whole again. Asks come at stretches of work,
+// so a large factor asks several times and a stop at any of them ends it there.
+TEST_F(KktTest, AStopWithinTheFactorLeavesNoFactorAndTheNextOneIsWhole) {
+  // The edges of a square grid and a column of its own for each node: A A' is the grid's
+  // Laplacian plus I, whose factor has many supernodes.
+  constexpr int32_t kSide = 90;
+  Mat a;
+  a.m = kSide * kSide;
+  auto column = [&a](std::initializer_list<std::pair<int32_t, double>> entries) {
+    for (const auto& [i, v] : entries)
+      a.sub.push_back(i), a.val.push_back(v);
+    a.beg.push_back(static_cast<int64_t>(a.sub.size()));
+  };
+  for (int32_t r = 0; r < kSide; ++r) {
+    for (int32_t c = 0; c < kSide; ++c) {
+      const int32_t v = r * kSide + c;
+      column({{v, 1.0}});
+      if (c + 1 < kSide) column({{v, 1.0}, {v + 1, -1.0}});
+      if (r + 1 < kSide) column({{v, 1.0}, {v + kSide, -1.0}});
+    }
+  }
+  a.n = static_cast<int32_t>(a.beg.size()) - 1;
+  ASSERT_LT(Run(a, 40, 7.0, 0.0, 31), 1e-10);  // the spread leaves the dense check out
+  struct Asks {
+    int32_t calls = 0, stopat = -1;
+    static int32_t Func(int32_t, void* h, double) {
+      auto* self = static_cast<Asks*>(h);
+      return self->calls++ == self->stopat ? 1 : 0;
+    }
+  };
+  std::vector<double> d(a.n, 1.0), x(a.m, 1.0);
+  Asks count;
+  vlr::VLR_kktfac_putcallback(kkt_, &count, Asks::Func);
+  ASSERT_EQ(vlr::VLR_kktfac_numfac(kkt_, d.data(), 0.0), vlr::kKktOk);
+  ASSERT_GE(count.calls, 2) << "a factor of this size asks more than once";
+  for (const int32_t at : {0, count.calls - 1}) {
+    Asks stop;
+    stop.stopat = at;
+    vlr::VLR_kktfac_putcallback(kkt_, &stop, Asks::Func);
+    EXPECT_EQ(vlr::VLR_kktfac_numfac(kkt_, d.data(), 0.0), vlr::kKktStopped) << "stop at " << at;
+    EXPECT_EQ(stop.calls, at + 1);
+    EXPECT_EQ(vlr::VLR_kktfac_solve(kkt_, x.data()), vlr::kKktBadInput);
+  }
+  vlr::VLR_kktfac_putcallback(kkt_, nullptr, nullptr);
+  ASSERT_EQ(vlr::VLR_kktfac_numfac(kkt_, d.data(), 0.0), vlr::kKktOk);
+  std::vector<double> y(a.m, 1.0);
+  ASSERT_EQ(vlr::VLR_kktfac_solve(kkt_, y.data()), vlr::kKktOk);
+  // A D A' y = 1 with D = I.
+  std::vector<double> r(a.m, 1.0);
+  for (int32_t j = 0; j < a.n; ++j) {
+    double t = 0.0;
+    for (int64_t p = a.beg[j]; p < a.beg[j + 1]; ++p)
+      t += a.val[p] * y[a.sub[p]];
+    for (int64_t p = a.beg[j]; p < a.beg[j + 1]; ++p)
+      r[a.sub[p]] -= a.val[p] * t;
+  }
+  double res = 0.0;
+  for (const double v : r)
+    res = std::max(res, std::fabs(v));
+  EXPECT_LT(res, 1e-8);
+}
+
 TEST_F(KktTest, BadInputAndCallsOutOfTurn) {
   EXPECT_EQ(vlr::VLR_kktfac_make(sys_, 2, 2, 2, &kkt_), vlr::kKktBadInput);
   EXPECT_EQ(kkt_, nullptr);
