@@ -795,13 +795,13 @@ void SimEngine::ftrantau() {
   VLR_simplex_inctimeofopr(sys, info, kSimOpFtran, t0);
 }
 
-void SimEngine::formrow() {
+void SimEngine::formrow(bool whole) {
   const double t0 = VLR_sysenv_getwctime(sys);
   double* al = alpha.data();
   int8_t* mk = alphamark.data();
   int32_t* ai = alphaidx.data();
   // Clear the last row: by its pattern, or whole when that is a large part of it.
-  if (alphanz > nt / 8) {
+  if (alphawhole || alphanz > nt / 8) {
     std::fill(al, al + nt, 0.0);
     std::fill(mk, mk + nt, int8_t{0});
   } else {
@@ -810,6 +810,7 @@ void SimEngine::formrow() {
       mk[ai[t]] = 0;
     }
   }
+  alphawhole = false;
   int32_t nz = 0;
   int64_t rowwork = 0;
   const int32_t* ri = rho.idx.data();
@@ -843,15 +844,21 @@ void SimEngine::formrow() {
         for (int64_t s = rb[i]; s < end; ++s)
           alc[cidx[s]] += r * cval[s];
       }
-      // Branch-free: about half the entries are non-zero here, a branch would be a coin toss.
-      // The test is on the bits, the sign shifted out (-0 is zero too), which spares the
-      // floating-point compare its care for NaN.
-      const int32_t nn = n;
-      for (int32_t j = 0; j < nn; ++j) {
-        uint64_t bits = 0;
-        std::memcpy(&bits, alc + j, sizeof(bits));  // one load; a cast would break aliasing
-        ai[nz] = mm + j;
-        nz += (bits << 1) != 0 ? 1 : 0;
+      // A caller that walks the whole row in order (the dual's ratio test and update) is spared
+      // the pass that collects its pattern. Otherwise the pass is branch-free: about half the
+      // entries are non-zero here, a branch would be a coin toss. The test is on the bits, the
+      // sign shifted out (-0 is zero too), which spares the floating-point compare its care
+      // for NaN.
+      if (whole) {
+        alphawhole = true;
+      } else {
+        const int32_t nn = n;
+        for (int32_t j = 0; j < nn; ++j) {
+          uint64_t bits = 0;
+          std::memcpy(&bits, alc + j, sizeof(bits));  // one load; a cast would break aliasing
+          ai[nz] = mm + j;
+          nz += (bits << 1) != 0 ? 1 : 0;
+        }
       }
     } else {
       int8_t* mkc = mk + mm;

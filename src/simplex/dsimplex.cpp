@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <limits>
 
 #include "simplex/simdat.h"
@@ -171,9 +172,7 @@ int32_t SimEngine::dualratio(double sgn, double delta) {
   // alpha (turned by the leaving direction) is positive, one at its upper bound when it is
   // negative, a free one either way; basic and fixed ones never do.
   constexpr double kSide[5] = {0.0, 1.0, -1.0, 0.0, 0.0};
-  const int32_t nnz = alphanz;
-  for (int32_t t = 0; t < nnz; ++t) {
-    const int32_t k = ai[t];
+  auto take = [&](int32_t k) {
     const double as = sgn * al[k];
     const int8_t sk = st[k];
     const double side = sk == kNbZero ? std::copysign(1.0, as) : kSide[sk];
@@ -183,6 +182,22 @@ int32_t SimEngine::dualratio(double sgn, double delta) {
     ca[nc] = a;
     cr[nc] = dk;
     nc += a > tp ? 1 : 0;
+  };
+  const int32_t nnz = alphanz;
+  for (int32_t t = 0; t < nnz; ++t)
+    take(ai[t]);
+  // A whole row is walked in order; its zeros never pass the test, and its non-zeros are
+  // counted for the log's density.
+  alpharownz = nnz;
+  if (alphawhole) {
+    int32_t nzc = 0;
+    for (int32_t k = m; k < nt; ++k) {
+      uint64_t bits = 0;
+      std::memcpy(&bits, al + k, sizeof(bits));
+      nzc += (bits << 1) != 0 ? 1 : 0;
+      take(k);
+    }
+    alpharownz += nzc;
   }
   // The Harris bound, the least relaxed ratio (d + tol) / |alpha|: a candidate lowers it only
   // when d + tol < bound |alpha|, which after the first few is rare, so that few divide.
@@ -341,12 +356,16 @@ bool SimEngine::dualupdate(int32_t p, int32_t q, double sgn, double target, bool
 
   // Dual step over the pivot row.
   if (thetad != 0.0) {
-    // The row's pattern holds non-basic variables only.
+    // The row's pattern holds non-basic variables only; a whole row is zero on the basic ones.
     const int32_t* ai = alphaidx.data();
     const double* al = alpha.data();
     double* dd = d.data();
     for (int32_t t = 0; t < alphanz; ++t)
       dd[ai[t]] -= thetad * al[ai[t]];
+    if (alphawhole) {
+      for (int32_t k = m; k < nt; ++k)
+        dd[k] -= thetad * al[k];
+    }
   } else {
     ++info->degiter;
   }
@@ -435,7 +454,7 @@ int32_t SimEngine::dualloop(int32_t phase) {
       w[static_cast<size_t>(p)] = std::max(wp, kMinWeight);
       heapfix(p);
     }
-    formrow();
+    formrow(true);
 
     double t0 = VLR_sysenv_getwctime(sys);
     const int32_t q = dualratio(sgn, delta);
@@ -463,7 +482,7 @@ int32_t SimEngine::dualloop(int32_t phase) {
     }
 
     info->densrho += static_cast<double>(rho.nz) / m;
-    info->densrow += static_cast<double>(alphanz) / nt;
+    info->densrow += static_cast<double>(alpharownz) / nt;
     info->denscol += static_cast<double>(col.nz) / m;
     ++info->denscount;
     // The update's own time, without the solves it makes (counted as FTRAN).

@@ -418,7 +418,7 @@ void SimEngine::primalcostupdate(bool lazy) {
     y[i] += rho.val[i];
   }
   if (lazy) return;
-  formrow();
+  formrow(false);
   for (int32_t t = 0; t < alphanz; ++t) {
     const auto k = static_cast<size_t>(alphaidx[static_cast<size_t>(t)]);
     if (pos[k] >= 0) continue;
@@ -609,7 +609,7 @@ double SimEngine::primalpivotrow(int32_t p, int32_t q, bool lazy) {
         alphar += aval[t] * rho.val[static_cast<size_t>(aidx[t])];
     }
   } else {
-    formrow();
+    formrow(false);
     alphar = alpha[sq];
   }
   return alphar;

@@ -128,7 +128,11 @@ struct SimEngine {
   SimVec<int32_t> alphaidx;
   SimVec<int8_t> alphamark;
   int32_t alphanz = 0;
-  SimVec<int32_t> cand;  // ratio test candidates
+  // A whole row: alphaidx holds the slack part of the pattern only, and the row runs over every
+  // column (a basic one, or one the product missed, is a zero there).
+  bool alphawhole = false;
+  int32_t alpharownz = 0;  // the dual's ratio test: the non-zeros of the row it walked
+  SimVec<int32_t> cand;    // ratio test candidates
   SimVec<double> candratio;
   SimVec<double> candabs, candrelax, candmin;  // dual ratio test: |alpha|, relaxed ratio
   SimVec<int32_t> candorder;                   // and the order of the candidates by ratio
@@ -234,7 +238,7 @@ struct SimEngine {
   double taufull = -1.0, tausel = -1.0;
   static constexpr int64_t kTauProbe = 32;  // iterations between runs of the other way
   // The pivot row alpha(k) = rho' col(k) over the non-basic variables.
-  void formrow();
+  void formrow(bool whole);
   // The split of the row-wise copy by the statuses in pos, from scratch.
   void rowcopysplit();
   // The kept factor: taken when it belongs to the start basis on this matrix (the basis then
