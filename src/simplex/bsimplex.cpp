@@ -58,6 +58,7 @@ SimEngine::SimEngine(SysEnv* s)
       ub(MemAllocator<double>(s)),
       lborg(MemAllocator<double>(s)),
       uborg(MemAllocator<double>(s)),
+      artmark(MemAllocator<int8_t>(s)),
       head(MemAllocator<int32_t>(s)),
       pos(MemAllocator<int32_t>(s)),
       nstat(MemAllocator<int8_t>(s)),

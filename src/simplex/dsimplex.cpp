@@ -562,6 +562,48 @@ int32_t SimEngine::dualphaseone() {
   return bad == 0 ? kPhaseOneFeasible : kPhaseOneInfeasible;
 }
 
+int32_t SimEngine::dualartbounds(double big) {
+  computedual();
+  if (artmark.size() != static_cast<size_t>(nt)) artmark.assign(static_cast<size_t>(nt), 0);
+  int32_t count = 0;
+  for (int32_t k = 0; k < nt; ++k) {
+    const auto s = static_cast<size_t>(k);
+    const int8_t st = nstat[s];
+    if (st == kNbBasic || st == kNbFixed) continue;
+    const bool hl = lb[s] > -kInf, hu = ub[s] < kInf;
+    if (hl && hu) continue;  // a swap is enough
+    const double dk = d[s];
+    const bool wantup = dk<-tols, wantlow = dk> tols;
+    if ((!wantup || hu) && (!wantlow || hl)) continue;
+    // Box it: a free variable around zero, a one-sided one from its bound.
+    if (!hl) lb[s] = (hu ? ub[s] : 0.0) - big;
+    if (!hu) ub[s] = (hl ? lb[s] : 0.0) + big;
+    if (!hl && !hu) lb[s] = -big;
+    artmark[s] = 1;
+    setnonbasic(k, wantup ? kNbUpper : kNbLower);
+    ++count;
+  }
+  return count;
+}
+
+int32_t SimEngine::dualartrestore() {
+  int32_t active = 0;
+  for (int32_t k = 0; k < nt; ++k) {
+    const auto s = static_cast<size_t>(k);
+    if (artmark[s] == 0) continue;
+    artmark[s] = 0;
+    const int8_t st = nstat[s];
+    const bool atart =
+        (st == kNbLower && lb[s] != lborg[s]) || (st == kNbUpper && ub[s] != uborg[s]);
+    lb[s] = lborg[s];
+    ub[s] = uborg[s];
+    if (st == kNbBasic) continue;
+    if (atart) ++active;
+    setnonbasic(k, boundstatus(k, d[s]));
+  }
+  return active;
+}
+
 // Moves the costs of the non-basic variables away from the side where their reduced costs turn
 // wrong, by random amounts, so that ties in the ratio test become rare. Costs that take few
 // distinct values (assignment and staircase models, where whole faces of the dual are

@@ -97,6 +97,7 @@ struct SimEngine {
   SimVec<double> costorg;       // cost of the problem, nt
   SimVec<double> lb, ub;        // working bounds, nt (+-inf where absent)
   SimVec<double> lborg, uborg;  // bounds of the problem
+  SimVec<int8_t> artmark;       // 1 for a variable with an artificial bound
 
   SimVec<int32_t> head;   // variable at each basis position, m
   SimVec<int32_t> pos;    // position of each variable, -1 when non-basic
@@ -287,6 +288,14 @@ struct SimEngine {
   // boxed auxiliary problem when other variables have the wrong reduced cost.
   // kPhaseOneFeasible, kPhaseOneInfeasible (wrong signs left) or kPhaseOneStopped.
   int32_t dualphaseone();
+  // A start without the first phase: every non-basic variable whose reduced cost wants a bound
+  // it lacks gets one at distance `big` and goes to it, so that the basis is dual feasible.
+  // Returns the count; the marks stay in artmark.
+  int32_t dualartbounds(double big);
+  // Puts the true bounds back on the marked variables. Returns how many of them were still
+  // non-basic at an artificial bound; those go to a true bound (the basic values are then
+  // stale, and computexb is the caller's).
+  int32_t dualartrestore();
   void perturbcost();
   // Moves the costs of the non-basic variables whose reduced costs are near zero a little
   // further from zero, by a magnitude of the level (1 to 3); the block step chooses the level

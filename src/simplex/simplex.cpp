@@ -213,6 +213,16 @@ int32_t VLR_simplex_dualroad(SimEngine& e, bool perturb) {
   SimInfo* info = e.info;
   int32_t end = kLoopStopped;
   bool perturbed = false;
+  // A cold start boxes the variables whose reduced costs want a missing bound, so that the
+  // run needs no first phase; when one of them ends at its artificial bound, or the boxed
+  // problem is not solved, the run starts over from its basis on the true bounds, with the
+  // first phase.
+  int32_t artificial = 0;
+  if (perturb && par.artbound > 0.0) {
+    artificial = e.dualartbounds(par.artbound);
+    if (artificial > 0) e.log("Artificial bounds on %d variables.\n", artificial);
+  }
+  bool first = true;  // the round that starts the run
   for (int32_t round = 0; round < 4; ++round) {
     const int32_t ph = e.dualphaseone();
     if (ph == kPhaseOneStopped) return kLoopStopped;
@@ -232,13 +242,27 @@ int32_t VLR_simplex_dualroad(SimEngine& e, bool perturb) {
     // only where it stalls. (Kicks on top of the start's perturbation left Netlib's iterations
     // as they were in geometric mean and added 5% on pilot87.)
     const bool room = par.maxiter - info->iter[par.slot] > 100;
-    e.dualkickmode = round == 0 && par.degen != kSimDegenNone && room && !perturb ? 2 : 0;
-    if (perturb && round == 0 && par.degen != kSimDegenNone && room) {
+    e.dualkickmode = first && par.degen != kSimDegenNone && room && !perturb ? 2 : 0;
+    if (perturb && first && par.degen != kSimDegenNone && room) {
       e.perturbcost();
       perturbed = true;
     }
+    first = false;
     info->response = kSimOk;
     end = e.dualloop(2);
+    if (artificial > 0) {
+      artificial = 0;
+      const int32_t active = e.dualartrestore();
+      e.computexb();
+      if (end != kLoopStopped && (end != kLoopOptimal || active > 0)) {
+        e.log("Artificial bounds: %d active at the end; the run goes on with the true bounds.\n",
+              active);
+        e.removeperturbation();
+        perturbed = false;
+        first = true;
+        continue;
+      }
+    }
     if (end != kLoopOptimal) break;
     if (!perturbed && !e.costshifted) break;
     // Back to the true costs; the few wrong signs this leaves are removed by the primal
