@@ -495,7 +495,8 @@ int32_t SimEngine::dualloop(int32_t phase) {
   }
 }
 
-int32_t SimEngine::dualphaseone() {
+int32_t SimEngine::dualphaseone(double big, int32_t* boxed) {
+  *boxed = 0;
   computedual();
   int32_t bad = 0;
   for (int32_t k = 0; k < nt; ++k) {
@@ -515,6 +516,25 @@ int32_t SimEngine::dualphaseone() {
         (!hl && hu && dk > tols)) {
       ++bad;
     }
+  }
+  if (bad > 0 && big > 0.0) {
+    // Box each of them: a free variable around zero, a one-sided one from its bound.
+    if (artmark.size() != static_cast<size_t>(nt)) artmark.assign(static_cast<size_t>(nt), 0);
+    for (int32_t k = 0; k < nt; ++k) {
+      const auto s = static_cast<size_t>(k);
+      if (nstat[s] == kNbBasic) continue;
+      const bool hl = lb[s] > -kInf, hu = ub[s] < kInf;
+      const double dk = d[s];
+      const bool wantup = dk<-tols, wantlow = dk> tols;
+      if ((hl && hu) || ((!wantup || hu) && (!wantlow || hl))) continue;
+      if (!hl) lb[s] = (hu ? ub[s] : 0.0) - big;
+      if (!hu) ub[s] = (hl ? lb[s] : 0.0) + big;
+      artmark[s] = 1;
+      setnonbasic(k, wantup ? kNbUpper : kNbLower);
+    }
+    log("Artificial bounds on %d variables.\n", bad);
+    *boxed = bad;
+    bad = 0;
   }
   if (bad == 0) {
     computexb();
@@ -560,30 +580,6 @@ int32_t SimEngine::dualphaseone() {
   computexb();
   if (bad > 0) log("Dual phase one left %d reduced costs with the wrong sign.\n", bad);
   return bad == 0 ? kPhaseOneFeasible : kPhaseOneInfeasible;
-}
-
-int32_t SimEngine::dualartbounds(double big) {
-  computedual();
-  if (artmark.size() != static_cast<size_t>(nt)) artmark.assign(static_cast<size_t>(nt), 0);
-  int32_t count = 0;
-  for (int32_t k = 0; k < nt; ++k) {
-    const auto s = static_cast<size_t>(k);
-    const int8_t st = nstat[s];
-    if (st == kNbBasic || st == kNbFixed) continue;
-    const bool hl = lb[s] > -kInf, hu = ub[s] < kInf;
-    if (hl && hu) continue;  // a swap is enough
-    const double dk = d[s];
-    const bool wantup = dk<-tols, wantlow = dk> tols;
-    if ((!wantup || hu) && (!wantlow || hl)) continue;
-    // Box it: a free variable around zero, a one-sided one from its bound.
-    if (!hl) lb[s] = (hu ? ub[s] : 0.0) - big;
-    if (!hu) ub[s] = (hl ? lb[s] : 0.0) + big;
-    if (!hl && !hu) lb[s] = -big;
-    artmark[s] = 1;
-    setnonbasic(k, wantup ? kNbUpper : kNbLower);
-    ++count;
-  }
-  return count;
 }
 
 int32_t SimEngine::dualartrestore() {

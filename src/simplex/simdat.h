@@ -284,14 +284,12 @@ struct SimEngine {
   int32_t dualratio(double sgn, double delta);
   bool dualupdate(int32_t p, int32_t q, double sgn, double target, bool tolower, int32_t phase,
                   bool* needfactor);
-  // Makes the basis dual feasible: flips boxed variables, and runs the first phase on the
-  // boxed auxiliary problem when other variables have the wrong reduced cost.
+  // Makes the basis dual feasible: flips boxed variables, and when other variables have the
+  // wrong reduced cost either boxes each at distance `big` (above 0) from its bound or from zero
+  // and puts it on the side it wants (their count in *boxed, their marks in artmark), or runs
+  // the first phase on the boxed auxiliary problem.
   // kPhaseOneFeasible, kPhaseOneInfeasible (wrong signs left) or kPhaseOneStopped.
-  int32_t dualphaseone();
-  // A start without the first phase: every non-basic variable whose reduced cost wants a bound
-  // it lacks gets one at distance `big` and goes to it, so that the basis is dual feasible.
-  // Returns the count; the marks stay in artmark.
-  int32_t dualartbounds(double big);
+  int32_t dualphaseone(double big, int32_t* boxed);
   // Puts the true bounds back on the marked variables. Returns how many of them were still
   // non-basic at an artificial bound; those go to a true bound (the basic values are then
   // stale, and computexb is the caller's).

@@ -218,13 +218,10 @@ int32_t VLR_simplex_dualroad(SimEngine& e, bool perturb) {
   // problem is not solved, the run starts over from its basis on the true bounds, with the
   // first phase.
   int32_t artificial = 0;
-  if (perturb && par.artbound > 0.0) {
-    artificial = e.dualartbounds(par.artbound);
-    if (artificial > 0) e.log("Artificial bounds on %d variables.\n", artificial);
-  }
   bool first = true;  // the round that starts the run
   for (int32_t round = 0; round < 4; ++round) {
-    const int32_t ph = e.dualphaseone();
+    const bool box = perturb && round == 0 && par.artbound > 0.0;
+    const int32_t ph = e.dualphaseone(box ? par.artbound : 0.0, &artificial);
     if (ph == kPhaseOneStopped) return kLoopStopped;
     if (ph == kPhaseOneInfeasible) {
       // Dual infeasible. With the costs set to zero every basis is dual feasible, and the dual
