@@ -198,6 +198,7 @@ int32_t SimEngine::dualratio(double sgn, double delta) {
       take(k);
     }
     alpharownz += nzc;
+    notedensefill(static_cast<double>(nzc) / (nt - m));
   }
   // The Harris bound, the least relaxed ratio (d + tol) / |alpha|: a candidate lowers it only
   // when d + tol < bound |alpha|, which after the first few is rare, so that few divide.

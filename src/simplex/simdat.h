@@ -132,6 +132,10 @@ struct SimEngine {
   // A whole row: alphaidx holds the slack part of the pattern only, and the row runs over every
   // column (a basic one, or one the product missed, is a zero there).
   bool alphawhole = false;
+  // The share of the columns that the recent rows of the dense row-wise product filled: the
+  // choice between the whole row and its pattern.
+  double densefill = 0.0;
+  void notedensefill(double f) { densefill = 0.8 * densefill + 0.2 * f; }
   int32_t alpharownz = 0;  // the dual's ratio test: the non-zeros of the row it walked
   SimVec<int32_t> cand;    // ratio test candidates
   SimVec<double> candratio;
