@@ -496,8 +496,79 @@ int32_t SimEngine::dualloop(int32_t phase) {
   }
 }
 
+int32_t SimEngine::impliedbounds() {
+  if (artmark.size() != static_cast<size_t>(nt)) artmark.assign(static_cast<size_t>(nt), 0);
+  int32_t count = 0;
+  // Widened so that it never binds where the rows hold: a variable cannot end at it.
+  auto widen = [](double v, double dir) { return v + dir * 1e-3 * (1.0 + std::fabs(v)); };
+  for (int32_t i = 0; i < m; ++i) {
+    const double rl = lborg[static_cast<size_t>(i)], ru = uborg[static_cast<size_t>(i)];
+    if (rl <= -kInf && ru >= kInf) continue;
+    // The least and greatest activity of the row, and the entries that make each infinite.
+    double amin = 0.0, amax = 0.0;
+    int32_t nmin = 0, nmax = 0;
+    for (int64_t t = arbeg[static_cast<size_t>(i)]; t < arbeg[static_cast<size_t>(i) + 1]; ++t) {
+      const auto k = static_cast<size_t>(m + aridx[static_cast<size_t>(t)]);
+      const double a = arval[static_cast<size_t>(t)];
+      const double lo = a > 0.0 ? lborg[k] : uborg[k], hi = a > 0.0 ? uborg[k] : lborg[k];
+      if (std::fabs(lo) < kInf)
+        amin += a * lo;
+      else
+        ++nmin;
+      if (std::fabs(hi) < kInf)
+        amax += a * hi;
+      else
+        ++nmax;
+    }
+    const bool fromu = ru < kInf && nmin == 0, froml = rl > -kInf && nmax == 0;
+    if (!fromu && !froml) continue;
+    for (int64_t t = arbeg[static_cast<size_t>(i)]; t < arbeg[static_cast<size_t>(i) + 1]; ++t) {
+      const int32_t k = m + aridx[static_cast<size_t>(t)];
+      const auto sk = static_cast<size_t>(k);
+      const double a = arval[static_cast<size_t>(t)];
+      if (std::fabs(a) < 1e-9) continue;
+      // Activity at most ru: a x_k <= ru - (the rest at its least); at least rl likewise.
+      for (int32_t side = 0; side < 2; ++side) {
+        if (side == 0 ? !fromu : !froml) continue;
+        const double own = side == 0 ? a * (a > 0.0 ? lborg[sk] : uborg[sk])
+                                     : a * (a > 0.0 ? uborg[sk] : lborg[sk]);
+        const double v = ((side == 0 ? ru - amin : rl - amax) + own) / a;
+        const bool upper = (side == 0) == (a > 0.0);
+        if (!std::isfinite(v) || std::fabs(v) > kImpliedMax) continue;
+        if (upper && uborg[sk] >= kInf) {
+          const double nb = widen(v, 1.0);
+          if (nb < lb[sk]) continue;  // a row that leaves the column no room: not ours to judge
+          if (artmark[sk] == 0) ++count;
+          ub[sk] = artmark[sk] != 0 && ub[sk] < kInf ? std::min(ub[sk], nb) : nb;
+          artmark[sk] = 1;
+        } else if (!upper && lborg[sk] <= -kInf) {
+          const double nb = widen(v, -1.0);
+          if (nb > ub[sk]) continue;
+          if (artmark[sk] == 0) ++count;
+          lb[sk] = artmark[sk] != 0 && lb[sk] > -kInf ? std::max(lb[sk], nb) : nb;
+          artmark[sk] = 1;
+        }
+      }
+    }
+  }
+  return count;
+}
+
 int32_t SimEngine::dualphaseone(double big, int32_t* boxed) {
   *boxed = 0;
+  // A cold start first gives the columns the bounds their rows imply: a boxed variable is
+  // swapped between its bounds where it would otherwise enter the basis.
+  int32_t implied = 0;
+  if (big > 0.0) {
+    implied = impliedbounds();
+    if (implied > 0) {
+      log("Implied bounds on %d variables.\n", implied);
+      for (int32_t k = m; k < nt; ++k) {
+        const auto s = static_cast<size_t>(k);
+        if (artmark[s] != 0 && nstat[s] != kNbBasic) setnonbasic(k, boundstatus(k, 0.0));
+      }
+    }
+  }
   computedual();
   int32_t bad = 0;
   for (int32_t k = 0; k < nt; ++k) {
@@ -537,6 +608,7 @@ int32_t SimEngine::dualphaseone(double big, int32_t* boxed) {
     *boxed = bad;
     bad = 0;
   }
+  *boxed += implied;
   if (bad == 0) {
     computexb();
     return kPhaseOneFeasible;

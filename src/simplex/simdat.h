@@ -294,6 +294,11 @@ struct SimEngine {
   // the first phase on the boxed auxiliary problem.
   // kPhaseOneFeasible, kPhaseOneInfeasible (wrong signs left) or kPhaseOneStopped.
   int32_t dualphaseone(double big, int32_t* boxed);
+  // Gives each column without an upper (lower) bound the one a row implies when the row's other
+  // entries are bounded on the side that matters, widened a little; marks it in artmark and
+  // returns the count.
+  int32_t impliedbounds();
+  static constexpr double kImpliedMax = 1e7;  // a larger implied bound is left out
   // Puts the true bounds back on the marked variables. Returns how many of them were still
   // non-basic at an artificial bound; those go to a true bound (the basic values are then
   // stale, and computexb is the caller's).

@@ -445,31 +445,35 @@ TEST_P(SimplexTest, WideProblemWithFreeColumnsEndsAtTheSameOptimumOnEveryRoad) {
   EXPECT_EQ(u.info.solsta, VLR_SOL_STA_DUAL_INFEAS_CER) << msg;
 }
 
-// The dual's cold start boxes the columns whose costs want a missing upper bound. On the first
-// problem the box stays inactive and no first phase runs; on the second the optimum lies beyond
-// it (x0 + x1 = 5e6 against a box of 1e6), the run ends at the box and goes on with the true
-// bounds. Both end at the true optimum on every road.
-TEST_P(SimplexTest, ArtificialBoundsSpareTheFirstPhaseUnlessTheyEndActive) {
+// The dual's cold start bounds the columns: by what a row implies where it can (x1 <= 3 below),
+// and by an artificial box where a column's cost wants a bound no row gives (x0, whose row
+// holds the unbounded x2). On the first problem the box stays inactive and no first phase runs;
+// on the second the optimum lies beyond it (x0 + x1 = 5e6 against a box of 1e6), the run ends
+// at the box and goes on with the true bounds. Both end at the true optimum on every road.
+TEST_P(SimplexTest, ImpliedAndArtificialBoundsSpareTheFirstPhaseUnlessABoxEndsActive) {
   keeplog_ = true;
   const bool dual = GetParam() == vlr::kSimSlotDual;
-  Lp inside;  // min -x0 - 2 x1: x0 + x1 <= 4, x1 <= 3
+  Lp inside;  // min -x0 - 2 x1 + 2 x2: x0 + x1 - x2 <= 4, x1 <= 3
   inside.Row(VLR_BK_UP, -kInf, 4.0);
   inside.Row(VLR_BK_UP, -kInf, 3.0);
   inside.Col(-1.0, VLR_BK_LO, 0.0, kInf, {{0, 1.0}});
   inside.Col(-2.0, VLR_BK_LO, 0.0, kInf, {{0, 1.0}, {1, 1.0}});
+  inside.Col(2.0, VLR_BK_LO, 0.0, kInf, {{0, -1.0}});
   const Outcome a = Solve(inside);
   ExpectOptimal(inside, a, -7.0);
   if (dual) {
-    EXPECT_NE(a.log.find("Artificial bounds on 2 variables"), std::string::npos) << a.log;
+    EXPECT_NE(a.log.find("Implied bounds on 1 variables"), std::string::npos) << a.log;
+    EXPECT_NE(a.log.find("Artificial bounds on 1 variables"), std::string::npos) << a.log;
     EXPECT_EQ(a.log.find("Dual phase one"), std::string::npos) << a.log;
     EXPECT_EQ(a.log.find("active at the end"), std::string::npos) << a.log;
   }
 
-  Lp beyond;  // min -x0 - x1: x0 + x1 <= 5e6, x0 - x1 <= 1
+  Lp beyond;  // min -x0 - x1 + 10 x2: x0 + x1 - x2 <= 5e6, x0 - x1 <= 1
   beyond.Row(VLR_BK_UP, -kInf, 5e6);
   beyond.Row(VLR_BK_UP, -kInf, 1.0);
   beyond.Col(-1.0, VLR_BK_LO, 0.0, kInf, {{0, 1.0}, {1, 1.0}});
   beyond.Col(-1.0, VLR_BK_LO, 0.0, kInf, {{0, 1.0}, {1, -1.0}});
+  beyond.Col(10.0, VLR_BK_LO, 0.0, kInf, {{0, -1.0}});
   const Outcome b = Solve(beyond);
   ExpectOptimal(beyond, b, -5e6);
   if (dual) {
