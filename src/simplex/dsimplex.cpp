@@ -497,7 +497,6 @@ int32_t SimEngine::dualloop(int32_t phase) {
 }
 
 int32_t SimEngine::impliedbounds() {
-  if (artmark.size() != static_cast<size_t>(nt)) artmark.assign(static_cast<size_t>(nt), 0);
   int32_t count = 0;
   // Widened so that it never binds where the rows hold: a variable cannot end at it.
   auto widen = [](double v, double dir) { return v + dir * 1e-3 * (1.0 + std::fabs(v)); };
@@ -560,6 +559,7 @@ int32_t SimEngine::dualphaseone(double big, int32_t* boxed) {
   // swapped between its bounds where it would otherwise enter the basis.
   int32_t implied = 0;
   if (big > 0.0) {
+    if (artmark.size() != static_cast<size_t>(nt)) artmark.assign(static_cast<size_t>(nt), 0);
     implied = impliedbounds();
     if (implied > 0) {
       log("Implied bounds on %d variables.\n", implied);
@@ -591,7 +591,6 @@ int32_t SimEngine::dualphaseone(double big, int32_t* boxed) {
   }
   if (bad > 0 && big > 0.0) {
     // Box each of them: a free variable around zero, a one-sided one from its bound.
-    if (artmark.size() != static_cast<size_t>(nt)) artmark.assign(static_cast<size_t>(nt), 0);
     for (int32_t k = 0; k < nt; ++k) {
       const auto s = static_cast<size_t>(k);
       if (nstat[s] == kNbBasic) continue;

@@ -97,7 +97,7 @@ struct SimEngine {
   SimVec<double> costorg;       // cost of the problem, nt
   SimVec<double> lb, ub;        // working bounds, nt (+-inf where absent)
   SimVec<double> lborg, uborg;  // bounds of the problem
-  SimVec<int8_t> artmark;       // 1 for a variable with an artificial bound
+  SimVec<int8_t> artmark;       // 1 for a variable with an implied or artificial bound
 
   SimVec<int32_t> head;   // variable at each basis position, m
   SimVec<int32_t> pos;    // position of each variable, -1 when non-basic
@@ -288,20 +288,21 @@ struct SimEngine {
   int32_t dualratio(double sgn, double delta);
   bool dualupdate(int32_t p, int32_t q, double sgn, double target, bool tolower, int32_t phase,
                   bool* needfactor);
-  // Makes the basis dual feasible: flips boxed variables, and when other variables have the
-  // wrong reduced cost either boxes each at distance `big` (above 0) from its bound or from zero
-  // and puts it on the side it wants (their count in *boxed, their marks in artmark), or runs
-  // the first phase on the boxed auxiliary problem.
+  // Makes the basis dual feasible: with `big` above 0 first gives the columns their implied
+  // bounds, then flips boxed variables, and when other variables have the wrong reduced cost
+  // either boxes each at distance `big` from its bound or from zero and puts it on the side it
+  // wants, or (`big` 0) runs the first phase on the boxed auxiliary problem. The count of
+  // implied and artificial bounds goes to *boxed, their marks to artmark.
   // kPhaseOneFeasible, kPhaseOneInfeasible (wrong signs left) or kPhaseOneStopped.
   int32_t dualphaseone(double big, int32_t* boxed);
   // Gives each column without an upper (lower) bound the one a row implies when the row's other
-  // entries are bounded on the side that matters, widened a little; marks it in artmark and
-  // returns the count.
+  // entries are bounded on the side that matters, widened a little; marks it in artmark (which
+  // must be sized) and returns the count.
   int32_t impliedbounds();
   static constexpr double kImpliedMax = 1e7;  // a larger implied bound is left out
   // Puts the true bounds back on the marked variables. Returns how many of them were still
-  // non-basic at an artificial bound; those go to a true bound (the basic values are then
-  // stale, and computexb is the caller's).
+  // non-basic at an implied or artificial bound; those go to a true bound (the basic values are
+  // then stale, and computexb is the caller's).
   int32_t dualartrestore();
   void perturbcost();
   // Moves the costs of the non-basic variables whose reduced costs are near zero a little

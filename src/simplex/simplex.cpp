@@ -213,10 +213,10 @@ int32_t VLR_simplex_dualroad(SimEngine& e, bool perturb) {
   SimInfo* info = e.info;
   int32_t end = kLoopStopped;
   bool perturbed = false;
-  // A cold start boxes the variables whose reduced costs want a missing bound, so that the
-  // run needs no first phase; when one of them ends at its artificial bound, or the boxed
-  // problem is not solved, the run starts over from its basis on the true bounds, with the
-  // first phase.
+  // A cold start gives the columns the bounds their rows imply and boxes the variables whose
+  // reduced costs still want a missing bound, so that the run needs no first phase; when one
+  // of them ends at such a bound, or the bounded problem is not solved, the run starts over
+  // from its basis on the true bounds, with the first phase.
   int32_t artificial = 0;
   bool first = true;  // the round that starts the run
   for (int32_t round = 0; round < 4; ++round) {

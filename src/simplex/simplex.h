@@ -75,10 +75,10 @@ struct SimParam {
   int32_t maxsetbacks = 200;
   int32_t refactorfreq = 0;  // 0: the LU's work rule decides
   int32_t logfreq = 1000;    // iterations between log lines
-  // The dual's cold start: the distance of the artificial bounds that spare it the first
-  // phase; 0 runs the first phase instead. On Netlib 1e5, 1e6 and 1e8 (on the scaled problem)
-  // all save 3% of the iterations in geometric mean; three problems end with a bound of 1e6
-  // active and go on with the first phase.
+  // The dual's cold start: the distance of the artificial bounds that, with the implied ones,
+  // spare it the first phase; 0 sets neither and runs the first phase instead. On Netlib 1e5, 1e6
+  // and 1e8 (on the scaled problem) all save 3% of the iterations in geometric mean; three problems
+  // end with a bound of 1e6 active and go on with the first phase.
   double artbound = 1e6;
   int64_t maxiter = 10000000;
   double tolx = 1e-6;      // primal feasibility
