@@ -55,7 +55,7 @@ struct PrslvUser {
   int32_t lindepworklim = 1;  // above 0: the check limits its work
   int32_t eliminator = 1;     // substitutions of free columns and doubleton equations
   int32_t elimtries = -1;     // negative: no limit of eliminator runs
-  int32_t elimfill = 1;       // fill a column doubleton's substitution may add
+  int32_t elimfill = 1;       // net fill a substitution of the eliminator may add
   double tolx = 1e-8, tols = 1e-8, tolaij = 1e-12;
   double tollindep = 1e-6;  // floor of the dependency check's tolerance
 };

@@ -39,7 +39,7 @@ struct PrslvParam {
   double limit1 = 4.0, limit2 = 1e8;
   int32_t lindepworklim = 0;
   double elimspacefactor = 0.2;
-  int32_t elimfill = 1;  // new entries a column doubleton's substitution may add to its row
+  int32_t elimfill = 1;  // entries a substitution may add to the matrix beyond those it removes
   // A column singleton of an equation becomes the row's slack (the row turns ranged). Off by
   // default: it removes columns, but the dual simplex can take far more iterations on the
   // ranged rows it leaves (three times as many on one Netlib problem).

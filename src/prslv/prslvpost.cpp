@@ -135,16 +135,20 @@ void prslvpost_restoreentry(prslv* p, int32_t s, int32_t j, int32_t how, double 
 }
 
 // x_j of a substituted free column from its equation as it stood, over the columns living
-// then; the costs the substitution moved and the entries of the second row come back, and
+// then; the costs the substitution moved and the entries of the other rows come back, and
 // y_i = d_j / a (with y_i = 0 in d_j) makes the column's reduced cost zero. The column is basic
 // and the equation rests at its value.
 void prslvpost_undoelimination(prslv* p, const int32_t* is, const double* ds, SimSol* sol) {
   const int32_t m = p->numcon;
-  const int32_t i = is[0], j = is[1], nq = is[2], r = is[3 + nq];
+  const int32_t i = is[0], j = is[1], nq = is[2], nr = is[3 + nq];
   const double a = ds[0];
-  for (int32_t t = 0; t < nq; ++t) {
+  for (int32_t t = 0; t < nq; ++t)
     p->c[is[3 + t]] = ds[3 + t];
-    if (r >= 0) prslvpost_restoreentry(p, r, is[3 + t], is[4 + nq + t], ds[4 + nq + t]);
+  for (int32_t s = 0; s < nr; ++s) {
+    const int32_t* ris = is + 4 + nq + s * (1 + nq);
+    const double* rds = ds + 3 + nq + s * (1 + nq);
+    for (int32_t t = 0; t < nq; ++t)
+      prslvpost_restoreentry(p, ris[0], is[3 + t], ris[1 + t], rds[1 + t]);
   }
   p->c[j] = ds[1];
   const double s = prslvpost_rest(p, i, j, ds[2], *sol);

@@ -15,6 +15,11 @@ namespace {
 
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
+// The eliminator substitutes columns with at most this many living entries.
+constexpr int32_t kElimMaxCol = 4;
+// and, when they have other rows to go into, an equation of at most this many.
+constexpr int32_t kElimMaxRow = 64;
+
 // Tests that keep the problem exact: a side is redundant, or a row forcing, only when the
 // activity bound reaches it within this relative margin, far inside the primal tolerance.
 double prslv_tight(double b) {
@@ -357,11 +362,19 @@ double prslv_aij(const prslv* p, int32_t i, int32_t j) {
   return at >= 0 ? p->row.val[at] : 0.0;
 }
 
-// Bounds row i, rl <= a x_j + rest <= ru, implies on x_j over the range the rest can take.
-void prslv_impliedbounds(const prslv* p, int32_t i, int32_t j, double a, double* lo, double* hi) {
+// Bounds row i, rl <= a x_j + rest <= ru, implies on x_j over the range the rest can take; only
+// the sides asked for (wantlo, wanthi), the others infinite.
+void prslv_impliedbounds(const prslv* p, int32_t i, int32_t j, double a, bool wantlo, bool wanthi,
+                         double* lo, double* hi) {
+  // a x_j in [rl - maxrest, ru - minrest]; divided by a, the sides swap when a < 0. The row's
+  // lower side needs the rest's greatest value, its upper side the least: once the ones asked
+  // for are infinite, the row implies nothing more.
+  const bool needmax = p->rl[i] > -kInf && (a > 0 ? wantlo : wanthi);
+  const bool needmin = p->ru[i] < kInf && (a > 0 ? wanthi : wantlo);
   double minrest = 0.0, maxrest = 0.0;
   int32_t nlo = 0, nup = 0;
   for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
+    if ((!needmax || nup > 0) && (!needmin || nlo > 0)) break;
     const int32_t q = p->row.idx[k];
     if (q == j || !p->colalive[q]) continue;
     const double aq = p->row.val[k];
@@ -377,9 +390,8 @@ void prslv_impliedbounds(const prslv* p, int32_t i, int32_t j, double a, double*
       maxrest += aq * forup;
     }
   }
-  // a x_j in [rl - maxrest, ru - minrest]; divided by a, the sides swap when a < 0.
-  const double axlo = nup == 0 && p->rl[i] > -kInf ? p->rl[i] - maxrest : -kInf;
-  const double axhi = nlo == 0 && p->ru[i] < kInf ? p->ru[i] - minrest : kInf;
+  const double axlo = needmax && nup == 0 ? p->rl[i] - maxrest : -kInf;
+  const double axhi = needmin && nlo == 0 ? p->ru[i] - minrest : kInf;
   if (a > 0) {
     *lo = std::isinf(axlo) ? -kInf : axlo / a;
     *hi = std::isinf(axhi) ? kInf : axhi / a;
@@ -397,8 +409,8 @@ bool prslv_impliedfree(const prslv* p, int32_t j) {
   for (int64_t k = p->col.beg[j]; k < VLR_prslv_lineend(p->col, j) && !(lo && up); ++k) {
     const int32_t i = p->col.idx[k];
     if (!p->rowalive[i]) continue;
-    double ilo = 0.0, ihi = 0.0;
-    prslv_impliedbounds(p, i, j, p->col.val[k], &ilo, &ihi);
+    double ilo = -kInf, ihi = kInf;
+    prslv_impliedbounds(p, i, j, p->col.val[k], !lo, !up, &ilo, &ihi);
     lo = lo || ilo >= l - prslv_tight(l);
     up = up || ihi <= u + prslv_tight(u);
   }
@@ -407,23 +419,25 @@ bool prslv_impliedfree(const prslv* p, int32_t j) {
 
 int32_t prslv_addtoentry(const PrslvParam& param, prslv* p, int32_t s, int32_t j, double delta);
 
-// A free (or implied free) column j of an equation i, a x_j + rest = b, with no other entry
-// (r < 0) or one more, a_rj in row r: x_j = (b - rest) / a, so row i and the column go, the
-// column's cost moves onto the row's other columns, and row r takes row i times -a_rj / a in
-// place of its entry of x_j. Row i's pivot must be of a reasonable size among its entries and
-// against a_rj, and row r may gain at most param.elimfill new entries. The record keeps the
-// costs and the entries of row r it changes:
-//   ints [i j nq q1..q_nq r how1..how_nq], doubles [a cj b c1..c_nq a_rj old1..old_nq].
+// A free (or implied free) column j of an equation i, a x_j + rest = b, with at most
+// kElimMaxCol - 1 other entries a_rj in rows r: x_j = (b - rest) / a, so row i and the column go,
+// the column's cost moves onto the row's other columns, and each row r takes row i times
+// -a_rj / a in place of its entry of x_j. Row i's pivot must be of a reasonable size among its
+// entries and against each a_rj, and the substitution may add at most param.elimfill entries to
+// the matrix beyond those it removes (row i and column j). The record keeps the costs and, per
+// row r, the entries it changes:
+//   ints [i j nq q1..q_nq nr (r how1..how_nq) per r],
+//   doubles [a cj b c1..c_nq (a_rj old1..old_nq) per r].
 int32_t prslv_elimination(const PrslvParam& param, prslv* p, int32_t j, PrslvStat* stat,
                           int32_t* changed) {
-  int32_t rows[2] = {-1, -1};
-  double vals[2] = {0.0, 0.0};
+  int32_t rows[kElimMaxCol];
+  double vals[kElimMaxCol];
   int32_t found = 0;
-  for (int64_t k = p->col.beg[j]; k < VLR_prslv_lineend(p->col, j) && found < 2; ++k) {
-    if (p->rowalive[p->col.idx[k]]) {
-      rows[found] = p->col.idx[k];
-      vals[found++] = p->col.val[k];
-    }
+  for (int64_t k = p->col.beg[j]; k < VLR_prslv_lineend(p->col, j); ++k) {
+    if (!p->rowalive[p->col.idx[k]]) continue;
+    if (found == kElimMaxCol) return kPrslvOk;
+    rows[found] = p->col.idx[k];
+    vals[found++] = p->col.val[k];
   }
   if (found == 0) return kPrslvOk;
   // The pivot row: an equation that implies the column's bounds, the shorter one first.
@@ -431,69 +445,86 @@ int32_t prslv_elimination(const PrslvParam& param, prslv* p, int32_t j, PrslvSta
   for (int32_t t = 0; t < found; ++t) {
     const int32_t i = rows[t];
     if (p->rl[i] != p->ru[i] || std::isinf(p->rl[i])) continue;
-    if (found == 2 && std::fabs(vals[1 - t]) > 10.0 * std::fabs(vals[t])) continue;
-
+    double other = 0.0;
+    for (int32_t s = 0; s < found; ++s)
+      if (s != t) other = std::max(other, std::fabs(vals[s]));
+    if (other > 10.0 * std::fabs(vals[t])) continue;
     if (pick < 0 || p->connz[i] < p->connz[rows[pick]]) pick = t;
   }
-  if (pick < 0 || !prslv_impliedfree(p, j)) return kPrslvOk;
-  const int32_t i = rows[pick], r = found == 2 ? rows[1 - pick] : -1;
-  const double a = vals[pick], arj = found == 2 ? vals[1 - pick] : 0.0;
+  if (pick < 0) return kPrslvOk;
+  const int32_t i = rows[pick];
+  // Substituted into other rows, a long equation makes them long too.
+  if (found > 1 && p->connz[i] > kElimMaxRow) return kPrslvOk;
+  const double a = vals[pick];
   double amax = 0.0;
   for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
     if (p->colalive[p->row.idx[k]]) amax = std::max(amax, std::fabs(p->row.val[k]));
   }
-  if (std::fabs(a) < 0.01 * amax) return kPrslvOk;
+  if (std::fabs(a) < 0.001 * amax || !prslv_impliedfree(p, j)) return kPrslvOk;
+  // The other rows in the order of the column, the pivot row taken out.
+  rows[pick] = rows[found - 1];
+  vals[pick] = vals[found - 1];
+  const int32_t nr = found - 1;
   const int32_t nq = p->connz[i] - 1;
-  if (r >= 0) {
-    // Fill: columns of row i that row r lacks; each needs a place in row r and in its column.
+  if (nr > 0) {
+    // Fill: columns of row i that a row r lacks; each needs a place in row r and in its column.
     int32_t fill = 0;
-    for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
-      const int32_t q = p->row.idx[k];
-      if (q != j && p->colalive[q] && VLR_prslv_findentry(p->row, r, q) < 0) ++fill;
+    for (int32_t s = 0; s < nr; ++s) {
+      int32_t rowfill = 0;
+      for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
+        const int32_t q = p->row.idx[k];
+        if (q != j && p->colalive[q] && VLR_prslv_findentry(p->row, rows[s], q) < 0) ++rowfill;
+      }
+      fill += rowfill;
+      if (fill > param.elimfill + nq + 1 + nr) return kPrslvOk;
+      if (!VLR_prslv_makeroom(p->sys, &p->row, rows[s], rowfill)) return kPrslvNoSpace;
     }
-    if (fill > param.elimfill) return kPrslvOk;
-    if (!VLR_prslv_makeroom(p->sys, &p->row, r, fill)) return kPrslvNoSpace;
     for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
       const int32_t q = p->row.idx[k];
-      if (q != j && p->colalive[q] && !VLR_prslv_makeroom(p->sys, &p->col, q, 1)) {
+      if (q != j && p->colalive[q] && !VLR_prslv_makeroom(p->sys, &p->col, q, nr)) {
         return kPrslvNoSpace;
       }
     }
   }
   const double cj = p->c[j], b = p->rl[i];
-  const int32_t extra = r >= 0 ? nq : 0;
+  const int32_t size = 4 + nq + nr * (1 + nq);
   int32_t* is = nullptr;
   double* ds = nullptr;
-  const int32_t res =
-      VLR_prslv_beginpushstk(p, kPrslvElimination, 4 + nq + extra, 4 + nq + extra, &is, &ds);
+  const int32_t res = VLR_prslv_beginpushstk(p, kPrslvElimination, size, size - 1, &is, &ds);
   if (res != kPrslvOk) return res;
   is[0] = i;
   is[1] = j;
   is[2] = nq;
-  is[3 + nq] = r;
+  is[3 + nq] = nr;
   ds[0] = a;
   ds[1] = cj;
   ds[2] = b;
-  ds[3 + nq] = arj;
-  const double mult = r >= 0 ? arj / a : 0.0;
   int32_t at = 0;
   for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
     const int32_t q = p->row.idx[k];
     if (q == j || !p->colalive[q]) continue;
     is[3 + at] = q;
     ds[3 + at] = p->c[q];
-    if (r >= 0) {
-      ds[4 + nq + at] = prslv_aij(p, r, q);
-      is[4 + nq + at] = prslv_addtoentry(param, p, r, q, -mult * p->row.val[k]);
-    }
     ++at;
   }
-  VLR_prslv_endpushstk(p);
-  if (r >= 0) {
+  for (int32_t s = 0; s < nr; ++s) {
+    const int32_t r = rows[s];
+    int32_t* ris = is + 4 + nq + s * (1 + nq);
+    double* rds = ds + 3 + nq + s * (1 + nq);
+    ris[0] = r;
+    rds[0] = vals[s];
+    const double mult = vals[s] / a;
+    for (int32_t t = 0; t < nq; ++t) {
+      const int32_t q = is[3 + t];
+      const double aiq = prslv_aij(p, i, q);
+      rds[1 + t] = prslv_aij(p, r, q);
+      ris[1 + t] = prslv_addtoentry(param, p, r, q, -mult * aiq);
+    }
     --p->connz[r];  // its entry of column j goes with the column
     if (p->rl[r] > -kInf) p->rl[r] -= mult * b;
     if (p->ru[r] < kInf) p->ru[r] -= mult * b;
   }
+  VLR_prslv_endpushstk(p);
   if (cj != 0.0) {
     for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
       const int32_t q = p->row.idx[k];
@@ -747,7 +778,7 @@ int32_t VLR_prslv_checkproblem(const PrslvParam& param, prslv* p, PrslvStat* sta
     } else if (p->varnz[j] == 0) {
       *changed = 1;
       r = prslv_emptycol(p, j, stat);
-    } else if (p->varnz[j] <= 2 && param.eliminatortries != 0) {
+    } else if (p->varnz[j] <= kElimMaxCol && param.eliminatortries != 0) {
       const int32_t before = stat->numeliminated;
       r = prslv_elimination(param, p, j, stat, changed);
       const int32_t slackbefore = stat->numslackcol;

@@ -255,6 +255,30 @@ TEST_F(PrslvTest, EachReductionKeepsTheOptimum) {
   EXPECT_EQ(o.cleanupiter, 0);
 }
 
+// A column of three rows, implied free by its equation, goes into the other two:
+// min x0 + x1 + x2 + 2 x3
+//  r0: x3 - x0 - x1 = 1   (x3 = 1 + x0 + x1 >= 1: its lower bound is implied)
+//  r1: x3 + x2 >= 3       (becomes x0 + x1 + x2 >= 2)
+//  r2: x3 - x0 - x2 <= 2  (becomes x1 - x2 <= 1: the entry of x0 cancels)
+// Optimum x2 = 2, x3 = 1, the rest 0: objective 4.
+TEST_F(PrslvTest, AnImpliedFreeColumnOfThreeRowsGoesIntoTheOtherTwo) {
+  Lp lp;
+  lp.AddRow(VLR_BK_FX, 1, 1);
+  lp.AddRow(VLR_BK_LO, 3, kInf);
+  lp.AddRow(VLR_BK_UP, -kInf, 2);
+  // x3 first, before x1 can become r0's slack.
+  lp.AddCol(2, VLR_BK_LO, 0, kInf, {{0, 1}, {1, 1}, {2, 1}});
+  lp.AddCol(1, VLR_BK_LO, 0, kInf, {{0, -1}, {2, -1}});
+  lp.AddCol(1, VLR_BK_LO, 0, kInf, {{0, -1}});
+  lp.AddCol(1, VLR_BK_LO, 0, kInf, {{1, 1}, {2, -1}});
+  const Outcome o = Compare(sys_, &lp, "three rows");
+  ASSERT_EQ(o.plain.solsta, VLR_SOL_STA_OPTIMAL);
+  EXPECT_NEAR(o.plain.pobj, 4.0, 1e-9);
+  EXPECT_GE(o.stat.numeliminated, 1);
+  EXPECT_LE(o.stat.numcon[1], 2);
+  EXPECT_EQ(o.cleanupiter, 0);
+}
+
 // A forcing row: x0 + x1 <= 0 with x >= 0 holds both at 0; the other rows then fall too and
 // presolve leaves nothing: the solution comes from postsolve alone.
 TEST_F(PrslvTest, ForcingRowAndAProblemPresolveSolvesEntirely) {
