@@ -249,23 +249,60 @@ int32_t SimEngine::dualratio(double sgn, double delta) {
     slope -= gslope;
     nc = left;
   }
+  // Later groups: most rows stop after one or two more, so the first few are found by scans of
+  // the candidates left (the smallest relaxed ratio, then those within it, moved to the front).
+  // Past those, the candidates left are put in order of ratio as far as the groups reach: the
+  // smallest ones sorted, a prefix grown by doubling, with the smallest relaxed ratio of each
+  // suffix. Either way a group is taken in the order of ratio, ties by index, so the path does
+  // not depend on which way found it.
   int32_t* order = candorder.data();
-  std::sort(order, order + nc, [&](int32_t u, int32_t v) {
+  auto before = [&](int32_t u, int32_t v) {
     const double ru = candratio[static_cast<size_t>(u)], rv = candratio[static_cast<size_t>(v)];
     return ru < rv || (ru == rv && cand[static_cast<size_t>(u)] < cand[static_cast<size_t>(v)]);
-  });
-  // Smallest relaxed ratio of each suffix: the bound of a group that starts there.
-  double run = kInf;
-  for (int32_t t = nc - 1; t >= 0; --t) {
-    run = std::min(run, candrelax[static_cast<size_t>(order[t])]);
-    candmin[static_cast<size_t>(t)] = run;
-  }
-  for (int32_t first = 0; first < nc;) {
-    const double gbound = candmin[static_cast<size_t>(first)];
+  };
+  // Sorts order[sorted, want) as the next smallest; candmin[t] is then the smallest relaxed
+  // ratio of order[t, nc), the bound of a group that starts at t.
+  int32_t sorted = -1, sortfrom = 0;
+  auto extend = [&](int32_t want) {
+    want = std::min(want, nc);
+    if (want < nc) std::nth_element(order + sorted, order + want, order + nc, before);
+    std::sort(order + sorted, order + want, before);
+    double run = kInf;
+    for (int32_t t = want; t < nc; ++t)
+      run = std::min(run, candrelax[static_cast<size_t>(order[t])]);
+    for (int32_t t = want - 1; t >= sorted; --t) {
+      run = std::min(run, candrelax[static_cast<size_t>(order[t])]);
+      candmin[static_cast<size_t>(t)] = run;
+    }
+    sorted = want;
+  };
+  constexpr int32_t kScanGroups = 4;
+  for (int32_t first = 0, round = 0; first < nc; ++round) {
+    double gbound = kInf;
+    int32_t last = first;
+    if (round < kScanGroups) {
+      for (int32_t t = first; t < nc; ++t)
+        gbound = std::min(gbound, candrelax[static_cast<size_t>(order[t])]);
+      for (int32_t t = first; t < nc; ++t) {
+        if (candratio[static_cast<size_t>(order[t])] <= gbound) std::swap(order[t], order[last++]);
+      }
+      std::sort(order + first, order + last, before);
+    } else {
+      if (sorted < 0) {
+        sorted = sortfrom = first;
+        extend(first + std::max(64, (nc - first) / 16));
+      }
+      if (first == sorted) extend(sortfrom + 2 * (sorted - sortfrom));
+      gbound = candmin[static_cast<size_t>(first)];
+      for (; last < nc; ++last) {
+        if (last == sorted) extend(sortfrom + 2 * (sorted - sortfrom));
+        if (candratio[static_cast<size_t>(order[last])] > gbound) break;
+      }
+    }
     double gslope = 0.0, gbest = 0.0;
-    int32_t gq = -1, last = first;
-    for (; last < nc && candratio[static_cast<size_t>(order[last])] <= gbound; ++last) {
-      const auto sc = static_cast<size_t>(order[last]);
+    int32_t gq = -1;
+    for (int32_t t = first; t < last; ++t) {
+      const auto sc = static_cast<size_t>(order[t]);
       const auto k = static_cast<size_t>(cand[sc]);
       gslope += candabs[sc] * (ub[k] - lb[k]);
       if (better(sc, gq, gbest)) gbest = candabs[sc], gq = cand[sc];
