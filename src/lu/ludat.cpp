@@ -121,6 +121,8 @@ int32_t VLR_lu_make(SysEnv* sys, int32_t nrow, int32_t ncol, LuFactor** out) {
   lu->llen = lu_alloc<int32_t>(sys, nrow, &ok);
   lu->ltfir = lu_alloc<int32_t>(sys, nrow, &ok);
   lu->ltlen = lu_alloc<int32_t>(sys, nrow, &ok);
+  lu->lseq = lu_alloc<int32_t>(sys, nrow, &ok);
+  lu->ltseq = lu_alloc<int32_t>(sys, nrow, &ok);
   lu->etab = lu_alloc<int32_t>(sys, static_cast<int64_t>(lu->mlu) + 1, &ok);
   lu->etarow = lu_alloc<int32_t>(sys, lu->mlu, &ok);
   lu->rowq = VLR_pq_make2(sys);
@@ -140,10 +142,10 @@ void VLR_lu_delete(LuFactor** plu) {
   LuFactor* lu = *plu;
   SysEnv* sys = lu->sys;
   lu_freearea(lu);
-  for (int32_t** p :
-       {&lu->ufirr, &lu->uszer, &lu->uuser, &lu->ufirc, &lu->uszec,  &lu->uusec, &lu->q,
-        &lu->invq,  &lu->seq,   &lu->iseq,  &lu->uord,  &lu->uordat, &lu->pseq,  &lu->ipseq,
-        &lu->lfir,  &lu->llen,  &lu->ltfir, &lu->ltlen, &lu->etab,   &lu->etarow}) {
+  for (int32_t** p : {&lu->ufirr, &lu->uszer, &lu->uuser, &lu->ufirc, &lu->uszec, &lu->uusec,
+                      &lu->q,     &lu->invq,  &lu->seq,   &lu->iseq,  &lu->uord,  &lu->uordat,
+                      &lu->pseq,  &lu->ipseq, &lu->lfir,  &lu->llen,  &lu->ltfir, &lu->ltlen,
+                      &lu->lseq,  &lu->ltseq, &lu->etab,  &lu->etarow}) {
     lu_free(sys, *p);
   }
   lu_free(sys, lu->diag);

@@ -106,6 +106,12 @@ struct LuFactor {
   int32_t* ltfir;  // [mrow] start of L row i (transposed L)
   int32_t* ltlen;  // [mrow] its length
   int64_t ltsze;   // entries of the transposed L
+  // The pivot rows with an L column, in pivot order, and the rows with an L row, in reverse
+  // pivot order: the ordered passes of the L solves walk these alone (most L columns of a
+  // sparse basis are empty).
+  int32_t* lseq;
+  int32_t* ltseq;
+  int32_t lseqlen, ltseqlen;
 
   int32_t mlu;      // row-eta slots, 2 mrow
   int32_t* etab;    // [mlu+1] eta k lives in [etab[k+1], etab[k]) of subj/valr

@@ -584,6 +584,12 @@ int32_t VLR_lu_finalizefactor(LuFactor* lu) {
     }
   }
   lu->ltsze = nzl;
+  lu->lseqlen = lu->ltseqlen = 0;
+  for (int32_t p = 0; p < nrow; ++p) {
+    const int32_t r = lu->pseq[p], rt = lu->pseq[nrow - 1 - p];
+    if (lu->llen[r] > 0) lu->lseq[lu->lseqlen++] = r;
+    if (lu->ltlen[rt] > 0) lu->ltseq[lu->ltseqlen++] = rt;
+  }
   lu_addwork(lu, kTaskFinalizeL, 2 * nzl);
   // The sequence becomes the linked U order.
   const int32_t nil = nrow;

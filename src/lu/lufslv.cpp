@@ -13,8 +13,8 @@ namespace {
 void lu_denselfw(LuFactor* lu, double* x) {
   const int32_t nrow = lu->nrow;
   int64_t work = nrow;
-  for (int32_t p = 0; p < nrow; ++p) {
-    const int32_t r = lu->pseq[p];
+  for (int32_t p = 0; p < lu->lseqlen; ++p) {
+    const int32_t r = lu->lseq[p];
     const double v = x[r];
     if (v == 0.0) continue;
     const int32_t beg = lu->lfir[r];
@@ -97,8 +97,8 @@ int32_t VLR_lu_btran(LuFactor* lu, double* x, double* out) {
   }
   lu_addwork(lu, kTaskEtaBw, ework);
   work = nrow;
-  for (int32_t p = nrow - 1; p >= 0; --p) {
-    const int32_t r = lu->pseq[p];
+  for (int32_t p = lu->lseqlen - 1; p >= 0; --p) {
+    const int32_t r = lu->lseq[p];
     const int32_t beg = lu->lfir[r];
     const int32_t end = beg + lu->llen[r];
     double s = 0.0;

@@ -212,9 +212,12 @@ void VLR_lu_ultb(LuFactor* lu, int32_t trans, int32_t* nz, double* x, int32_t* p
     lu_addwork(lu, task, work);
     return;
   }
-  // Ordered pass: the pivot sequence forward for L, backward for L transposed.
-  for (int32_t s = 0; s < nrow; ++s) {
-    const int32_t i = lu->pseq[trans == 0 ? s : nrow - 1 - s];
+  // Ordered pass: the pivot sequence forward for L, backward for L transposed, over the rows
+  // that have entries.
+  const int32_t* seq = trans == 0 ? lu->lseq : lu->ltseq;
+  const int32_t seqlen = trans == 0 ? lu->lseqlen : lu->ltseqlen;
+  for (int32_t s = 0; s < seqlen; ++s) {
+    const int32_t i = seq[s];
     const double v = x[i];
     if (v == 0.0) continue;
     const int32_t beg = cfir[i];
