@@ -568,7 +568,7 @@ void SimEngine::heapfix(int32_t p) {
 void SimEngine::heapsettle() {
   if (numdirty == 0) return;
   const double lg = std::log2(static_cast<double>(numinf) + 2.0);
-  if (static_cast<double>(numdirty) * lg <= 2.0 * static_cast<double>(numinf)) {
+  if (heapordered && static_cast<double>(numdirty) * lg <= 2.0 * static_cast<double>(numinf)) {
     // Few changes: each one sifted into place in a heap that is otherwise in order.
     for (int32_t t = 0; t < numdirty; ++t) {
       const int32_t p = heapdirty[static_cast<size_t>(t)];
@@ -595,10 +595,26 @@ void SimEngine::heapsettle() {
         infat[sp] = -1;
       }
     }
-    for (int32_t at = numinf / 2 - 1; at >= 0; --at)
-      heapdown(at);
+    // Few changes to an unordered list: the heap is built again, so that the next ones can be
+    // sifted; many: the list stays unordered.
+    heapordered = static_cast<double>(numdirty) * lg <= 2.0 * static_cast<double>(numinf);
+    if (heapordered) {
+      for (int32_t at = numinf / 2 - 1; at >= 0; --at)
+        heapdown(at);
+    }
   }
   numdirty = 0;
+}
+
+int32_t SimEngine::heaptop() const {
+  if (numinf == 0) return -1;
+  if (heapordered) return inflist[0];
+  int32_t best = inflist[0];
+  for (int32_t t = 1; t < numinf; ++t) {
+    const int32_t p = inflist[static_cast<size_t>(t)];
+    if (infbefore(p, best)) best = p;
+  }
+  return best;
 }
 
 void SimEngine::heapplace(int32_t p) {
@@ -644,6 +660,7 @@ void SimEngine::allinfeas() {
   }
   for (int32_t at = numinf / 2 - 1; at >= 0; --at)
     heapdown(at);
+  heapordered = true;
 }
 
 void SimEngine::refinexb() {

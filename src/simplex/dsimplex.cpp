@@ -148,9 +148,9 @@ bool SimEngine::dualrefresh() {
 
 int32_t SimEngine::dualprice() {
   heapsettle();
-  // The leaving row, the largest squared infeasibility over its weight (the first position
-  // among equals), sits on top of the heap of infeasible positions.
-  return numinf > 0 ? inflist[0] : -1;
+  // The leaving row: the largest squared infeasibility over its weight (the first position
+  // among equals).
+  return heaptop();
 }
 
 int32_t SimEngine::dualratio(double sgn, double delta) {
@@ -208,6 +208,8 @@ int32_t SimEngine::dualratio(double sgn, double delta) {
   numflips = 0;
   if (nc == 0) return -1;
 
+  // The bound of the next group: the smallest relaxed ratio of the candidates left.
+  double nextbound = kInf;
   // Long step: pass break points in Harris groups, the candidates with a ratio within the
   // smallest relaxed ratio of those left; the boxed variables of a group swap bounds while the
   // slope of the dual objective stays positive. The pivot is the largest |alpha| of the last
@@ -245,12 +247,14 @@ int32_t SimEngine::dualratio(double sgn, double delta) {
       const double dk = cr[c], inv = 1.0 / ca[c];
       cr[c] = dk * inv;
       cx[c] = (dk + ts) * inv;
+      nextbound = std::min(nextbound, cx[c]);
     }
     slope -= gslope;
     nc = left;
   }
   // Later groups: most rows stop after one or two more, so the first few are found by scans of
-  // the candidates left (the smallest relaxed ratio, then those within it, moved to the front).
+  // the candidates left (those within the bound moved to the front, the next bound from the
+  // others).
   // Past those, the candidates left are put in order of ratio as far as the groups reach: the
   // smallest ones sorted, a prefix grown by doubling, with the smallest relaxed ratio of each
   // suffix. Either way a group is taken in the order of ratio, ties by index, so the path does
@@ -281,10 +285,16 @@ int32_t SimEngine::dualratio(double sgn, double delta) {
     double gbound = kInf;
     int32_t last = first;
     if (round < kScanGroups) {
-      for (int32_t t = first; t < nc; ++t)
-        gbound = std::min(gbound, candrelax[static_cast<size_t>(order[t])]);
+      // One pass: the group to the front, and the bound of the next one from the rest.
+      gbound = nextbound;
+      nextbound = kInf;
       for (int32_t t = first; t < nc; ++t) {
-        if (candratio[static_cast<size_t>(order[t])] <= gbound) std::swap(order[t], order[last++]);
+        const auto sc = static_cast<size_t>(order[t]);
+        if (candratio[sc] <= gbound) {
+          std::swap(order[t], order[last++]);
+        } else {
+          nextbound = std::min(nextbound, candrelax[sc]);
+        }
       }
       std::sort(order + first, order + last, before);
     } else {

@@ -116,6 +116,10 @@ struct SimEngine {
   SimVec<int32_t> heapdirty;
   SimVec<int8_t> heapmark;  // 1 for the positions on heapdirty
   int32_t numdirty = 0;
+  // Whether inflist is in heap order. After many changes at once it is left unordered and the
+  // pricing scans it, which costs less than building the heap again; it is built again when
+  // the changes become few.
+  bool heapordered = false;
   SimVec<double> ray;  // after a dual infeasible first phase: a primal ray, nt
 
   LuFactor* lu = nullptr;
@@ -206,10 +210,12 @@ struct SimEngine {
   void setinfeas(int32_t p);
   void allinfeas();
   // Notes that the infeasibility or the weight of position p changed; heapsettle puts every
-  // such position where its key now places it: one by one when they are few, by building the
-  // heap again when they are many (a dense column changes most of them).
+  // such position where its key now places it: one by one when they are few, and when they
+  // are many (a dense column changes most of them) it only brings the membership up to date.
+  // heaptop gives the position with the largest key, the first among equals.
   void heapfix(int32_t p);
   void heapsettle();
+  int32_t heaptop() const;
   void heapplace(int32_t p);
   bool infbefore(int32_t a, int32_t b) const;
   void heapup(int32_t at);
