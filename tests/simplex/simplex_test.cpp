@@ -271,9 +271,10 @@ TEST_P(SimplexTest, BoundSwapRatioTestPassesSeveralBreakPoints) {
 }
 
 // A knapsack row over 300 boxed columns whose ratios c_j / a_j come in tied groups, and two
-// columns with only a lower bound among the expensive ones: the long step sorts the break points
-// once and passes group after group in one iteration, taking the cheapest ratios first (the
-// fractional knapsack), and stops at the last column it needs. With a demand above what the
+// columns with only a lower bound among the expensive ones: the long step passes group after
+// group in one iteration (the first few found by scans, the rest through an order by ratio grown
+// past a hundred columns), taking the cheapest ratios first (the fractional knapsack), and stops
+// at the last column it needs. With a demand above what the
 // boxed columns can give, every one of them swaps and the cheaper unbounded column enters.
 TEST_P(SimplexTest, LongStepPassesTiedGroupsInOrderOfRatio) {
   for (const double demand : {400.0, 1e4}) {
