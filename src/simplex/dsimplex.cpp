@@ -610,9 +610,11 @@ int32_t SimEngine::dualphaseone(double big, int32_t* boxed) {
     implied = impliedbounds();
     if (implied > 0) {
       log("Implied bounds on %d variables.\n", implied);
+      // A free column now has a bound to rest on; one that sat on a bound keeps it, and the
+      // swaps below put each boxed one on the side its reduced cost asks for.
       for (int32_t k = m; k < nt; ++k) {
         const auto s = static_cast<size_t>(k);
-        if (artmark[s] != 0 && nstat[s] != kNbBasic) setnonbasic(k, boundstatus(k, 0.0));
+        if (artmark[s] != 0 && nstat[s] == kNbZero) setnonbasic(k, boundstatus(k, 0.0));
       }
     }
   }
