@@ -18,8 +18,8 @@ enum PrslvKind : int32_t {
   kPrslvConSin = 4,           // row singleton moved to its column: [i j flags] [a cl cu]
   kPrslvConForce = 5,         // forcing row: [i side k j1..jk] [v1..vk]
   kPrslvVarFix = 6,           // fixed column removed: [j] [v]
-  kPrslvElimination = 8,      // free column of an equation substituted into its other rows
-                              // when it has one: [i j nq q1.. r how1..] [a cj b c1.. arj old1..]
+  kPrslvElimination = 8,      // free column of an equation substituted into its other rows:
+                              // [i j nq q1.. nr (r how1..)..] [a cj b c1.. (arj old1..)..]
   kPrslvVarFixLo = 11,        // column fixed at its lower bound: [j] [v]
   kPrslvVarFixUp = 12,        // column fixed at its upper bound: [j] [v]
   kPrslvDupVar = 16,          // column k merged into its multiple j: [k j] [lambda lj uj lk uk]

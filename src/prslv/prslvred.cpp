@@ -499,27 +499,26 @@ int32_t prslv_elimination(const PrslvParam& param, prslv* p, int32_t j, PrslvSta
   ds[0] = a;
   ds[1] = cj;
   ds[2] = b;
+  // The part of the record of the column's s-th other row.
+  auto rint = [&](int32_t s) { return is + 4 + nq + s * (1 + nq); };
+  auto rdbl = [&](int32_t s) { return ds + 3 + nq + s * (1 + nq); };
   int32_t at = 0;
   for (int64_t k = p->row.beg[i]; k < VLR_prslv_lineend(p->row, i); ++k) {
     const int32_t q = p->row.idx[k];
     if (q == j || !p->colalive[q]) continue;
     is[3 + at] = q;
     ds[3 + at] = p->c[q];
+    for (int32_t s = 0; s < nr; ++s) {
+      rdbl(s)[1 + at] = prslv_aij(p, rows[s], q);
+      rint(s)[1 + at] = prslv_addtoentry(param, p, rows[s], q, -(vals[s] / a) * p->row.val[k]);
+    }
     ++at;
   }
   for (int32_t s = 0; s < nr; ++s) {
     const int32_t r = rows[s];
-    int32_t* ris = is + 4 + nq + s * (1 + nq);
-    double* rds = ds + 3 + nq + s * (1 + nq);
-    ris[0] = r;
-    rds[0] = vals[s];
+    rint(s)[0] = r;
+    rdbl(s)[0] = vals[s];
     const double mult = vals[s] / a;
-    for (int32_t t = 0; t < nq; ++t) {
-      const int32_t q = is[3 + t];
-      const double aiq = prslv_aij(p, i, q);
-      rds[1 + t] = prslv_aij(p, r, q);
-      ris[1 + t] = prslv_addtoentry(param, p, r, q, -mult * aiq);
-    }
     --p->connz[r];  // its entry of column j goes with the column
     if (p->rl[r] > -kInf) p->rl[r] -= mult * b;
     if (p->ru[r] < kInf) p->ru[r] -= mult * b;
