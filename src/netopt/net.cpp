@@ -18,11 +18,12 @@ namespace {
 
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
-// Where a column outside the network stays: its lower bound, else its upper, else zero.
-double net_restvalue(const SimLp& lp, int32_t k) {
-  const double l = VLR_opt_lower(lp, k);
+// Where a column outside the network starts: its lower bound, else its upper, else zero; with a
+// hot start key VLR_SK_UPR its upper bound when it has one.
+double net_restvalue(const SimLp& lp, int32_t k, const int32_t* hotsk) {
+  const double l = VLR_opt_lower(lp, k), u = VLR_opt_upper(lp, k);
+  if (hotsk != nullptr && hotsk[k] == VLR_SK_UPR && u < kInf) return u;
   if (l > -kInf) return l;
-  const double u = VLR_opt_upper(lp, k);
   return u < kInf ? u : 0.0;
 }
 
@@ -48,12 +49,23 @@ void net_putarc(NetRec* r, int32_t a, int32_t tail, int32_t head, int32_t var, d
   }
 }
 
+// Puts arc a on its upper bound when a hot start's key asks for it.
+void net_hotbound(NetRec* r, int32_t a, const int32_t* hotsk) {
+  const auto sa = static_cast<size_t>(a);
+  if (hotsk == nullptr || hotsk[r->var[sa]] != VLR_SK_UPR) return;
+  if (r->up[sa] < kInf && r->lo[sa] < r->up[sa]) {
+    r->flow[sa] = r->up[sa];
+    r->state[sa] = kArcUpper;
+  }
+}
+
 // The arcs: a column of the network joins the rows where its signed entries are +1 (tail) and
 // -1 (head), the root standing in for a missing end; the slack of a row with sign +1 runs from
 // the root into its node, of a row with sign -1 out of it, so that the flows are the problem's
-// own values. The other columns' values enter the nodes as supplies.
+// own values. The other columns' values (restx, NaN for arcs) enter the nodes as supplies.
 void net_setuparcs(NetRec* r, const SimLp& lp, const int32_t* rowsign, const uint8_t* colin,
-                   const int32_t* node, NetVec<double>* supply, int32_t* slackof) {
+                   const int32_t* node, const int32_t* hotsk, NetVec<double>* supply,
+                   int32_t* slackof, double* restx) {
   const int32_t m = lp.m, n = lp.n, root = r->root;
   int32_t a = 0;
   for (int32_t j = 0; j < n; ++j) {
@@ -72,10 +84,13 @@ void net_setuparcs(NetRec* r, const SimLp& lp, const int32_t* rowsign, const uin
         arc = false;  // not an arc after all: held like the columns outside
     }
     if (arc) {
-      net_putarc(r, a++, tail, head, k, lp.c[j], VLR_opt_lower(lp, k), VLR_opt_upper(lp, k));
+      net_putarc(r, a, tail, head, k, lp.c[j], VLR_opt_lower(lp, k), VLR_opt_upper(lp, k));
+      net_hotbound(r, a++, hotsk);
+      restx[j] = std::numeric_limits<double>::quiet_NaN();
       continue;
     }
-    const double xv = net_restvalue(lp, k);
+    const double xv = net_restvalue(lp, k, hotsk);
+    restx[j] = xv;
     if (xv == 0.0) continue;
     for (int64_t p = lp.abeg[j]; p < lp.abeg[j + 1]; ++p) {
       const int32_t i = lp.aidx[p];
@@ -86,8 +101,9 @@ void net_setuparcs(NetRec* r, const SimLp& lp, const int32_t* rowsign, const uin
     if (rowsign[i] == 0) continue;
     const int32_t v = node[i];
     slackof[v] = a;
-    net_putarc(r, a++, rowsign[i] > 0 ? root : v, rowsign[i] > 0 ? v : root, i, 0.0,
+    net_putarc(r, a, rowsign[i] > 0 ? root : v, rowsign[i] > 0 ? v : root, i, 0.0,
                VLR_opt_lower(lp, i), VLR_opt_upper(lp, i));
+    net_hotbound(r, a++, hotsk);
   }
   r->nsearch = a;
 }
@@ -144,6 +160,182 @@ void net_setuptree(NetRec* r, const NetVec<double>& supply, const int32_t* slack
     nd[v] = NetNode{root, a, v > 0 ? v - 1 : root, 1, v, r->arc[a].tail == v ? 1 : 0};
     th[v] = v + 1 < nn ? v + 1 : root;
   }
+}
+
+// The node's artificial arc, out of the tree at zero.
+void net_restartificial(NetRec* r, int32_t v) {
+  const auto art = static_cast<size_t>(r->artbeg + v);
+  r->arc[art] = NetArc{0.0, v, r->root};
+  r->var[art] = -1;
+  r->state[art] = kArcFixed;
+  r->lo[art] = 0.0;
+  r->up[art] = 0.0;
+  r->flow[art] = 0.0;
+}
+
+// The thread, its inverse, subtree sizes and last nodes of the tree that the parent and pred
+// links of every node but the root give; `order` is work space.
+void net_threadtree(NetRec* r, NetVec<int32_t>* order) {
+  const int32_t nn = r->nnode, root = r->root;
+  const auto nodes = static_cast<size_t>(nn) + 1;
+  NetNode* nd = r->node;
+  const MemAllocator<int32_t> ai(r->sys);
+  NetVec<int32_t> cbeg(nodes + 1, 0, ai), child(static_cast<size_t>(std::max(nn, 1)), 0, ai);
+  for (int32_t v = 0; v < nn; ++v)
+    ++cbeg[static_cast<size_t>(nd[v].parent) + 1];
+  for (size_t k = 0; k < nodes; ++k)
+    cbeg[k + 1] += cbeg[k];
+  NetVec<int32_t> fill(cbeg.begin(), cbeg.end() - 1, ai);
+  for (int32_t v = 0; v < nn; ++v)
+    child[static_cast<size_t>(fill[static_cast<size_t>(nd[v].parent)]++)] = v;
+  // Preorder by a stack: a node's children go on in reverse, so the first comes off first.
+  order->clear();
+  NetVec<int32_t>& stack = fill;
+  stack.clear();
+  stack.push_back(root);
+  while (!stack.empty()) {
+    const int32_t x = stack.back();
+    stack.pop_back();
+    order->push_back(x);
+    for (int32_t k = cbeg[static_cast<size_t>(x) + 1]; k > cbeg[static_cast<size_t>(x)]; --k)
+      stack.push_back(child[static_cast<size_t>(k) - 1]);
+  }
+  int32_t* th = r->thread;
+  for (size_t k = 0; k < nodes; ++k) {
+    const int32_t x = (*order)[k], y = (*order)[(k + 1) % nodes];
+    th[x] = y;
+    nd[y].rthread = x;
+    nd[x].succ = 1;
+  }
+  for (size_t k = nodes; k-- > 1;) {
+    const int32_t x = (*order)[k];
+    nd[nd[x].parent].succ += nd[x].succ;
+  }
+  // The subtree of the node at place k of the preorder ends at place k + succ - 1.
+  NetVec<int32_t>& at = cbeg;
+  for (size_t k = 0; k < nodes; ++k)
+    at[static_cast<size_t>((*order)[k])] = static_cast<int32_t>(k);
+  for (int32_t x = 0; x <= nn; ++x) {
+    const auto k = static_cast<size_t>(at[static_cast<size_t>(x)] + nd[x].succ - 1);
+    nd[x].last = (*order)[k];
+    nd[x].up = x != root && r->arc[nd[x].pred].tail == x ? 1 : 0;
+  }
+  nd[root].parent = -1;
+  nd[root].pred = -1;
+}
+
+// The start tree of a given basis: its basic arcs as far as they close no cycle, each part left
+// apart hung from the root by the artificial arc of a node. A tree arc carries what its subtree
+// must send; one whose flow would leave its bounds stays on the bound it passes, and its subtree
+// hangs from the root by its top node's artificial arc, which carries the rest for the first
+// phase to remove.
+void net_setuptreehot(NetRec* r, const NetVec<double>& supply, const int32_t* sk) {
+  const int32_t nn = r->nnode, root = r->root;
+  const auto nodes = static_cast<size_t>(nn) + 1;
+  const MemAllocator<int32_t> ai(r->sys);
+  NetVec<int32_t> comp(nodes, 0, ai), adjbeg(nodes + 1, 0, ai);
+  for (size_t v = 0; v < nodes; ++v)
+    comp[v] = static_cast<int32_t>(v);
+  auto find = [&comp](int32_t v) {
+    while (comp[static_cast<size_t>(v)] != v) {
+      comp[static_cast<size_t>(v)] = comp[static_cast<size_t>(comp[static_cast<size_t>(v)])];
+      v = comp[static_cast<size_t>(v)];
+    }
+    return v;
+  };
+  NetVec<uint8_t> intree(static_cast<size_t>(std::max(r->nsearch, 1)), 0,
+                         MemAllocator<uint8_t>(r->sys));
+  int32_t ntree = 0;
+  for (int32_t a = 0; a < r->nsearch; ++a) {
+    const NetArc& arc = r->arc[a];
+    if (sk[r->var[a]] != VLR_SK_BAS || arc.tail == arc.head) continue;
+    const int32_t cu = find(arc.tail), cv = find(arc.head);
+    if (cu == cv) continue;
+    comp[static_cast<size_t>(cu)] = cv;
+    intree[static_cast<size_t>(a)] = 1;
+    ++adjbeg[static_cast<size_t>(arc.tail) + 1];
+    ++adjbeg[static_cast<size_t>(arc.head) + 1];
+    ++ntree;
+  }
+  for (size_t k = 0; k < nodes; ++k)
+    adjbeg[k + 1] += adjbeg[k];
+  NetVec<int32_t> adj(static_cast<size_t>(std::max(2 * ntree, 1)), 0, ai);
+  NetVec<int32_t>& fill = comp;
+  std::copy(adjbeg.begin(), adjbeg.end() - 1, fill.begin());
+  NetVec<double> excess(supply);  // what a node must still send out
+  for (int32_t a = 0; a < r->nsearch; ++a) {
+    const NetArc& arc = r->arc[a];
+    if (intree[static_cast<size_t>(a)] != 0) {
+      adj[static_cast<size_t>(fill[static_cast<size_t>(arc.tail)]++)] = a;
+      adj[static_cast<size_t>(fill[static_cast<size_t>(arc.head)]++)] = a;
+      continue;
+    }
+    excess[static_cast<size_t>(arc.tail)] -= r->flow[a];
+    excess[static_cast<size_t>(arc.head)] += r->flow[a];
+  }
+  // Parents by a search from the root, then from each node not yet reached, which hangs from the
+  // root by its artificial arc.
+  NetNode* nd = r->node;
+  for (int32_t v = 0; v < nn; ++v) {
+    nd[v].parent = -2;
+    net_restartificial(r, v);
+  }
+  NetVec<int32_t> order(ai);
+  order.reserve(nodes);
+  order.push_back(root);
+  for (int32_t v = -1, q = 0; v < nn; ++v) {
+    if (v >= 0) {
+      if (nd[v].parent != -2) continue;
+      nd[v].parent = root;
+      nd[v].pred = r->artbeg + v;
+      order.push_back(v);
+    }
+    for (; q < static_cast<int32_t>(order.size()); ++q) {
+      const int32_t x = order[static_cast<size_t>(q)];
+      for (int32_t k = adjbeg[static_cast<size_t>(x)]; k < adjbeg[static_cast<size_t>(x) + 1];
+           ++k) {
+        const int32_t a = adj[static_cast<size_t>(k)];
+        const int32_t y = r->arc[a].tail == x ? r->arc[a].head : r->arc[a].tail;
+        if (y == root || nd[y].parent != -2) continue;
+        nd[y].parent = x;
+        nd[y].pred = a;
+        order.push_back(y);
+      }
+    }
+  }
+  // Flows from the leaves up: every node's children come after it in the search's order.
+  for (size_t k = order.size(); k-- > 1;) {
+    const int32_t v = order[k];
+    int32_t a = nd[v].pred;
+    double e = excess[static_cast<size_t>(v)];
+    if (a < r->artbeg) {
+      const bool out = r->arc[a].tail == v;
+      const double f = out ? e : -e;
+      const double l = r->lo[a], u = r->up[a];
+      const int32_t p = nd[v].parent;
+      if (f >= l && f <= u) {
+        r->flow[a] = f;
+        r->state[a] = kArcFixed;
+        excess[static_cast<size_t>(p)] += e;
+        continue;
+      }
+      const double b = f < l ? l : u;
+      r->flow[a] = b;
+      r->state[a] = l == u ? kArcFixed : (b == l ? kArcLower : kArcUpper);
+      const double sent = out ? b : -b;
+      excess[static_cast<size_t>(p)] += sent;
+      e -= sent;
+      a = r->artbeg + v;
+      nd[v].parent = root;
+      nd[v].pred = a;
+    }
+    NetArc& art = r->arc[a];
+    art.tail = e >= 0.0 ? v : root;
+    art.head = e >= 0.0 ? root : v;
+    r->flow[a] = std::fabs(e);
+    r->up[a] = kInf;
+  }
+  net_threadtree(r, &order);
 }
 
 // Costs of a phase: 0 the problem's with a cost on artificial arcs above that of any path
@@ -227,22 +419,76 @@ void net_ray(const NetRec& r, const SimLp& lp, const int32_t* rowsign, SimSol* s
   }
 }
 
-int32_t net_restkey(const SimLp& lp, int32_t k) {
+// The key of a column outside the network at value x.
+int32_t net_restkey(const SimLp& lp, int32_t k, double x) {
   const double l = VLR_opt_lower(lp, k), u = VLR_opt_upper(lp, k);
   if (l == u) return VLR_SK_FIX;
-  if (l > -kInf) return VLR_SK_LOW;
-  return u < kInf ? VLR_SK_UPR : VLR_SK_SUPBAS;
+  if (x == l) return VLR_SK_LOW;
+  return x == u ? VLR_SK_UPR : VLR_SK_SUPBAS;
+}
+
+// The dual form's end: each column outside the network goes to the bound its reduced cost under
+// the network's duals asks for, where it has that bound; the change of the nodes' supplies runs
+// up the tree, whose arcs take it on whatever their bounds. A tree arc that is artificial gives
+// its place to the node's slack, which joins the same two nodes at the same cost, so that the
+// values that follow are those of the basis handed on.
+void net_dualform(NetRec* r, const SimLp& lp, const int32_t* rowsign, const int32_t* node,
+                  const int32_t* slackof, double* restx) {
+  const int32_t m = lp.m, nn = r->nnode, root = r->root;
+  NetNode* nd = r->node;
+  for (int32_t v = 0; v < nn; ++v) {
+    if (nd[v].pred < r->artbeg) continue;
+    const int32_t s = slackof[v];
+    r->flow[nd[v].pred] = 0.0;
+    nd[v].pred = s;
+    nd[v].up = r->arc[s].tail == v ? 1 : 0;
+    r->state[s] = kArcFixed;
+  }
+  const MemAllocator<double> ad(r->sys);
+  NetVec<double> excess(static_cast<size_t>(nn) + 1, 0.0, ad);
+  bool moved = false;
+  for (int32_t j = 0; j < lp.n; ++j) {
+    const double x0 = restx[j];
+    if (std::isnan(x0)) continue;
+    double dj = lp.c[j];
+    for (int64_t p = lp.abeg[j]; p < lp.abeg[j + 1]; ++p) {
+      const int32_t i = lp.aidx[p];
+      if (rowsign[i] != 0) dj -= lp.aval[p] * rowsign[i] * r->pi[node[i]];
+    }
+    const double l = VLR_opt_lower(lp, m + j), u = VLR_opt_upper(lp, m + j);
+    double x1 = x0;
+    if (dj > r->tols && l > -kInf) x1 = l;
+    if (dj < -r->tols && u < kInf) x1 = u;
+    if (x1 == x0) continue;
+    restx[j] = x1;
+    moved = true;
+    for (int64_t p = lp.abeg[j]; p < lp.abeg[j + 1]; ++p) {
+      const int32_t i = lp.aidx[p];
+      if (rowsign[i] != 0)
+        excess[static_cast<size_t>(node[i])] -= rowsign[i] * lp.aval[p] * (x1 - x0);
+    }
+  }
+  if (!moved) return;
+  // Children before parents: the thread backwards from the root.
+  for (int32_t v = nd[root].rthread; v != root; v = nd[v].rthread) {
+    const double e = excess[static_cast<size_t>(v)];
+    if (e == 0.0) continue;
+    const int32_t a = nd[v].pred;
+    r->flow[a] += nd[v].up != 0 ? e : -e;
+    excess[static_cast<size_t>(nd[v].parent)] += e;
+  }
 }
 
 // The basis, values, duals and reduced costs of the whole problem from the tree. A tree arc that
 // is artificial (at zero flow after the phases) joins its node to the root as the node's slack
 // does, so the slack takes its place in the basis. With a certificate the costs count as zero.
 void net_solution(const NetRec& r, const SimLp& lp, const int32_t* rowsign, const int32_t* node,
-                  const int32_t* slackof, bool certificate, SimSol* sol) {
+                  const int32_t* slackof, const double* restx, bool certificate, SimSol* sol) {
   const int32_t m = lp.m, n = lp.n;
   for (int32_t j = 0; j < n; ++j) {
-    sol->sk[m + j] = net_restkey(lp, m + j);
-    sol->x[m + j] = net_restvalue(lp, m + j);
+    if (std::isnan(restx[j])) continue;  // an arc's, written below
+    sol->sk[m + j] = net_restkey(lp, m + j, restx[j]);
+    sol->x[m + j] = restx[j];
   }
   for (int32_t a = 0; a < r.nsearch; ++a) {
     const int32_t st = r.state[static_cast<size_t>(a)];
@@ -315,11 +561,16 @@ void net_optimize(SysEnv* sys, const NetParam& par, const NetCallbacks& cb, cons
   std::fill(r.pi, r.pi + nodes, 0.0);
   NetVec<double> supply(nodes, 0.0, MemAllocator<double>(sys));
   NetVec<int32_t> slackof(nodes, -1, MemAllocator<int32_t>(sys));
-  net_setuparcs(&r, lp, rowsign, colin, node.data(), &supply, slackof.data());
+  NetVec<double> restx(static_cast<size_t>(std::max(n, 1)), 0.0, MemAllocator<double>(sys));
+  const int32_t* hotsk = par.hotstart != 0 ? sol->sk : nullptr;
+  net_setuparcs(&r, lp, rowsign, colin, node.data(), hotsk, &supply, slackof.data(), restx.data());
   r.artbeg = r.nsearch;
   r.narc = r.nsearch + nn;
   r.block = std::max(100, static_cast<int32_t>(2.0 * std::sqrt(static_cast<double>(r.nsearch))));
-  net_setuptree(&r, supply, slackof.data());
+  if (hotsk != nullptr)
+    net_setuptreehot(&r, supply, hotsk);
+  else
+    net_setuptree(&r, supply, slackof.data());
   info->numnode = nn;
   info->numarc = r.nsearch;
   if (par.loglevel > 0 && cb.log != nullptr) {
@@ -335,7 +586,9 @@ void net_optimize(SysEnv* sys, const NetParam& par, const NetCallbacks& cb, cons
   pnet_logline(&r, infeasible ? 1 : 2, true);
   for (int32_t v = 0; v < nn; ++v)
     info->numartificial += r.node[static_cast<size_t>(v)].pred >= r.artbeg ? 1 : 0;
-  net_solution(r, lp, rowsign, node.data(), slackof.data(), infeasible, sol);
+  if (par.dualform != 0 && end == kNetLoopOptimal && !infeasible)
+    net_dualform(&r, lp, rowsign, node.data(), slackof.data(), restx.data());
+  net_solution(r, lp, rowsign, node.data(), slackof.data(), restx.data(), infeasible, sol);
   info->pobj = lp.cfix;
   for (int32_t j = 0; j < n; ++j)
     info->pobj += lp.c[j] * sol->x[m + j];

@@ -26,6 +26,13 @@ struct NetParam {
   double tolx = 1e-7;  // primal feasibility; capped at 1e-7
   double tols = 1e-7;  // dual feasibility; capped at 1e-7
   int32_t debug = 0;   // above 0: the whole tree is checked after every pivot (slow; for tests)
+  // 1: sol->sk holds a basis on entry (VLR_SK_* keys of rows, then columns): its basic arcs start
+  // the tree, and its non-basic variables start on the bounds their keys name.
+  int32_t hotstart = 0;
+  // 1: the dual form, for a part of a problem that the dual simplex goes on with: at the end the
+  // columns outside the network go to the bound their reduced cost under the network's duals
+  // asks for, and the basic values follow. 0: they stay where they started.
+  int32_t dualform = 0;
 };
 
 // Text and progress of a run; both may be null.
@@ -54,7 +61,8 @@ struct NetInfo {
 // Solves the network part of lp. Rows with rowsign[i] = +1 or -1 are its nodes; a column with
 // colin[j] != 0 must have, in those rows, one entry of +-1, or two whose signs differ after the
 // rows are multiplied by their signs; the caller guarantees it (VLR_simplex_detectnet). Other
-// columns stay at a bound (lower, else upper, else 0) and rows with sign 0 are basic. sol (sized
+// columns stay at a bound (lower, else upper, else 0; with a hot start the bound of their key)
+// and rows with sign 0 are basic. sol (sized
 // for lp) gets a basis of lp with its values, duals (0 on rows outside the part) and reduced costs;
 // on a network infeasible or unbounded in itself, a Farkas vector in sol->y or a ray in sol->x as
 // the statuses say. Returns info->response.

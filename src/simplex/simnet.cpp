@@ -66,6 +66,11 @@ bool VLR_simplex_netoptimize(SysEnv* sys, const SimParam& par, const SimCallback
     npar.maxiter = par.maxiter;
     npar.tolx = par.tolx;
     npar.tols = par.tols;
+    // A caller's basis starts the tree. A part of the problem that the dual simplex goes on with
+    // is solved in the dual form: the columns outside it end on the side their reduced costs
+    // ask for, so that the dual starts as near dual feasible as the bounds allow.
+    npar.hotstart = starthot != 0 ? 1 : 0;
+    npar.dualform = flag == 2 && par.slot != kSimSlotPrimal ? 1 : 0;
     SimNetHandle h{&cb};
     NetCallbacks ncb;
     ncb.handle = &h;
@@ -87,7 +92,9 @@ bool VLR_simplex_netoptimize(SysEnv* sys, const SimParam& par, const SimCallback
     }
     if (par.loglevel > 0 && cb.log != nullptr) {
       std::snprintf(line, sizeof line,
-                    "Network simplex: %lld iterations, %.2f s; its basis starts the simplex.\n",
+                    "Network simplex (%s form%s): %lld iterations, %.2f s; its basis starts the "
+                    "simplex.\n",
+                    npar.dualform != 0 ? "dual" : "primal", npar.hotstart != 0 ? ", hot start" : "",
                     static_cast<long long>(ni.iter), ni.time);
       cb.log(cb.handle, line);
     }

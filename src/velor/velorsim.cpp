@@ -240,6 +240,27 @@ void velorsim_report(Task* task, const SimInfo& info, double sense, int32_t slot
   }
 }
 
+// The keys of the basic solution in sk (rows, then columns) when the hot start is on and that
+// solution holds a basis; 1 then, else 0.
+int32_t velorsim_hotkeys(Task* task, int32_t* sk) {
+  const int32_t m = task->data->numcon, n = task->data->numvar;
+  const SolRec& old = task->sols->sol[VLR_SOL_BAS];
+  if (task->iparam[VLR_IPAR_SIM_HOTSTART] == VLR_SIM_HOTSTART_NONE || !old.made || !old.defined)
+    return 0;
+  const int32_t* skc = VLR_solkeyptr(task, VLR_SOL_BAS, VLR_ACC_CON);
+  const int32_t* skx = VLR_solkeyptr(task, VLR_SOL_BAS, VLR_ACC_VAR);
+  int32_t nb = 0;
+  for (int32_t i = 0; i < m; ++i) {
+    sk[i] = skc[i];
+    nb += skc[i] == VLR_SK_BAS ? 1 : 0;
+  }
+  for (int32_t j = 0; j < n; ++j) {
+    sk[m + j] = skx[j];
+    nb += skx[j] == VLR_SK_BAS ? 1 : 0;
+  }
+  return nb > 0 ? 1 : 0;
+}
+
 int32_t velorsim_run(Task* task, int32_t optimizer) {
   TaskData* data = task->data;
   const int32_t m = data->numcon, n = data->numvar, nt = m + n;
@@ -262,23 +283,7 @@ int32_t velorsim_run(Task* task, int32_t optimizer) {
   sol.y = y.data();
   sol.d = d.data();
 
-  // Hot start from the basic solution when it holds a basis.
-  int32_t starthot = 0;
-  const SolRec& old = task->sols->sol[VLR_SOL_BAS];
-  if (task->iparam[VLR_IPAR_SIM_HOTSTART] != VLR_SIM_HOTSTART_NONE && old.made && old.defined) {
-    const int32_t* skc = VLR_solkeyptr(task, VLR_SOL_BAS, VLR_ACC_CON);
-    const int32_t* skx = VLR_solkeyptr(task, VLR_SOL_BAS, VLR_ACC_VAR);
-    int32_t nb = 0;
-    for (int32_t i = 0; i < m; ++i) {
-      sk[static_cast<size_t>(i)] = skc[i];
-      nb += skc[i] == VLR_SK_BAS ? 1 : 0;
-    }
-    for (int32_t j = 0; j < n; ++j) {
-      sk[static_cast<size_t>(m + j)] = skx[j];
-      nb += skx[j] == VLR_SK_BAS ? 1 : 0;
-    }
-    starthot = nb > 0 ? 1 : 0;
-  }
+  const int32_t starthot = velorsim_hotkeys(task, sk.data());
 
   SimParam par;
   velorsim_setparam(task, &par);
@@ -402,8 +407,10 @@ int32_t velornet_run(Task* task) {
   TaskVec<double> y(static_cast<size_t>(std::max(m, 1)), 0.0, MemAllocator<double>(sys));
   TaskVec<double> d(snt, 0.0, MemAllocator<double>(sys));
   SimSol sol{sk.data(), x.data(), y.data(), d.data()};
+  par.hotstart = velorsim_hotkeys(task, sk.data());
   if (par.loglevel > 0) {
     VLRP_echotask(task, VLR_STREAM_LOG, "Network primal simplex optimizer started.\n");
+    if (par.hotstart != 0) VLRP_echotask(task, VLR_STREAM_LOG, "Hot start from the basis.\n");
   }
   VLR_checkcallbacks(task, VLR_CALLBACK_BEGIN_NETWORK_PRIMAL_SIMPLEX);
   NetInfo info;

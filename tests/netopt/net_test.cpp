@@ -4,6 +4,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <limits>
@@ -87,7 +88,9 @@ class NetTest : public ::testing::Test {
   void TearDown() override { EXPECT_EQ(VLR_sysenv_delete(&sys_), 0); }
 
   // Solves t with the given row signs (all +1 when empty) and every column in the network.
-  NetRun Solve(const TestLp& t, std::vector<int32_t> sign = {}, std::vector<uint8_t> colin = {}) {
+  // With hot, the run starts from that basis; dualform asks for the dual form.
+  NetRun Solve(const TestLp& t, std::vector<int32_t> sign = {}, std::vector<uint8_t> colin = {},
+               const std::vector<int32_t>* hot = nullptr, bool dualform = false) {
     if (sign.empty()) sign.assign(size_t(t.m), 1);
     if (colin.empty()) colin.assign(size_t(t.n), 1);
     sign.push_back(0);
@@ -95,6 +98,7 @@ class NetTest : public ::testing::Test {
     NetRun r;
     const auto nt = size_t(t.m + t.n) + 1;
     r.sk.assign(nt, -1);
+    if (hot != nullptr) std::copy(hot->begin(), hot->end(), r.sk.begin());
     r.x.assign(nt, 0.0);
     r.y.assign(size_t(t.m) + 1, 0.0);
     r.d.assign(nt, 0.0);
@@ -102,6 +106,8 @@ class NetTest : public ::testing::Test {
     NetParam par;
     par.loglevel = 0;
     par.debug = 1;  // the whole tree checked after every pivot
+    par.hotstart = hot != nullptr ? 1 : 0;
+    par.dualform = dualform ? 1 : 0;
     EXPECT_EQ(VLR_net_optimize(sys_, par, NetCallbacks(), t.Lp(), sign.data(), colin.data(), &r.sol,
                                &r.info),
               kNetOk);
@@ -297,6 +303,108 @@ TEST_F(NetTest, PartOfTheProblemLeavesTheOtherRowsBasic) {
   EXPECT_EQ(r.sk[3], VLR_SK_BAS);
   EXPECT_EQ(r.sk[t.m + 2], VLR_SK_LOW);
   EXPECT_EQ(r.info.solsta, VLR_SOL_STA_PRIM_INFEAS_CER);
+}
+
+// A start from the optimal basis of a problem with other costs or other supplies, and from keys
+// that make no tree at all (every variable basic: cycles, and flows beyond the bounds): each
+// ends at the optimum of a cold start. From other costs the tree is feasible and few pivots
+// remain; from other supplies flows that leave their bounds go to the artificial arcs.
+TEST_F(NetTest, HotStartsFromOtherBasesEndAtTheColdOptimum) {
+  for (uint64_t seed = 1; seed <= 3; ++seed) {
+    SCOPED_TRACE(::testing::Message() << "seed " << seed);
+    netgen::Spec s;
+    s.nodes = 300;
+    s.arcs = 3000;
+    s.sources = 30;
+    s.sinks = 30;
+    s.pcap = 60;
+    s.seed = seed;
+    const TestLp t = FromGen(netgen::Generate(s));
+    NetRun r0 = Solve(t);
+    ASSERT_EQ(r0.info.solsta, VLR_SOL_STA_OPTIMAL);
+    const std::vector<int32_t> sk0(r0.sk.begin(), r0.sk.end() - 1);
+
+    TestLp tc = t;  // a tenth of the costs raised
+    for (int32_t j = 0; j < tc.n; j += 10)
+      tc.c[size_t(j)] += 40.0;
+    NetRun cold = Solve(tc);
+    NetRun hot = Solve(tc, {}, {}, &sk0);
+    ASSERT_EQ(cold.info.solsta, VLR_SOL_STA_OPTIMAL);
+    ExpectOptimal(tc, &hot, cold.info.pobj);
+    EXPECT_EQ(hot.info.infiter, 0);  // the old tree is feasible
+    EXPECT_LT(hot.info.iter, cold.info.iter / 2);
+
+    TestLp ts = t;  // supply moved between the first source and the first sink
+    int32_t src = -1, snk = -1;
+    for (int32_t i = 0; i < ts.m; ++i) {
+      if (src < 0 && ts.bl[size_t(i)] > 0) src = i;
+      if (snk < 0 && ts.bl[size_t(i)] < 0) snk = i;
+    }
+    ASSERT_GE(src, 0);
+    ASSERT_GE(snk, 0);
+    const double move = std::min(ts.bl[size_t(src)], -ts.bl[size_t(snk)]) / 2;
+    ts.bl[size_t(src)] -= move, ts.bu[size_t(src)] -= move;
+    ts.bl[size_t(snk)] += move, ts.bu[size_t(snk)] += move;
+    cold = Solve(ts);
+    hot = Solve(ts, {}, {}, &sk0);
+    ASSERT_EQ(cold.info.solsta, VLR_SOL_STA_OPTIMAL);
+    ExpectOptimal(ts, &hot, cold.info.pobj);
+
+    const std::vector<int32_t> allbasic(sk0.size(), VLR_SK_BAS);
+    hot = Solve(t, {}, {}, &allbasic);
+    ExpectOptimal(t, &hot, r0.info.pobj);
+  }
+}
+
+// Keys at upper on arcs with a finite upper bound start there; an infeasible network still gets
+// its certificate from a hot start.
+TEST_F(NetTest, HotStartKeysAtUpperAndAnInfeasibleNetwork) {
+  TestLp t;  // node 0 sends 5 to node 1 over two parallel arcs of capacity 3
+  t.Row(VLR_BK_FX, 5, 5);
+  t.Row(VLR_BK_FX, -5, -5);
+  t.Col({{0, 1}, {1, -1}}, 1, VLR_BK_RA, 0, 3);
+  t.Col({{0, 1}, {1, -1}}, 2, VLR_BK_RA, 0, 3);
+  const std::vector<int32_t> keys = {VLR_SK_FIX, VLR_SK_FIX, VLR_SK_UPR, VLR_SK_BAS};
+  NetRun r = Solve(t, {}, {}, &keys);
+  ExpectOptimal(t, &r, 3 * 1 + 2 * 2);
+  EXPECT_EQ(r.info.iter, 0);  // the start is the optimum
+  t.bu[2] = 1;                // now at most 4 can go
+  r = Solve(t, {}, {}, &keys);
+  ASSERT_EQ(r.info.solsta, VLR_SOL_STA_PRIM_INFEAS_CER);
+  EXPECT_TRUE(VLR_opt_checkfarkas(t.Lp(), &r.sol));
+}
+
+// A part of a problem in the dual form: the column outside the network whose reduced cost under
+// the network's duals is negative ends at its upper bound (at its lower in the primal form), and
+// the basic values follow it, so that every row's value is its activity.
+TEST_F(NetTest, TheDualFormPutsTheOtherColumnsOnTheirCheaperSide) {
+  TestLp t;
+  t.Row(VLR_BK_FX, 4, 4);
+  t.Row(VLR_BK_FX, 0, 0);
+  t.Row(VLR_BK_FX, -4, -4);
+  t.Row(VLR_BK_UP, -kBig, 10);
+  t.Col({{0, 1}, {1, -1}, {3, 2}}, 1, VLR_BK_LO, 0, kBig);
+  t.Col({{1, 1}, {2, -1}, {3, 3}}, 1, VLR_BK_LO, 0, kBig);
+  t.Col({{1, 1.5}, {3, 1}}, -5, VLR_BK_RA, 0, 2);
+  t.Col({{0, 1}, {3, 1}}, 3, VLR_BK_RA, 0, 1);
+  for (bool dual : {false, true}) {
+    SCOPED_TRACE(dual ? "dual form" : "primal form");
+    NetRun r = Solve(t, {1, 1, 1, 0}, {1, 1, 0, 0}, nullptr, dual);
+    ASSERT_EQ(r.info.solsta, VLR_SOL_STA_OPTIMAL);
+    int32_t nb = 0;
+    for (int32_t k = 0; k < t.m + t.n; ++k)
+      nb += r.sk[size_t(k)] == VLR_SK_BAS ? 1 : 0;
+    EXPECT_EQ(nb, t.m);
+    EXPECT_EQ(r.sk[size_t(t.m + 2)], dual ? VLR_SK_UPR : VLR_SK_LOW);
+    EXPECT_EQ(r.x[size_t(t.m + 2)], dual ? 2.0 : 0.0);
+    EXPECT_EQ(r.sk[size_t(t.m + 3)], VLR_SK_LOW);  // its reduced cost is positive
+    std::vector<double> act(size_t(t.m), 0.0);
+    for (int32_t j = 0; j < t.n; ++j)
+      for (int64_t p = t.abeg[size_t(j)]; p < t.abeg[size_t(j) + 1]; ++p)
+        act[size_t(t.aidx[size_t(p)])] += t.aval[size_t(p)] * r.x[size_t(t.m + j)];
+    for (int32_t i = 0; i < t.m; ++i)
+      EXPECT_NEAR(act[size_t(i)], r.x[size_t(i)], 1e-12) << "row " << i;
+  }
 }
 
 TEST(NetMemfail, EveryFailureIsNoSpaceWithNothingLeft) {
