@@ -19,8 +19,11 @@ namespace {
 
 constexpr size_t kHuge = size_t{2} << 20;        // a huge page
 constexpr size_t kRegionMin = size_t{64} << 20;  // the least size of a region
-constexpr size_t kGrain = 4096;                  // extents are whole small pages
-constexpr size_t kHead = 64;                     // before each block: its extent's length
+// The most a parent keeps in regions for its children: they hold the pages a child touched,
+// which the next child then has without page faults; beyond it regions go back to the system.
+constexpr size_t kSpareMax = size_t{256} << 20;
+constexpr size_t kGrain = 4096;  // extents are whole small pages
+constexpr size_t kHead = 64;     // before each block: its extent's length
 
 // Every block of the regions has a tag in the word before it: large, or small of a class.
 constexpr uint64_t kBigTag = 0x6c61726765ULL;      // "large"
@@ -156,6 +159,11 @@ size_t region_take(Region* r, size_t len) {
 struct BigMem {
   pthread_mutex_t mutex;
   Region* head;  // oldest first: blocks fill the old regions before the new
+  // A child gives the regions it no longer needs to its parent, which keeps up to kSpareMax
+  // bytes of them (`spare`, linked, under the parent's lock) for the next child that needs one.
+  BigMem* parent;
+  Region* spare;
+  size_t sparebytes;
   // Small blocks by class: those given back (linked through their first word), and the rest of
   // the slab being cut.
   void* freed[kClasses];
@@ -168,13 +176,53 @@ struct BigMem {
 
 namespace {
 
-// Unmaps the regions that hold no block; under the lock.
+// A region bm no longer needs: to its parent's spares while they stay within kSpareMax, else
+// back to the system. Its blocks are forgotten; what was ever handed out stays marked as not
+// fresh. Under bm's lock, which comes before the parent's.
+void releaseregion(BigMem* bm, Region* r) {
+  BigMem* parent = bm->parent;
+  if (parent != nullptr) {
+    r->live = 0;
+    r->next = 1;
+    r->ext[0] = {0, r->size};
+    pthread_mutex_lock(&parent->mutex);
+    if (parent->sparebytes + r->size <= kSpareMax) {
+      r->link = parent->spare;
+      parent->spare = r;
+      parent->sparebytes += r->size;
+      r = nullptr;
+    }
+    pthread_mutex_unlock(&parent->mutex);
+  }
+  if (r != nullptr) region_unmap(r);
+}
+
+// The smallest of the parent's spare regions that holds size bytes; null when none does.
+Region* takespare(BigMem* bm, size_t size) {
+  BigMem* parent = bm->parent;
+  if (parent == nullptr) return nullptr;
+  pthread_mutex_lock(&parent->mutex);
+  Region** best = nullptr;
+  for (Region** link = &parent->spare; *link != nullptr; link = &(*link)->link)
+    if ((*link)->size >= size && (best == nullptr || (*link)->size < (*best)->size)) best = link;
+  Region* r = nullptr;
+  if (best != nullptr) {
+    r = *best;
+    *best = r->link;
+    r->link = nullptr;
+    parent->sparebytes -= r->size;
+  }
+  pthread_mutex_unlock(&parent->mutex);
+  return r;
+}
+
+// Gives up the regions that hold no block; under the lock.
 void unmapempty(BigMem* bm) {
   for (Region** link = &bm->head; *link != nullptr;) {
     Region* r = *link;
     if (r->live == 0) {
       *link = r->link;
-      region_unmap(r);
+      releaseregion(bm, r);
     } else {
       link = &r->link;
     }
@@ -199,14 +247,23 @@ BigMem* VLR_bigmem_make() {
 #endif
 }
 
+void VLR_bigmem_setparent(BigMem* bm, BigMem* parent) {
+  if (bm != nullptr) bm->parent = parent;
+}
+
 void VLR_bigmem_delete(BigMem** pbm) {
   BigMem* bm = *pbm;
   if (bm == nullptr) return;
   Region* r = bm->head;
   while (r != nullptr) {
     Region* link = r->link;
-    region_unmap(r);
+    releaseregion(bm, r);
     r = link;
+  }
+  for (Region* sp = bm->spare; sp != nullptr;) {
+    Region* link = sp->link;
+    region_unmap(sp);
+    sp = link;
   }
   pthread_mutex_destroy(&bm->mutex);
   std::free(bm);
@@ -229,7 +286,9 @@ unsigned char* bigmem_take(BigMem* bm, size_t len, size_t* used) {
     // The empty regions could not hold the block: they go before a new one comes, so that a
     // model whose arrays grow does not keep each size it passed through.
     unmapempty(bm);
-    r = region_map(std::max(kRegionMin, roundup(len, kHuge)));
+    const size_t want = std::max(kRegionMin, roundup(len, kHuge));
+    r = takespare(bm, want);
+    if (r == nullptr) r = region_map(want);
     if (r == nullptr) return nullptr;
     Region** tail = &bm->head;
     while (*tail != nullptr)

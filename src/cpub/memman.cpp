@@ -388,6 +388,10 @@ void VLR_memman_lockptr(MemMan* mm, const void* block, bool lock) {
   memman_unlock(mm);
 }
 
+void VLR_memman_setparent(MemMan* mm, MemMan* parent) {
+  if (mm->big != nullptr && parent->big != nullptr) VLR_bigmem_setparent(mm->big, parent->big);
+}
+
 void VLR_memman_trim(MemMan* mm) {
   VLR_bigmem_trim(mm->big);
 }

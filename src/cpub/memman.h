@@ -63,7 +63,11 @@ void VLR_memman_scanmem(MemMan* mm, const char* file, int line);
 int64_t VLR_memman_numblocks(MemMan* mm);
 bool VLR_memman_isblock(MemMan* mm, const void* block);
 void VLR_memman_lockptr(MemMan* mm, const void* block, bool lock);
-// Gives the memory of the large blocks that were freed back to the system.
+// The regions of large blocks that mm gives up go to parent's, which keeps one for the next
+// manager made like it; parent must outlive mm.
+void VLR_memman_setparent(MemMan* mm, MemMan* parent);
+// Gives the memory of the large blocks that were freed back: to the parent, which keeps one
+// region, and to the system.
 void VLR_memman_trim(MemMan* mm);
 [[noreturn]] void VLR_memman_exit(MemMan* mm, const char* file, int line, const char* text);
 void VLR_sizettostr(uint64_t size, char* buf, size_t bufsize);

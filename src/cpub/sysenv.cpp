@@ -45,8 +45,11 @@ SysEnv* VLR_sysenv_make(int32_t multithread, int32_t debug_level, void* usr, Mal
 }
 
 SysEnv* VLR_sysenv_makelike(const SysEnv* like, int32_t multithread) {
-  const MemMan* mm = like->memman;
-  return VLR_sysenv_make(multithread, mm->debug_level, mm->usr_ptr, mm->malloc_func, mm->free_func);
+  MemMan* mm = like->memman;
+  SysEnv* sys =
+      VLR_sysenv_make(multithread, mm->debug_level, mm->usr_ptr, mm->malloc_func, mm->free_func);
+  if (sys != nullptr) VLR_memman_setparent(sys->memman, mm);
+  return sys;
 }
 
 int32_t VLR_sysenv_delete(SysEnv** psys) {

@@ -62,7 +62,9 @@ struct MachInfo {
 // Returns null when even the record cannot be had.
 SysEnv* VLR_sysenv_make(int32_t multithread, int32_t debug_level, void* usr, MallocFunc mfunc,
                         FreeFunc ffunc);
-// Makes a system environment with the debug level and allocator of another one.
+// Makes a system environment with the debug level and allocator of another one, which takes the
+// memory regions it gives up and keeps one for the next (a task's from its environment's);
+// `like` must outlive it.
 SysEnv* VLR_sysenv_makelike(const SysEnv* like, int32_t multithread);
 // Deletes *sys (null accepted) and nulls it. Returns kSysLeak when blocks were left.
 int32_t VLR_sysenv_delete(SysEnv** sys);

@@ -1,6 +1,7 @@
 // tests/cpub/bigmem_test.cpp: the regions of large blocks: blocks that never overlap under a
 // random mix of sizes, cleared blocks that are zero even where an old block lay, reuse of what
-// was given back, the trim, two threads at once, and the road through the memory manager.
+// was given back, the trim, two threads at once, the regions a parent keeps for its children,
+// and the road through the memory manager.
 // SPDX-License-Identifier: Apache-2.0
 #include "cpub/bigmem.h"
 
@@ -201,6 +202,48 @@ TEST_F(BigMemTest, SmallBlocksByClassNeverOverlapAndAreReused) {
   EXPECT_NE(vlr::VLR_bigmem_allocsmall(bm_, 20, false), b);
   EXPECT_EQ(vlr::VLR_bigmem_allocsmall(bm_, 120, false), b);
   EXPECT_EQ(vlr::VLR_bigmem_allocsmall(bm_, 97, true), a);
+}
+
+// A child's regions go to its parent when the child ends or trims, and serve the next child:
+// the same addresses come back, and a cleared block is zero over what the last child wrote.
+TEST(BigMemParent, AChildsRegionsServeTheNextChild) {
+  vlr::BigMem* parent = vlr::VLR_bigmem_make();
+  if (parent == nullptr) GTEST_SKIP() << "regions are off in this build (a sanitizer sees blocks)";
+  auto child = [parent] {
+    vlr::BigMem* c = vlr::VLR_bigmem_make();
+    vlr::VLR_bigmem_setparent(c, parent);
+    return c;
+  };
+  const size_t mb = size_t{1} << 20;
+  vlr::BigMem* a = child();
+  auto* p = static_cast<unsigned char*>(vlr::VLR_bigmem_alloc(a, 40 * mb, false));
+  auto* q = static_cast<unsigned char*>(vlr::VLR_bigmem_alloc(a, 40 * mb, false));
+  ASSERT_TRUE(p != nullptr && q != nullptr);
+  std::memset(p, 0xab, 40 * mb);
+  std::memset(q, 0xcd, 40 * mb);
+  vlr::VLR_bigmem_delete(&a);  // both regions, blocks and all, go to the parent
+
+  vlr::BigMem* b = child();
+  auto* p2 = static_cast<unsigned char*>(vlr::VLR_bigmem_alloc(b, 40 * mb, true));
+  auto* q2 = static_cast<unsigned char*>(vlr::VLR_bigmem_alloc(b, 40 * mb, true));
+  ASSERT_TRUE(p2 != nullptr && q2 != nullptr);
+  EXPECT_TRUE((p2 == p && q2 == q) || (p2 == q && q2 == p));
+  for (size_t k = 0; k < 40 * mb; k += 4093)
+    ASSERT_TRUE(p2[k] == 0 && q2[k] == 0) << k;
+  int32_t regions = 0;
+  size_t mapped = 0;
+  vlr::VLR_bigmem_usage(b, &regions, &mapped);
+  EXPECT_EQ(regions, 2);
+  // Given back and trimmed while the child lives: the region is the parent's again.
+  ASSERT_TRUE(vlr::VLR_bigmem_free(b, q2));
+  vlr::VLR_bigmem_trim(b);
+  vlr::VLR_bigmem_usage(b, &regions, &mapped);
+  EXPECT_EQ(regions, 1);
+  vlr::BigMem* c = child();
+  EXPECT_EQ(vlr::VLR_bigmem_alloc(c, 40 * mb, false), q2);
+  vlr::VLR_bigmem_delete(&c);
+  vlr::VLR_bigmem_delete(&b);
+  vlr::VLR_bigmem_delete(&parent);
 }
 
 // Through the system layer: large and small blocks side by side, cleared ones zero after reuse,
