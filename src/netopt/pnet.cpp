@@ -2,6 +2,7 @@
 // queue, the ratio test on the cycle closed by the entering arc, and the update of flows, tree and
 // potentials that touches only the cycle and the subtree cut off by the leaving arc.
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
@@ -61,29 +62,35 @@ int32_t pnet_partialprice(NetRec* r) {
     int32_t pos = r->pos;
     int32_t worst = -1;  // place of the worst queued arc once the queue is full
     double worstv = 0.0;
+    // Stretches of arcs that neither wrap round nor cross the end of a block.
     int32_t inblock = 0;
-    for (int32_t scanned = 0; scanned < nsearch; ++scanned) {
-      const double v = pnet_value(arcs[pos], state[pos], pi);
-      if (v < tol) {
+    for (int32_t scanned = 0; scanned < nsearch;) {
+      const int32_t len = std::min(std::min(r->block - inblock, nsearch - pos), nsearch - scanned);
+      for (int32_t a = pos, end = pos + len; a < end; ++a) {
+        const double v = pnet_value(arcs[a], state[a], pi);
+        if (!(v < tol)) continue;
         if (nc < qmax) {
-          cand[nc] = pos;
+          cand[nc] = a;
           cval[nc++] = v;
-        } else {
-          if (worst < 0) {
-            worst = 0;
-            for (int32_t q = 1; q < nc; ++q)
-              if (cval[q] > cval[worst]) worst = q;
-            worstv = cval[worst];
-          }
-          if (v < worstv) {
-            cand[worst] = pos;
-            cval[worst] = v;
-            worst = -1;
-          }
+          continue;
+        }
+        if (worst < 0) {
+          worst = 0;
+          for (int32_t q = 1; q < nc; ++q)
+            if (cval[q] > cval[worst]) worst = q;
+          worstv = cval[worst];
+        }
+        if (v < worstv) {
+          cand[worst] = a;
+          cval[worst] = v;
+          worst = -1;
         }
       }
-      if (++pos == nsearch) pos = 0;
-      if (++inblock == r->block) {
+      pos += len;
+      if (pos == nsearch) pos = 0;
+      scanned += len;
+      inblock += len;
+      if (inblock == r->block) {
         inblock = 0;
         if (nc > 0) break;
       }
