@@ -528,6 +528,9 @@ INSTANTIATE_TEST_SUITE_P(LargeMore, NetlibOptimize, ::testing::ValuesIn(MoreCase
                          CaseName);
 INSTANTIATE_TEST_SUITE_P(LargeMore, NetlibInfeasible,
                          ::testing::ValuesIn(MoreCases("netlib-infeas", true)), CaseName);
+// The larger models, all of them slow.
+INSTANTIATE_TEST_SUITE_P(LargeDevMore, NetlibOptimize,
+                         ::testing::ValuesIn(MoreCases("lp-dev", true)), CaseName);
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(NetlibOptimize);
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(NetlibInfeasible);
 
