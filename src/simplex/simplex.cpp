@@ -632,13 +632,12 @@ void simplex_dualizeandsolve(SysEnv* sys, const SimParam& par, const SimCallback
 void simplex_optimize(SysEnv* sys, const SimParam& parin, const SimCallbacks& cb, const SimLp& lp,
                       int32_t starthot, SimSol* sol, SimInfo* info) {
   // The network part first: its tree is the start basis, kept as given (no presolve, no
-  // dualisation) and on the data as they are.
+  // dualisation); scaling leaves a basis what it is, so it stays as asked.
   SimParam par = parin;
   if (VLR_simplex_netoptimize(sys, parin, cb, lp, starthot, sol, info)) {
     starthot = 1;
     par.hotstart = 1;
     par.solveform = kSimFormPrimal;
-    par.scaling = kSimScaleNone;
   }
   if (info->response != kSimOk) return;
   // Presolve first, unless a given basis is to be kept; when it cannot give the answer the
