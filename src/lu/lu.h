@@ -74,7 +74,8 @@ int32_t VLR_lu_newasze(LuFactor* lu, int32_t nz, double factor);
 int32_t VLR_lu_getwsze(const LuFactor* lu);
 // Size to retry with after kLuWorkAreaFull or kLuTooManyGarCols.
 void VLR_lu_getwszeproposal(const LuFactor* lu, int32_t* size);
-// 1 when the last update failed for want of room early on: the caller should enlarge wsze.
+// 1 when the last update ran out of room before the work of the updates asked for a new
+// factor: the caller should enlarge wsze.
 int32_t VLR_lu_incwsze(const LuFactor* lu);
 // Drops the work area keeping its size, and makes it again (state 0 after either).
 void VLR_lu_freework(LuFactor* lu);

@@ -173,7 +173,7 @@ struct LuFactor {
 
   // Update state and the refactorisation rule.
   int32_t factornow;  // the last update recommends a refactorisation
-  int32_t incwsze;    // the last update failed for want of room early on
+  int32_t incwsze;    // the last update ran out of room before the work asked for a factor
   int64_t rulef;      // work of the factor itself
   int64_t ruleb;      // update count with the lowest average cost so far
   int64_t rulet;      // total cost at that count

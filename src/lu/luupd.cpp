@@ -220,9 +220,10 @@ int32_t VLR_lu_supdl(LuFactor* lu, int32_t jout, int32_t jin, int32_t* nz, doubl
     }
   }
   if (st != kLuOk) {
-    // The factor is spoiled: the caller refactors, with a larger area if this came early.
+    // The factor is spoiled: the caller refactors, with a larger area unless the work of the
+    // updates had already asked for a new factor.
     lu->state = 0;
-    lu->incwsze = lu->lupds < 101 ? 1 : 0;
+    lu->incwsze = lu->factornow == 0 ? 1 : 0;
     return kLuUpdateNoRoom;
   }
   lu->lbeg -= ne;
