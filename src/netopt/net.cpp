@@ -108,6 +108,18 @@ void net_setuparcs(NetRec* r, const SimLp& lp, const int32_t* rowsign, const uin
   r->nsearch = a;
 }
 
+// The artificial arc of node v, oriented to carry e (out of v when e >= 0): in the tree it
+// carries |e| without a bound, out of it it is held at zero.
+void net_artificial(NetRec* r, int32_t v, double e, bool intree) {
+  const auto art = static_cast<size_t>(r->artbeg + v);
+  r->arc[art] = e >= 0.0 ? NetArc{0.0, v, r->root} : NetArc{0.0, r->root, v};
+  r->var[art] = -1;
+  r->state[art] = kArcFixed;
+  r->lo[art] = 0.0;
+  r->up[art] = intree ? kInf : 0.0;
+  r->flow[art] = intree ? std::fabs(e) : 0.0;
+}
+
 // The start tree: every node hangs from the root by its slack where the slack can carry the
 // node's balance with room to send more towards the root (the tree is then strongly feasible),
 // otherwise by an artificial arc oriented to carry it.
@@ -139,38 +151,17 @@ void net_setuptree(NetRec* r, const NetVec<double>& supply, const int32_t* slack
     const bool towardroom = sl.tail == v ? need < u : need > l;
     int32_t a = s;
     // The node's artificial arc, out of the tree at zero unless it carries the balance.
-    const int32_t art = r->artbeg + v;
-    NetArc& aa = r->arc[art];
-    aa.cost = 0.0;
-    aa.tail = excess[sv] >= 0.0 ? v : root;
-    aa.head = excess[sv] >= 0.0 ? root : v;
-    r->var[art] = -1;
-    r->state[art] = kArcFixed;
-    r->lo[art] = 0.0;
-    if (need >= l && need <= u && towardroom) {
+    const bool byslack = need >= l && need <= u && towardroom;
+    net_artificial(r, v, excess[sv], !byslack);
+    if (byslack) {
       r->flow[ss] = need;
       r->state[ss] = kArcFixed;
-      r->flow[art] = 0.0;
-      r->up[art] = 0.0;
     } else {
-      a = art;
-      r->flow[art] = std::fabs(excess[sv]);
-      r->up[art] = kInf;
+      a = r->artbeg + v;
     }
     nd[v] = NetNode{root, a, v > 0 ? v - 1 : root, 1, v, r->arc[a].tail == v ? 1 : 0};
     th[v] = v + 1 < nn ? v + 1 : root;
   }
-}
-
-// The node's artificial arc, out of the tree at zero.
-void net_restartificial(NetRec* r, int32_t v) {
-  const auto art = static_cast<size_t>(r->artbeg + v);
-  r->arc[art] = NetArc{0.0, v, r->root};
-  r->var[art] = -1;
-  r->state[art] = kArcFixed;
-  r->lo[art] = 0.0;
-  r->up[art] = 0.0;
-  r->flow[art] = 0.0;
 }
 
 // The thread, its inverse, subtree sizes and last nodes of the tree that the parent and pred
@@ -278,7 +269,7 @@ void net_setuptreehot(NetRec* r, const NetVec<double>& supply, const int32_t* sk
   NetNode* nd = r->node;
   for (int32_t v = 0; v < nn; ++v) {
     nd[v].parent = -2;
-    net_restartificial(r, v);
+    net_artificial(r, v, 0.0, false);
   }
   NetVec<int32_t> order(ai);
   order.reserve(nodes);
@@ -329,11 +320,7 @@ void net_setuptreehot(NetRec* r, const NetVec<double>& supply, const int32_t* sk
       nd[v].parent = root;
       nd[v].pred = a;
     }
-    NetArc& art = r->arc[a];
-    art.tail = e >= 0.0 ? v : root;
-    art.head = e >= 0.0 ? root : v;
-    r->flow[a] = std::fabs(e);
-    r->up[a] = kInf;
+    net_artificial(r, v, e, true);
   }
   net_threadtree(r, &order);
 }
