@@ -90,6 +90,14 @@ int32_t VLR_ordmat_symcount(SysEnv* sys, const OrderGraph& g, const int32_t* per
   return kOrderOk;
 }
 
+namespace {
+
+// The flops of the factor for each entry of the graph below which the free choice does not
+// try a dissection.
+constexpr double kDissectFlops = 1000.0;
+
+}  // namespace
+
 int32_t VLR_amf_gp_sorder(SysEnv* sys, double balance1, double balance2, const OrderGraph& g,
                           int32_t mode, const OrderCount* prev, int32_t* perm, int32_t* invperm,
                           OrderCount* count, void* handle, OrderCallback callback) {
@@ -128,7 +136,11 @@ int32_t VLR_amf_gp_sorder(SysEnv* sys, double balance1, double balance2, const O
     const bool much = 2.0 * l >= m * s;
     // A graph with a tenth of all possible edges has no small separators.
     const bool dense = 2.0 * static_cast<double>(half) > 0.1 * n * static_cast<double>(n);
-    if (!dense && ((much && n >= 500) || (!much && n >= 500 && n <= 10000))) {
+    // The two dissections cost about as much as a thousand flops of the factor for each entry
+    // of the graph, and seldom save more than a fifth of the factor's flops: below that many
+    // flops they cannot pay back in the few dozen factors an interior-point run makes.
+    const bool worth = count->flops >= kDissectFlops * s;
+    if (!dense && worth && ((much && n >= 500) || (!much && n >= 500 && n <= 10000))) {
       // Two dissections: by multilevel bisection, which suits the irregular graphs, and with
       // the separators found on each part directly, which suits regular meshes better.
       int32_t* pri = alt.get() + n;
