@@ -113,10 +113,17 @@ bool prf_factor(Prf* w, int32_t* nart) {
   const int32_t m = w->m;
   const auto isz = static_cast<int32_t>(w->iwork.size());
   const auto rsz = static_cast<int32_t>(w->rwork.size());
-  // Room for the updates that follow: a work area of several times the basis's entries.
-  if (VLR_lu_getwsze(w->lu) < w->wsze || VLR_lu_getstate(w->lu) == kLuStateNone) {
-    if (VLR_lu_newwsze(w->lu, static_cast<int32_t>(std::min<int64_t>(w->wsze, 2147483000))) !=
-        kLuOk) {
+  // Room for the updates that follow: a work area of several times the basis's entries, or
+  // what the updates asked for when they ran out of it.
+  int64_t bnz = m;
+  for (int32_t p = 0; p < m; ++p) {
+    const int32_t k = w->bas[static_cast<size_t>(p)];
+    if (k >= m && k < m + w->n)  // beyond the matrix: an empty column
+      bnz += w->cbeg[static_cast<size_t>(k - m) + 1] - w->cbeg[static_cast<size_t>(k - m)];
+  }
+  const int64_t want = std::max(w->wsze, 8 * bnz + 1000);
+  if (VLR_lu_getwsze(w->lu) < want || VLR_lu_getstate(w->lu) == kLuStateNone) {
+    if (VLR_lu_newwsze(w->lu, static_cast<int32_t>(std::min<int64_t>(want, 2147483000))) != kLuOk) {
       return false;
     }
   }
@@ -161,7 +168,8 @@ bool prf_exchange(Prf* w, int32_t p, int32_t k) {
   ++w->sinceupd;
   if (r == kLuOk) return true;
   // The factor is made again; when the update ran out of room the work area doubles first.
-  if (r == kLuUpdateNoRoom || VLR_lu_incwsze(w->lu) != 0) w->wsze *= 2;
+  if (r == kLuUpdateNoRoom || VLR_lu_incwsze(w->lu) != 0)
+    w->wsze = 2 * static_cast<int64_t>(VLR_lu_getwsze(w->lu));
   // Refused, out of room or due for a new factor: factor the new basis whole; a column that
   // turned out dependent gives way to a slack.
   int32_t nart = 0;
@@ -338,7 +346,7 @@ bool prf_setup(Prf* w, const SimLp& lp, const SimSol& itr) {
   w->w2.assign(sm + 1, 0.0);
   w->w3.assign(snt + 1, 0.0);
   if (VLR_lu_make(w->sys, std::max(m, 1), std::max(m, 1), &w->lu) != kLuOk) return false;
-  w->wsze = 8 * (std::min<int64_t>(nz, 20 * int64_t{m}) + m) + 1000;
+  w->wsze = 0;
   VLR_lu_puttol(w->lu, kLuTolRelPiv, std::max(w->par->tolrpiv, 0.01));
   VLR_lu_puttol(w->lu, kLuTolAbsPiv, std::max(w->par->tolapiv, kPrfAbsPiv));
   return true;

@@ -60,7 +60,7 @@ struct Prf {
   int64_t sinceupd = 0;  // updates since the last factor
   int64_t stuck = 0;     // dual pushes that could neither finish nor exchange
   bool stopped = false;  // the stop callback asked the run to end
-  int64_t wsze = 0;      // work area of the factor to ask for; never shrinks
+  int64_t wsze = 0;      // the least work area of the factor, doubled when updates run out
 };
 
 // Bound of variable k taken as value: true when x(k) lies within tol (relative) of one side;
