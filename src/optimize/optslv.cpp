@@ -653,7 +653,6 @@ void VLR_opt_ipmslv(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIp
   PrslvParam pp;
   opt_prslvparam(par, &cb, &pp);
   PrslvStat stat;
-  bool keep = false;
   if (par.presolve != 0) {
     int32_t rp = VLR_prslv_make(sys, lp, &p);
     if (rp == kPrslvOk) rp = VLR_prslv_reduce(pp, p, &stat);
@@ -668,9 +667,6 @@ void VLR_opt_ipmslv(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIp
     // Infeasibility that presolve proves is a status only: the certificate comes from the
     // problem as given.
     if (stat.prosta != VLR_PRO_STA_UNKNOWN) VLR_prslv_delete(&p);
-    // A basis may follow the interior solution: both are postsolved from the reduced problem.
-    keep = p != nullptr && bas != nullptr && par.basismode != VLR_BI_NEVER &&
-           VLR_prslv_keepreduced(p) == kPrslvOk;
   }
   if (p != nullptr) {
     SimLp rl;
@@ -709,7 +705,9 @@ void VLR_opt_ipmslv(SysEnv* sys, const optpar& par, const SimLp& lp, const OptIp
     bool basok = false;
     if (dobi) {
       info->biresp = biresp;
-      basok = keep && opt_keepbasis(par, biresp) &&
+      // Both solutions are postsolved from the reduced problem: a copy of it is kept for the
+      // second walk, made only now that the interior-point work is given back.
+      basok = opt_keepbasis(par, biresp) && VLR_prslv_keepreduced(p) == kPrslvOk &&
               VLR_prslv_postsolve(pp, p, rb, bas) == kPrslvOk &&
               VLR_prslv_postsolvebasis(pp, p, rb, bas) == kPrslvOk;
     }
