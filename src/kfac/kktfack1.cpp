@@ -224,16 +224,58 @@ void kkt_freepattern(kktfac* obj) {
 double kkt_residual(kktfac* obj, const double* x) {
   const int32_t m = obj->numrow, n = obj->numcol;
   double* res = obj->res;
-  for (int32_t i = 0; i < m; ++i)
-    res[i] = obj->rhs0[i] - obj->regu * x[i];
-  for (int32_t j = 0; j < n; ++j) {
-    double t = 0.0;
-    for (int64_t p = obj->abeg[j]; p < obj->abeg[j + 1]; ++p)
-      t += obj->aval[p] * x[obj->asub[p]];
-    t *= obj->d[j];
-    if (t == 0.0) continue;
-    for (int64_t p = obj->abeg[j]; p < obj->abeg[j + 1]; ++p)
-      res[obj->asub[p]] -= obj->aval[p] * t;
+  // The product by the normal matrix: through the lower triangle of the sparse columns' part
+  // when it holds fewer entries than A (it is kept, scaled, from the factor), and then the dense
+  // columns apart; else through A twice.
+  const int64_t nnzm = obj->mbeg[m];
+  int64_t nnzd = 0;
+  for (int32_t t = 0; t < obj->ndense; ++t)
+    nnzd += obj->abeg[obj->dcol[t] + 1] - obj->abeg[obj->dcol[t]];
+  if (nnzm + nnzd < obj->abeg[n] - obj->abeg[0]) {
+    // mval = S (A_s D A_s' + regu I) S with S = diag(scale): y = S^-1 x, z = mval y, and the
+    // product is S^-1 z. y lives in work, which is zero again afterwards.
+    const double* sc = obj->scale;
+    double* y = obj->work;
+    for (int32_t i = 0; i < m; ++i) {
+      y[i] = x[i] / sc[i];
+      res[i] = 0.0;
+    }
+    for (int32_t i = 0; i < m; ++i) {
+      const int64_t e0 = obj->mbeg[i];  // the diagonal comes first
+      const double yi = y[i];
+      double acc = obj->mval[e0] * yi;
+      for (int64_t e = e0 + 1; e < obj->mbeg[i + 1]; ++e) {
+        const int32_t r = obj->msub[e];
+        res[r] += obj->mval[e] * yi;
+        acc += obj->mval[e] * y[r];
+      }
+      res[i] += acc;
+    }
+    for (int32_t i = 0; i < m; ++i) {
+      res[i] = obj->rhs0[i] - res[i] / sc[i];
+      y[i] = 0.0;
+    }
+    for (int32_t t = 0; t < obj->ndense; ++t) {
+      const int32_t j = obj->dcol[t];
+      double v = 0.0;
+      for (int64_t p = obj->abeg[j]; p < obj->abeg[j + 1]; ++p)
+        v += obj->aval[p] * x[obj->asub[p]];
+      v *= obj->d[j];
+      for (int64_t p = obj->abeg[j]; p < obj->abeg[j + 1]; ++p)
+        res[obj->asub[p]] -= obj->aval[p] * v;
+    }
+  } else {
+    for (int32_t i = 0; i < m; ++i)
+      res[i] = obj->rhs0[i] - obj->regu * x[i];
+    for (int32_t j = 0; j < n; ++j) {
+      double t = 0.0;
+      for (int64_t p = obj->abeg[j]; p < obj->abeg[j + 1]; ++p)
+        t += obj->aval[p] * x[obj->asub[p]];
+      t *= obj->d[j];
+      if (t == 0.0) continue;
+      for (int64_t p = obj->abeg[j]; p < obj->abeg[j + 1]; ++p)
+        res[obj->asub[p]] -= obj->aval[p] * t;
+    }
   }
   double r = 0.0;
   for (int32_t i = 0; i < m; ++i)
