@@ -45,9 +45,9 @@ cmake --build build/ci-asan -j "$jobs"
 echo "== the same tests with every block tracked"
 (cd build/ci-asan && VLR_TEST_TRACK=1 ctest -j "$jobs" --output-on-failure -L "unit|memfail" -LE slow)
 
-echo "== thread sanitizer on the tests that delete and run tasks from many threads"
+echo "== thread sanitizer on the tests that delete and run tasks from many threads, and the gzip reader"
 cmake --preset tsan > /dev/null
-cmake --build build/tsan -j "$jobs" --target vlr_velor_tests
+cmake --build build/tsan -j "$jobs" --target vlr_velor_tests vlr_cpub_tests
 (cd build/tsan && ctest -j "$jobs" --output-on-failure -L thread)
 
 # Each reader under libFuzzer with the address and undefined-behaviour sanitizers, for a short

@@ -39,7 +39,7 @@ class SysFileTest : public ::testing::Test {
     std::vector<char> buf(size);
     size_t len = 0;
     int32_t r;
-    for (int guard = 0; guard < 100000; ++guard) {  // a reader that never ends fails, not hangs
+    for (int guard = 0; guard < 1000000; ++guard) {  // a reader that never ends fails, not hangs
       r = VLR_sysenv_fgets(f, buf.data(), size, &len);
       if (r != kSysOk) break;
       lines.emplace_back(buf.data(), len);
@@ -171,6 +171,66 @@ TEST_F(SysFileTest, CutGzipStreamReadsWhatItCanThenFails) {
   size_t len = 0;
   char buf[64];
   EXPECT_EQ(VLR_sysenv_fgets(f, buf, sizeof buf, &len), kSysReadFailed);  // the failure sticks
+  VLR_sysenv_fclose(sys_, &f);
+}
+
+// A large gzip file is unpacked by a thread of its own while the caller reads: the lines come
+// in order through fgets and fread alike, again after a rewind part way, a close part way leaves
+// nothing behind, and a cut stream gives what precedes the cut and then its failure.
+TEST_F(SysFileTest, LargeGzipReadsInOrderThroughItsThread) {
+  const std::string path = Path("large.gz");
+  SysFile* f = Open(path, true, 1);
+  ASSERT_NE(f, nullptr);
+  std::vector<std::string> lines;
+  std::string all;
+  uint64_t x = 88172645463325252ull;
+  for (int k = 0; k < 150000; ++k) {
+    x ^= x << 13, x ^= x >> 7, x ^= x << 17;  // digits that pack poorly
+    lines.push_back("C" + std::to_string(k) + " R" + std::to_string(x % 100003) + " " +
+                    std::to_string(x >> 20) + "\n");
+    all += lines.back();
+    VLR_sysenv_fputs(f, lines.back().c_str());
+  }
+  ASSERT_EQ(VLR_sysenv_fclose(sys_, &f), kSysOk);
+  const std::string raw = Slurp(path);
+  ASSERT_GT(raw.size(), 1000000u);  // far beyond the size that gets a thread
+
+  f = Open(path, false, 0);
+  ASSERT_NE(f, nullptr);
+  int32_t end = -1;
+  EXPECT_EQ(ReadLines(f, &end), lines);
+  EXPECT_EQ(end, kSysEndOfFile);
+  // Rewound part way through a second reading, then read whole by fread in odd pieces.
+  ASSERT_EQ(VLR_sysenv_frewind(f), kSysOk);
+  std::vector<char> buf(all.size() + 10);
+  size_t got = 0;
+  ASSERT_EQ(VLR_sysenv_fread(f, buf.data(), 12345, &got), kSysOk);
+  ASSERT_EQ(VLR_sysenv_frewind(f), kSysOk);
+  size_t done = 0;
+  for (int32_t r = kSysOk; r == kSysOk; done += got)
+    r = VLR_sysenv_fread(f, buf.data() + done, 70001, &got);
+  EXPECT_EQ(done, all.size());
+  EXPECT_EQ(std::string(buf.data(), done) == all, true);
+  VLR_sysenv_fclose(sys_, &f);
+  // Closed after one line, while the thread waits on a full ring.
+  f = Open(path, false, 0);
+  ASSERT_NE(f, nullptr);
+  size_t len = 0;
+  ASSERT_EQ(VLR_sysenv_fgets(f, buf.data(), buf.size(), &len), kSysOk);
+  EXPECT_EQ(std::string(buf.data(), len), lines[0]);
+  usleep(20000);
+  VLR_sysenv_fclose(sys_, &f);
+
+  ASSERT_EQ(truncate(path.c_str(), static_cast<off_t>(raw.size() / 2)), 0);
+  f = Open(path, false, 0);
+  ASSERT_NE(f, nullptr);
+  const std::vector<std::string> cut = ReadLines(f, &end);
+  EXPECT_EQ(end, kSysReadFailed);
+  EXPECT_GT(cut.size(), lines.size() / 4);
+  EXPECT_LT(cut.size(), lines.size());
+  for (size_t k = 0; k + 1 < cut.size(); ++k)
+    ASSERT_EQ(cut[k], lines[k]);
+  EXPECT_EQ(VLR_sysenv_fgets(f, buf.data(), buf.size(), &len), kSysReadFailed);
   VLR_sysenv_fclose(sys_, &f);
 }
 
