@@ -48,6 +48,7 @@ struct kktfac {
   int32_t ndense;
   int32_t* dcol;   // [ndense] the dense columns
   int32_t* dmark;  // [numcol] 1 for a dense column
+  bool resbym;     // residuals through the lower triangle and the dense columns, not through A
   // The lower triangle of A_s A_s' by columns (the diagonal first).
   int64_t* mbeg;  // [numrow + 1]
   int32_t* msub;

@@ -221,19 +221,23 @@ void kkt_freepattern(kktfac* obj) {
 }
 
 // res := rhs0 - (A D A' + regu I) x, over all columns; returns its infinity norm.
+// res -= a_j d_j a_j' x for column j.
+void kkt_subcolumn(const kktfac* obj, int32_t j, const double* x, double* res) {
+  double t = 0.0;
+  for (int64_t p = obj->abeg[j]; p < obj->abeg[j + 1]; ++p)
+    t += obj->aval[p] * x[obj->asub[p]];
+  t *= obj->d[j];
+  if (t == 0.0) return;
+  for (int64_t p = obj->abeg[j]; p < obj->abeg[j + 1]; ++p)
+    res[obj->asub[p]] -= obj->aval[p] * t;
+}
+
 double kkt_residual(kktfac* obj, const double* x) {
   const int32_t m = obj->numrow, n = obj->numcol;
   double* res = obj->res;
-  // The product by the normal matrix: through the lower triangle of the sparse columns' part
-  // when it holds fewer entries than A (it is kept, scaled, from the factor), and then the dense
-  // columns apart; else through A twice.
-  const int64_t nnzm = obj->mbeg[m];
-  int64_t nnzd = 0;
-  for (int32_t t = 0; t < obj->ndense; ++t)
-    nnzd += obj->abeg[obj->dcol[t] + 1] - obj->abeg[obj->dcol[t]];
-  if (nnzm + nnzd < obj->abeg[n] - obj->abeg[0]) {
+  if (obj->resbym) {
     // mval = S (A_s D A_s' + regu I) S with S = diag(scale): y = S^-1 x, z = mval y, and the
-    // product is S^-1 z. y lives in work, which is zero again afterwards.
+    // product is S^-1 z; then the dense columns apart. y lives in work, zero again afterwards.
     const double* sc = obj->scale;
     double* y = obj->work;
     for (int32_t i = 0; i < m; ++i) {
@@ -255,27 +259,13 @@ double kkt_residual(kktfac* obj, const double* x) {
       res[i] = obj->rhs0[i] - res[i] / sc[i];
       y[i] = 0.0;
     }
-    for (int32_t t = 0; t < obj->ndense; ++t) {
-      const int32_t j = obj->dcol[t];
-      double v = 0.0;
-      for (int64_t p = obj->abeg[j]; p < obj->abeg[j + 1]; ++p)
-        v += obj->aval[p] * x[obj->asub[p]];
-      v *= obj->d[j];
-      for (int64_t p = obj->abeg[j]; p < obj->abeg[j + 1]; ++p)
-        res[obj->asub[p]] -= obj->aval[p] * v;
-    }
+    for (int32_t t = 0; t < obj->ndense; ++t)
+      kkt_subcolumn(obj, obj->dcol[t], x, res);
   } else {
     for (int32_t i = 0; i < m; ++i)
       res[i] = obj->rhs0[i] - obj->regu * x[i];
-    for (int32_t j = 0; j < n; ++j) {
-      double t = 0.0;
-      for (int64_t p = obj->abeg[j]; p < obj->abeg[j + 1]; ++p)
-        t += obj->aval[p] * x[obj->asub[p]];
-      t *= obj->d[j];
-      if (t == 0.0) continue;
-      for (int64_t p = obj->abeg[j]; p < obj->abeg[j + 1]; ++p)
-        res[obj->asub[p]] -= obj->aval[p] * t;
-    }
+    for (int32_t j = 0; j < n; ++j)
+      kkt_subcolumn(obj, j, x, res);
   }
   double r = 0.0;
   for (int32_t i = 0; i < m; ++i)
@@ -423,6 +413,12 @@ int32_t VLR_kktfac_autosetup(kktfac* obj, const int64_t* abeg, const int32_t* as
     return r;
   }
   VLR_sfk_putnormrepl(obj->fac, obj->ndense > 0 ? 1.0 : 1e128);
+  // A refinement's residual goes the cheaper road: the kept lower triangle of the sparse
+  // columns' part and the dense columns apart when those hold fewer entries than A.
+  int64_t nnzd = 0;
+  for (int32_t t = 0; t < obj->ndense; ++t)
+    nnzd += abeg[obj->dcol[t] + 1] - abeg[obj->dcol[t]];
+  obj->resbym = obj->mbeg[m] + nnzd < abeg[n] - abeg[0];
   obj->info = KktInfo{};
   obj->info.nnzL = VLR_sfk_getnnzL(obj->fac);
   obj->info.fflops = VLR_sfk_getfflops(obj->fac);
